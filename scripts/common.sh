@@ -1,0 +1,61 @@
+# shellcheck shell=bash
+# What the scripts share. Usage: source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+set -euo pipefail
+
+root_dir=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+
+# Prints the packages of packages.txt that are not installed, one a line.
+missing_packages() {
+    local package
+    for package in $(sed 's/#.*//' "$root_dir/scripts/packages.txt"); do
+        if ! grep -qx installed < <(dpkg-query -W -f '${db:Status-Status}\n' "$package" 2>/dev/null); then
+            echo "$package"
+        fi
+    done
+}
+
+# Installs what is missing; silent when nothing is.
+install_packages() {
+    if ! command -v dpkg-query >/dev/null; then
+        echo "This is no Debian system; what scripts/packages.txt lists must be there already." >&2
+        return
+    fi
+    local missing
+    mapfile -t missing < <(missing_packages)
+    if ((${#missing[@]} == 0)); then
+        return
+    fi
+
+    local as_root=()
+    if ((EUID != 0)); then
+        if ! command -v sudo >/dev/null; then
+            echo "These packages are missing, and without root or sudo they cannot be installed here:" >&2
+            echo "  ${missing[*]}" >&2
+            return 1
+        fi
+        as_root=(sudo)
+    fi
+    echo "Installing ${missing[*]}"
+    "${as_root[@]}" apt-get update
+    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
+        apt-get install --yes --no-install-recommends "${missing[@]}"
+}
+
+# build_preset PRESET [TARGET...]: configures and builds, all targets when none is named.
+build_preset() {
+    local preset=$1
+    shift
+    local launcher=""
+    if command -v ccache >/dev/null; then
+        launcher=ccache
+    fi
+    local targets=()
+    if (($# > 0)); then
+        targets=(--target "$@")
+    fi
+    (
+        cd "$root_dir"
+        cmake --preset "$preset" -DCMAKE_CXX_COMPILER_LAUNCHER="$launcher"
+        cmake --build --preset "$preset" "${targets[@]}"
+    )
+}
