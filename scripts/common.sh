@@ -6,8 +6,9 @@ root_dir=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 
 # Prints the packages of packages.txt that are not installed, one a line.
 missing_packages() {
-    local package
-    for package in $(sed 's/#.*//' "$root_dir/scripts/packages.txt"); do
+    local package packages
+    mapfile -t packages < <(sed 's/#.*//; s/[[:space:]]//g; /^$/d' "$root_dir/scripts/packages.txt")
+    for package in "${packages[@]}"; do
         if ! grep -qx installed < <(dpkg-query -W -f '${db:Status-Status}\n' "$package" 2>/dev/null); then
             echo "$package"
         fi
