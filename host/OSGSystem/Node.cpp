@@ -1,0 +1,133 @@
+#include "OSGSystem/Node.h"
+
+#include "mkUtils/mkTrace.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace osg {
+
+const FieldContainerType NodeCore::_type("NodeCore", &AttachmentContainer::_type);
+const FieldContainerType Group::_type("Group", &NodeCore::_type);
+const FieldContainerType Transform::_type("Transform", &NodeCore::_type);
+const FieldContainerType Light::_type("Light", &NodeCore::_type);
+const FieldContainerType Camera::_type("Camera", &NodeCore::_type);
+const FieldContainerType Node::_type("Node", &AttachmentContainer::_type);
+const BitVector Node::CoreFieldMask(1U << 2U);
+const BitVector Node::ChildrenFieldMask(1U << 3U);
+
+Ptr<Group> Group::create()
+{
+    return Ptr<Group>(new Group);
+}
+
+Ptr<Transform> Transform::create()
+{
+    return Ptr<Transform>(new Transform);
+}
+
+Ptr<Light> Light::create()
+{
+    return Ptr<Light>(new Light);
+}
+
+Ptr<Camera> Camera::create()
+{
+    return Ptr<Camera>(new Camera);
+}
+
+NodePtr Node::create()
+{
+    return NodePtr(new Node);
+}
+
+Node::~Node()
+{
+    // Children are released here one level at a time, not by recursion: a chain of nodes can be
+    // deeper than the stack.
+    std::vector<NodePtr> orphans;
+    const auto disown = [&orphans](Node &node) {
+        for (NodePtr &child : node.children) {
+            child->parent = nullptr;
+        }
+        std::move(node.children.begin(), node.children.end(), std::back_inserter(orphans));
+        node.children.clear();
+    };
+    disown(*this);
+    while (!orphans.empty()) {
+        const NodePtr orphan = std::move(orphans.back());
+        orphans.pop_back();
+        if (orphan.isLastHandle()) {
+            disown(*orphan);
+        }
+    }
+}
+
+void Node::setCore(const NodeCorePtr &newCore)
+{
+    core = newCore;
+    changed(CoreFieldMask, ChangeOrigin::External);
+}
+
+bool Node::addChild(const NodePtr &child)
+{
+    if (!child || child->isAncestorOf(NodePtr(this))) {
+        return false;
+    }
+    const NodePtr kept = child;
+    if (kept->parent) {
+        kept->parent->subChild(kept);
+    }
+    kept->parent = this;
+    children.push_back(kept);
+    changed(ChildrenFieldMask, ChangeOrigin::External);
+    return true;
+}
+
+bool Node::subChild(const NodePtr &child)
+{
+    const auto found = std::find(children.begin(), children.end(), child);
+    if (found == children.end()) {
+        return false;
+    }
+    (*found)->parent = nullptr;
+    children.erase(found);
+    changed(ChildrenFieldMask, ChangeOrigin::External);
+    return true;
+}
+
+bool Node::isAncestorOf(const NodePtr &node) const
+{
+    for (const Node *above = node.get(); above; above = above->parent) {
+        if (above == this) {
+            return true;
+        }
+    }
+    return false;
+}
+
+Action::ResultE traverse(const NodePtr &root,
+                         const std::function<Action::ResultE(const NodePtr &)> &visit)
+{
+    mkTrace::call("osg::traverse", root);
+    if (!root) {
+        return Action::Continue;
+    }
+    std::vector<NodePtr> pending{ root };
+    while (!pending.empty()) {
+        const NodePtr node = std::move(pending.back());
+        pending.pop_back();
+        switch (visit(node)) {
+        case Action::Quit:
+            return Action::Quit;
+        case Action::Skip:
+            break;
+        case Action::Continue:
+            pending.insert(pending.end(), node->getChildren().rbegin(), node->getChildren().rend());
+            break;
+        }
+    }
+    return Action::Continue;
+}
+
+} // namespace osg

@@ -1,0 +1,148 @@
+#include "mkKernel/mkController.h"
+
+#include "mkKernel/mkModuleBase.h"
+#include "mkQt4Ext/QMKDockWindowManager.h"
+#include "mkUtils/mkLog.h"
+#include "mkUtils/mkTrace.h"
+
+#include <QMainWindow>
+#include <QTimer>
+
+#include <algorithm>
+#include <exception>
+
+mkController *mkController::the()
+{
+    static mkController controller;
+    return &controller;
+}
+
+QMainWindow *mkController::getMainWindow()
+{
+    mkTrace::call("mkController::getMainWindow");
+    return the()->mainWindow;
+}
+
+void mkController::setMainWindow(QMainWindow *window)
+{
+    the()->mainWindow = window;
+}
+
+QMKDockWindowManager *mkController::getDockWindowManager()
+{
+    mkTrace::call("mkController::getDockWindowManager");
+    return static_cast<QMKDockWindowManager *>(the()->dockWindowManager.data());
+}
+
+void mkController::setDockWindowManager(QMKDockWindowManager *manager)
+{
+    the()->dockWindowManager = manager;
+}
+
+void mkController::addCB(const std::string &message, Callback callback)
+{
+    mkTrace::call("mkController::addCB", message);
+    auto &all = the()->callbacks;
+    const auto entry = std::make_pair(message, callback);
+    if (std::find(all.begin(), all.end(), entry) == all.end()) {
+        all.push_back(entry);
+    }
+}
+
+void mkController::subCB(const std::string &message, Callback callback)
+{
+    mkTrace::call("mkController::subCB", message);
+    auto &all = the()->callbacks;
+    all.erase(std::remove(all.begin(), all.end(), std::make_pair(message, callback)), all.end());
+}
+
+void mkController::sendMessage(mkMessage &message)
+{
+    // Copies: whoever is told may subscribe, unsubscribe, or unload a plug-in.
+    const auto callbacks = the()->callbacks;
+    for (const auto &entry : callbacks) {
+        const auto &current = the()->callbacks;
+        if (entry.first != message.name()
+            || std::find(current.begin(), current.end(), entry) == current.end()) {
+            continue;
+        }
+        try {
+            entry.second(message);
+        } catch (const std::exception &failure) {
+            mkLog::error("mkController::sendMessage: A subscriber of '%s' failed: %s",
+                         message.name().c_str(), failure.what());
+        } catch (...) {
+            mkLog::error("mkController::sendMessage: A subscriber of '%s' failed!",
+                         message.name().c_str());
+        }
+    }
+    const auto modules = the()->modules;
+    for (mkModuleBase *module : modules) {
+        const auto &current = the()->modules;
+        const bool alive = std::find(current.begin(), current.end(), module) != current.end();
+        if (alive && (module->getFlags() & message.id()) != 0 && module->receivedMessage(message)) {
+            break;
+        }
+    }
+}
+
+void mkController::setModified(int newModified)
+{
+    if (!mkTrace::call("mkController::setModified", newModified)) {
+        return;
+    }
+    const bool modified = newModified != 0;
+    if (the()->modified != modified) {
+        the()->modified = modified;
+        Q_EMIT the()->modifiedChanged(modified);
+    }
+}
+
+bool mkController::isModified()
+{
+    return the()->modified;
+}
+
+void mkController::updateRender(bool immediately)
+{
+    if (!mkTrace::call("mkController::updateRender", immediately)) {
+        return;
+    }
+    if (immediately) {
+        the()->render();
+    } else if (!the()->renderRequested) {
+        the()->renderRequested = true;
+        QTimer::singleShot(0, the(), [] {
+            if (the()->renderRequested) {
+                the()->render();
+            }
+        });
+    }
+}
+
+void mkController::render()
+{
+    renderRequested = false;
+    const auto current = modules;
+    for (mkModuleBase *module : current) {
+        module->loop();
+        module->update();
+    }
+    Q_EMIT rendered();
+}
+
+const std::vector<mkModuleBase *> &mkController::getModules()
+{
+    return the()->modules;
+}
+
+void mkController::addModule(mkModuleBase *module)
+{
+    the()->modules.push_back(module);
+}
+
+void mkController::subModule(mkModuleBase *module)
+{
+    auto &all = the()->modules;
+    all.erase(std::remove(all.begin(), all.end(), module), all.end());
+}

@@ -1,0 +1,12 @@
+#include "mkKernel/mkTypeConverter.h"
+
+#include "mkOpenSGUtils/mkMaterials.h"
+#include "mkUtils/mkTrace.h"
+
+osg::MaterialPtr mkTypeConverter::convertMaterial(const mkdMaterial &material)
+{
+    if (!mkTrace::call("mkTypeConverter::convertMaterial", material.getName())) {
+        return osg::NullFC;
+    }
+    return mkMaterials::findMaterial(material.getName().toUtf8().constData()).get();
+}

@@ -1,0 +1,16 @@
+#pragma once
+
+#include "mkHostExport.h"
+
+class mkPluginLoader;
+class QString;
+
+/// The host's start-up and shut-down.
+namespace mkMicroKernel {
+
+/// Starts the host with the plug-ins of `pluginDirectory`: loads the libraries, runs the
+/// registered Python functions at level 0, starts the interpreter, runs them at level 1,
+/// initialises the plug-ins. The main window and the dock window manager must be there already.
+MK_HOST_API void start(mkPluginLoader &loader, const QString &pluginDirectory);
+
+} // namespace mkMicroKernel

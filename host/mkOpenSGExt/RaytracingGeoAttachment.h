@@ -1,0 +1,104 @@
+#pragma once
+
+#include "OSGSystem/Material.h"
+
+#include <map>
+#include <string>
+
+namespace osg {
+
+class RaytracingGeoAttachment;
+using RaytracingGeoAttachmentPtr = Ptr<RaytracingGeoAttachment>;
+
+/// The render attributes' values. A new one has the host's defaults: everything on, no override
+/// material and none used.
+struct RenderAttributeValues
+{
+    bool visible = true;
+    bool visibleInAlpha = true;
+    bool primaryVisibility = true;
+    bool visibleInReflections = true;
+    bool visibleInRefractions = true;
+    bool castShadows = true;
+    bool receiveShadows = true;
+    bool doubleSided = true;
+    bool visibleInPhotons = true;
+    bool castShadowsOnShadowMaterial = true;
+    bool useOverrideMaterial = false;
+    MaterialPtr overrideMaterial;
+};
+
+/// The fields of RaytracingGeoAttachment. Setters do not announce anything; whoever edits fields
+/// does so once, when done.
+class MK_HOST_API RaytracingGeoAttachmentBase : public Attachment
+{
+public:
+    static const FieldContainerType _type;
+    static const BitVector OverrideMaterialFieldMask;
+
+    static RaytracingGeoAttachmentPtr create();
+    const FieldContainerType &getType() const override { return _type; }
+
+    bool &getVisible() { return values.visible; }
+    void setVisible(const bool &on) { values.visible = on; }
+    bool &getVisibleInAlpha() { return values.visibleInAlpha; }
+    void setVisibleInAlpha(const bool &on) { values.visibleInAlpha = on; }
+    bool &getPrimaryVisibility() { return values.primaryVisibility; }
+    void setPrimaryVisibility(const bool &on) { values.primaryVisibility = on; }
+    bool &getVisibleInReflections() { return values.visibleInReflections; }
+    void setVisibleInReflections(const bool &on) { values.visibleInReflections = on; }
+    bool &getVisibleInRefractions() { return values.visibleInRefractions; }
+    void setVisibleInRefractions(const bool &on) { values.visibleInRefractions = on; }
+    bool &getCastShadows() { return values.castShadows; }
+    void setCastShadows(const bool &on) { values.castShadows = on; }
+    bool &getReceiveShadows() { return values.receiveShadows; }
+    void setReceiveShadows(const bool &on) { values.receiveShadows = on; }
+    bool &getDoubleSided() { return values.doubleSided; }
+    void setDoubleSided(const bool &on) { values.doubleSided = on; }
+    bool &getVisibleInPhotons() { return values.visibleInPhotons; }
+    void setVisibleInPhotons(const bool &on) { values.visibleInPhotons = on; }
+    bool &getCastShadowsOnShadowMaterial() { return values.castShadowsOnShadowMaterial; }
+    void setCastShadowsOnShadowMaterial(const bool &on) { values.castShadowsOnShadowMaterial = on; }
+    bool &getUseOverrideMaterial() { return values.useOverrideMaterial; }
+    void setUseOverrideMaterial(const bool &on) { values.useOverrideMaterial = on; }
+    MaterialPtr &getOverrideMaterial() { return values.overrideMaterial; }
+
+    /// All values at once.
+    const RenderAttributeValues &getValues() const { return values; }
+    void setValues(const RenderAttributeValues &newValues) { values = newValues; }
+
+private:
+    friend class RaytracingGeoAttachment;
+    RenderAttributeValues values;
+};
+
+/// The render attributes of one geometry: current values, and values stored under names.
+class MK_HOST_API RaytracingGeoAttachment : public RaytracingGeoAttachmentBase
+{
+public:
+    void setOverrideMaterial(const MaterialPtr &material);
+
+    /// Stores the current values under `name`, replacing what was stored there. `layerId` is the
+    /// id of the render layer that they come from, 0 for none.
+    void storeState(const std::string &name, std::uint32_t layerId = 0);
+    /// Makes the state of this name current; false, and no change, when there is none.
+    bool restoreState(const std::string &name);
+    bool hasState(const std::string &name) const { return states.count(name) > 0; }
+    /// The layer id kept with a state; 0 for none.
+    std::uint32_t getStateLayerId(const std::string &name) const;
+    /// Sets the current values to the defaults. Stored states stay.
+    void reset();
+    /// After a file was read: replaces each kept layer id that `ids` knows by the id of the
+    /// container that was made from it.
+    void updateRenderLayerStateIds(const std::map<unsigned int, FieldContainerPtr> &ids);
+
+private:
+    struct State
+    {
+        std::uint32_t layerId;
+        RenderAttributeValues values;
+    };
+    std::map<std::string, State> states;
+};
+
+} // namespace osg

@@ -1,0 +1,125 @@
+#include "mkOpenSGUtils/mkNodeUtils.h"
+
+#include "mkOpenSGUtils/mkNodePtr.h"
+#include "mkUtils/mkTrace.h"
+
+#include <algorithm>
+#include <cctype>
+
+using osg::RaytracingGeoAttachment;
+using osg::RaytracingGeoAttachmentPtr;
+
+QString traceText(const std::vector<mkNodePtr> &nodes)
+{
+    QStringList texts;
+    for (const mkNodePtr &node : nodes) {
+        texts += traceText(node.get());
+    }
+    return QLatin1Char('[') + texts.join(QStringLiteral(", ")) + QLatin1Char(']');
+}
+
+namespace mkNodeUtils {
+
+const char *getName(const osg::NodePtr &node)
+{
+    return node ? node->getName().c_str() : "";
+}
+
+std::string getUniqueName(const std::string &name, const std::vector<std::string> &taken)
+{
+    if (!mkTrace::call("mkNodeUtils::getUniqueName", name)) {
+        return {};
+    }
+    // One pass marks which of the first taken.size() + 1 candidates are in use; candidate 0 is
+    // the name itself. One of them is free.
+    std::vector<bool> used(taken.size() + 2, false);
+    for (const std::string &other : taken) {
+        if (other.compare(0, name.size(), name) != 0) {
+            continue;
+        }
+        const std::string suffix = other.substr(name.size());
+        if (suffix.empty()) {
+            used[0] = true;
+        } else if (suffix.size() < 10 && suffix.front() != '0'
+                   && std::all_of(suffix.begin(), suffix.end(),
+                                  [](unsigned char c) { return std::isdigit(c) != 0; })) {
+            const std::size_t number = std::stoul(suffix);
+            if (number < used.size()) {
+                used[number] = true;
+            }
+        }
+    }
+    if (!used[0]) {
+        return name;
+    }
+    const auto number = std::find(used.begin() + 1, used.end(), false) - used.begin();
+    return name + std::to_string(number);
+}
+
+RaytracingGeoAttachmentPtr getRenderAttributes(const osg::NodePtr &node)
+{
+    return node ? RaytracingGeoAttachmentPtr(
+               node->findAttachment(RaytracingGeoAttachment::_type.getGroupId()))
+                : RaytracingGeoAttachmentPtr();
+}
+
+void applyRenderLayerAttributes(const osg::NodePtr &node,
+                                const RaytracingGeoAttachmentPtr &attributes)
+{
+    applyRenderLayerAttributes(node, attributes, [](const osg::NodePtr &) { return false; });
+}
+
+void applyRenderLayerAttributes(const osg::NodePtr &node,
+                                const RaytracingGeoAttachmentPtr &attributes,
+                                const std::function<bool(const osg::NodePtr &)> &skip)
+{
+    if (!mkTrace::call("mkNodeUtils::applyRenderLayerAttributes", node, attributes)
+        || !attributes) {
+        return;
+    }
+    osg::traverse(node, [&](const osg::NodePtr &below) {
+        if (below != node && skip(below)) {
+            return osg::Action::Skip;
+        }
+        RaytracingGeoAttachmentPtr own = getRenderAttributes(below);
+        if (!own) {
+            own = RaytracingGeoAttachment::create();
+            below->addAttachment(own);
+            below->changed(osg::AttachmentContainer::AttachmentsFieldMask,
+                           osg::ChangeOrigin::External);
+        }
+        if (own != attributes) {
+            own->setValues(attributes->getValues());
+        }
+        // Views look at the node, the renderer at the attachment.
+        own->changed(osg::AllFields, osg::ChangeOrigin::External);
+        below->changed(osg::AttachmentContainer::AttachmentsFieldMask, osg::ChangeOrigin::External);
+        return osg::Action::Continue;
+    });
+}
+
+void resetRenderLayerAttributes(const osg::NodePtr &root)
+{
+    if (!mkTrace::call("mkNodeUtils::resetRenderLayerAttributes", root)) {
+        return;
+    }
+    osg::traverse(root, [](const osg::NodePtr &node) {
+        if (const RaytracingGeoAttachmentPtr own = getRenderAttributes(node)) {
+            own->reset();
+            node->changed(osg::AttachmentContainer::AttachmentsFieldMask,
+                          osg::ChangeOrigin::External);
+        }
+        return osg::Action::Continue;
+    });
+}
+
+std::string getPath(const osg::NodePtr &node)
+{
+    std::string path;
+    for (osg::NodePtr above = node; above; above = above->getParent()) {
+        path.insert(0, '/' + above->getName());
+    }
+    return path;
+}
+
+} // namespace mkNodeUtils

@@ -1,0 +1,244 @@
+#include "mkOpenSGUtils/mkRenderLayer.h"
+
+#include "mkOpenSGUtils/mkNodeUtils.h"
+#include "mkUtils/mkTrace.h"
+
+#include <unordered_set>
+
+using osg::RaytracingGeoAttachment;
+using osg::RaytracingGeoAttachmentPtr;
+using osg::RenderLayerPtr;
+using osg::RenderLayersPtr;
+
+mkRenderLayer::mkRenderLayer(const osg::NodePtr &sceneRoot)
+    : root(sceneRoot)
+    , content(sceneRoot->findAttachment(osg::RenderLayers::_type.getGroupId()))
+{
+    if (!content) {
+        content = osg::RenderLayers::create();
+        root->addAttachment(content);
+    }
+}
+
+bool mkRenderLayer::isEmpty() const
+{
+    mkTrace::call("mkRenderLayer::isEmpty");
+    return content->isEmpty();
+}
+
+RenderLayersPtr mkRenderLayer::getAttachment() const
+{
+    return mkTrace::call("mkRenderLayer::getAttachment") ? content : RenderLayersPtr();
+}
+
+void mkRenderLayer::addLayer(const std::string &name)
+{
+    if (mkTrace::call("mkRenderLayer::addLayer", name)) {
+        content->addEntry(osg::RenderLayer::create(name));
+    }
+}
+
+void mkRenderLayer::subLayer(const std::string &name)
+{
+    if (mkTrace::call("mkRenderLayer::subLayer", name)) {
+        content->subLayer(name);
+    }
+}
+
+bool mkRenderLayer::copyLayer(unsigned index, const std::string &newName, RenderLayerPtr *newLayer)
+{
+    const RenderLayerPtr source = layer(index);
+    if (!mkTrace::call("mkRenderLayer::copyLayer", index, newName) || !source) {
+        return false;
+    }
+    const RenderLayerPtr copy = osg::RenderLayer::create(newName);
+    copy->setState(source->getState());
+    const auto &nodes = source->getNodes();
+    for (std::size_t i = 0; i < nodes.size(); ++i) {
+        RaytracingGeoAttachmentPtr attributes;
+        if (const RaytracingGeoAttachmentPtr original{ source->getAttributes()[i] }) {
+            attributes = RaytracingGeoAttachment::create();
+            attributes->setValues(original->getValues());
+        }
+        copy->addNode(nodes[i], attributes);
+    }
+    content->addEntry(copy);
+    if (newLayer) {
+        *newLayer = copy;
+    }
+    return true;
+}
+
+void mkRenderLayer::setLayerName(unsigned index, const std::string &name)
+{
+    if (mkTrace::call("mkRenderLayer::setLayerName", index, name)) {
+        content->renameLayer(index, name);
+    }
+}
+
+void mkRenderLayer::moveUpLayer(unsigned index)
+{
+    if (mkTrace::call("mkRenderLayer::moveUpLayer", index)) {
+        content->moveEntry(index, -1);
+    }
+}
+
+void mkRenderLayer::moveDownLayer(unsigned index)
+{
+    if (mkTrace::call("mkRenderLayer::moveDownLayer", index)) {
+        content->moveEntry(index, 1);
+    }
+}
+
+void mkRenderLayer::addNode(unsigned index, const osg::NodePtr &node)
+{
+    if (mkTrace::call("mkRenderLayer::addNode", index, node)) {
+        addNode(layer(index), node);
+    }
+}
+
+void mkRenderLayer::addNode(const std::string &layerName, const osg::NodePtr &node)
+{
+    if (mkTrace::call("mkRenderLayer::addNode", layerName, node)) {
+        addNode(content->findLayer(layerName), node);
+    }
+}
+
+void mkRenderLayer::addNode(const RenderLayerPtr &target, const osg::NodePtr &node)
+{
+    if (target && node && node != root && !target->contains(node)) {
+        target->addNode(node, RaytracingGeoAttachment::create());
+    }
+}
+
+void mkRenderLayer::subNode(unsigned index, const osg::NodePtr &node)
+{
+    const RenderLayerPtr target = layer(index);
+    if (mkTrace::call("mkRenderLayer::subNode", index, node) && target) {
+        target->subNode(node);
+    }
+}
+
+void mkRenderLayer::moveUpNode(unsigned index, const osg::NodePtr &node)
+{
+    const RenderLayerPtr target = layer(index);
+    if (mkTrace::call("mkRenderLayer::moveUpNode", index, node) && target) {
+        target->moveNode(node, -1);
+    }
+}
+
+void mkRenderLayer::moveDownNode(unsigned index, const osg::NodePtr &node)
+{
+    const RenderLayerPtr target = layer(index);
+    if (mkTrace::call("mkRenderLayer::moveDownNode", index, node) && target) {
+        target->moveNode(node, 1);
+    }
+}
+
+void mkRenderLayer::activateLayer(unsigned index)
+{
+    const RenderLayerPtr target = layer(index);
+    if (!mkTrace::call("mkRenderLayer::activateLayer", index) || !target) {
+        return;
+    }
+    // A copy: observers of the scene may change the layer while it is applied.
+    const std::vector<osg::NodePtr> nodes = target->getNodes();
+    for (const osg::NodePtr &node : nodes) {
+        activateNode(target, node);
+    }
+}
+
+void mkRenderLayer::activateNode(unsigned index, const osg::NodePtr &node)
+{
+    const RenderLayerPtr target = layer(index);
+    if (mkTrace::call("mkRenderLayer::activateNode", index, node) && target) {
+        activateNode(target, node);
+    }
+}
+
+void mkRenderLayer::activateNode(const RenderLayerPtr &target, const osg::NodePtr &node)
+{
+    mkNodeUtils::applyRenderLayerAttributes(node,
+                                            RaytracingGeoAttachmentPtr(
+                                                target->findAttributes(node)),
+                                            [&target](const osg::NodePtr &below) {
+                                                return target->contains(below);
+                                            });
+}
+
+RaytracingGeoAttachmentPtr mkRenderLayer::getAttributes(unsigned index,
+                                                        const osg::NodePtr &node) const
+{
+    const RenderLayerPtr target = layer(index);
+    if (!mkTrace::call("mkRenderLayer::getAttributes", index, node) || !target) {
+        return osg::NullFC;
+    }
+    return RaytracingGeoAttachmentPtr(target->findAttributes(node));
+}
+
+void mkRenderLayer::setAttributes(unsigned index, const osg::NodePtr &node,
+                                  const RaytracingGeoAttachmentPtr &attributes)
+{
+    const RenderLayerPtr target = layer(index);
+    if (mkTrace::call("mkRenderLayer::setAttributes", index, node, attributes) && target
+        && attributes) {
+        target->replaceAttributes(node, attributes);
+    }
+}
+
+void mkRenderLayer::setCollapseState(unsigned index, unsigned state)
+{
+    const RenderLayerPtr target = layer(index);
+    if (mkTrace::call("mkRenderLayer::setCollapseState", index, state) && target) {
+        target->setState(state);
+    }
+}
+
+bool mkRenderLayer::cleanup(const osg::NodePtr &sceneRoot)
+{
+    if (!mkTrace::call("mkRenderLayer::cleanup", sceneRoot) || !sceneRoot) {
+        return false;
+    }
+    std::unordered_set<std::uint32_t> present;
+    osg::traverse(sceneRoot, [&present](const osg::NodePtr &node) {
+        present.insert(node->getId());
+        return osg::Action::Continue;
+    });
+
+    bool changed = content->removeForeignEntries();
+    for (const osg::FieldContainerPtr &entry : content->getLayers()) {
+        const RenderLayerPtr target(entry);
+        const std::vector<osg::NodePtr> nodes = target->getNodes();
+        for (const osg::NodePtr &node : nodes) {
+            if (present.count(node->getId()) == 0) {
+                changed |= target->subNode(node);
+            }
+        }
+    }
+    return changed;
+}
+
+bool mkRenderLayer::isMaterialInUse(const osg::MaterialPtr &material) const
+{
+    if (!mkTrace::call("mkRenderLayer::isMaterialInUse", material) || !material) {
+        return false;
+    }
+    for (const osg::FieldContainerPtr &entry : content->getLayers()) {
+        const RenderLayerPtr target(entry);
+        if (!target) {
+            continue;
+        }
+        for (const osg::FieldContainerPtr &attributes : target->getAttributes()) {
+            const RaytracingGeoAttachmentPtr values(attributes);
+            if (values && values->getOverrideMaterial() == material) {
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
+RenderLayerPtr mkRenderLayer::layer(unsigned index) const
+{
+    return content->getLayer(index);
+}

@@ -1,0 +1,67 @@
+#include "mkQt4Ext/QMKDockWindowManager.h"
+
+#include "mkKernel/mkController.h"
+#include "mkUtils/mkTrace.h"
+
+#include <QAction>
+#include <QMainWindow>
+#include <QMenu>
+#include <QMenuBar>
+
+QMKDockWindowManager::QMKDockWindowManager(QMainWindow *mainWindow)
+    : QObject(mainWindow)
+    , window(mainWindow)
+{
+    mkController::setDockWindowManager(this);
+}
+
+QMKDockWidget *QMKDockWindowManager::add(const char *name, const QString &group, QWidget *widget,
+                                         const QString &toolclip, const QIcon &icon,
+                                         const QString &label, Qt::DockWidgetArea area,
+                                         bool visible, QMenu *menu)
+{
+    mkTrace::call("QMKDockWindowManager::add", name, group, toolclip, label, int(area), visible);
+    const QString title = QString::fromUtf8(name);
+    auto *const dock = new QMKDockWidget(title, window);
+    dock->setObjectName(title);
+    dock->setProperty("toolclip", toolclip);
+    dock->setWindowIcon(icon);
+    dock->setWidget(widget);
+    // A QMainWindow used as a panel comes as a window; inside the dock it is a plain widget.
+    widget->setWindowFlags(Qt::Widget);
+    widget->show();
+
+    const Qt::DockWidgetArea side = area == Qt::NoDockWidgetArea ? Qt::RightDockWidgetArea : area;
+    QMKDockWidget *neighbour = nullptr;
+    for (QMKDockWidget *other : qAsConst(docks)) {
+        if (!other->isFloating() && window->dockWidgetArea(other) == side) {
+            neighbour = other;
+        }
+    }
+    window->addDockWidget(side, dock);
+    if (neighbour) {
+        window->tabifyDockWidget(neighbour, dock);
+    }
+    dock->setVisible(visible);
+    docks += dock;
+
+    QAction *const toggle = dock->toggleViewAction();
+    toggle->setIcon(icon);
+    toggle->setToolTip(label);
+    groupMenu(group)->addAction(toggle);
+    if (menu) {
+        groupMenu(group)->addMenu(menu);
+    }
+    connect(widget, &QObject::destroyed, dock, [dock] { dock->deleteLater(); });
+    connect(dock, &QObject::destroyed, this, [this, dock] { docks.removeAll(dock); });
+    return dock;
+}
+
+QMenu *QMKDockWindowManager::groupMenu(const QString &group)
+{
+    QMenu *&menu = menus[group];
+    if (!menu) {
+        menu = window->menuBar()->addMenu(group);
+    }
+    return menu;
+}

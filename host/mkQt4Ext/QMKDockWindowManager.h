@@ -1,0 +1,47 @@
+#pragma once
+
+#include "mkHostExport.h"
+#include "mkQt4Ext/QMKDockWidget.h"
+
+#include <QIcon>
+#include <QMap>
+#include <QObject>
+#include <QString>
+
+class QMainWindow;
+class QMenu;
+class QMenuBar;
+
+/// Puts panels into dock windows of the main window and into its menus, one menu a group.
+class MK_HOST_API QMKDockWindowManager : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// `window` is also the parent. Registers itself with the controller.
+    explicit QMKDockWindowManager(QMainWindow *window);
+
+    /// Docks `widget`, which then belongs to the dock window.
+    /// - `name`: title of the dock window and its entry in the menu; also its object name.
+    /// - `group`: title of the menu that holds the entry.
+    /// - `toolclip`: id of the help clip that explains the panel, kept as the dock window's
+    ///   "toolclip" property.
+    /// - `label`: short name, shown as tool tip of the menu entry.
+    /// - `area`: Qt::NoDockWidgetArea leaves the place to the host, which takes the right side.
+    /// - `visible`: whether the dock window is shown at first.
+    /// - `menu`: further entries for the menu, or null; stays the caller's.
+    /// Panels docked at the same side are tabbed. The dock window deletes itself when its panel
+    /// is deleted, so that an unloaded plug-in leaves no empty frame behind.
+    QMKDockWidget *add(const char *name, const QString &group, QWidget *widget,
+                       const QString &toolclip, const QIcon &icon, const QString &label,
+                       Qt::DockWidgetArea area, bool visible, QMenu *menu);
+
+    QList<QMKDockWidget *> getDockWidgets() const { return docks; }
+
+private:
+    QMenu *groupMenu(const QString &group);
+
+    QMainWindow *window;
+    QMap<QString, QMenu *> menus;
+    QList<QMKDockWidget *> docks;
+};

@@ -1,0 +1,67 @@
+#include "mkUtils/mkLog.h"
+
+#include <cstdarg>
+#include <cstdio>
+#include <map>
+#include <utility>
+
+namespace {
+
+std::map<int, mkLog::Listener> &listeners()
+{
+    static std::map<int, mkLog::Listener> all;
+    return all;
+}
+
+void write(mkLog::Severity severity, const char *prefix, const char *format, va_list arguments)
+{
+    const QString line = QString::vasprintf(format, arguments);
+    std::fprintf(stderr, "%s%s\n", prefix, line.toUtf8().constData());
+    // A copy: a listener may remove itself while it is told.
+    const auto current = listeners();
+    for (const auto &entry : current) {
+        entry.second(severity, line);
+    }
+}
+
+} // namespace
+
+namespace mkLog {
+
+void info(const char *format, ...)
+{
+    va_list arguments;
+    va_start(arguments, format);
+    write(Severity::Info, "", format, arguments);
+    va_end(arguments);
+}
+
+void warning(const char *format, ...)
+{
+    va_list arguments;
+    va_start(arguments, format);
+    write(Severity::Warning, "warning: ", format, arguments);
+    va_end(arguments);
+}
+
+void error(const char *format, ...)
+{
+    va_list arguments;
+    va_start(arguments, format);
+    write(Severity::Error, "error: ", format, arguments);
+    va_end(arguments);
+}
+
+int addListener(Listener listener)
+{
+    static int lastId = 0;
+    listeners().emplace(++lastId, std::move(listener));
+    return lastId;
+}
+
+void removeListener(int id)
+{
+    listeners().erase(id);
+}
+
+} // namespace mkLog

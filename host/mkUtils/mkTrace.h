@@ -1,0 +1,62 @@
+#pragma once
+
+#include "mkHostExport.h"
+
+#include <QString>
+#include <QStringList>
+
+#include <bitset>
+#include <functional>
+#include <string>
+
+/// The host-call trace, a diagnostic for people who write plug-ins. Every host operation that a
+/// plug-in calls announces itself here: one line a call, name and arguments, in the logging
+/// category "mk.host" at debug level. It is off by default and then costs next to nothing.
+///
+/// An interceptor sees each call before it is carried out and can make it throw, call back into
+/// the plug-in, or answer with nothing, which is how a plug-in is tried against a failing host.
+namespace mkTrace {
+
+/// Sees the name of each call. False makes the call do nothing and return an empty result; an
+/// exception leaves the call as it is thrown.
+using Interceptor = std::function<bool(const char *call)>;
+
+/// Installs `interceptor`; an empty one switches interception off.
+MK_HOST_API void setInterceptor(Interceptor interceptor);
+
+/// True while somebody listens, by the logging category or by an interceptor.
+MK_HOST_API bool isActive();
+MK_HOST_API bool announce(const char *call, const QStringList &arguments);
+
+MK_HOST_API QString traceText(const std::string &text);
+MK_HOST_API QString traceText(const char *text);
+/// Field masks: "all", or the numbers of the bits.
+MK_HOST_API QString traceText(const std::bitset<128> &fields);
+inline QString traceText(const QString &text)
+{
+    return traceText(text.toStdString());
+}
+inline QString traceText(bool value)
+{
+    return value ? QStringLiteral("true") : QStringLiteral("false");
+}
+inline QString traceText(int value)
+{
+    return QString::number(value);
+}
+inline QString traceText(unsigned value)
+{
+    return QString::number(value);
+}
+
+/// Announces a call; returns false when the call is to answer with nothing.
+template <typename... Arguments>
+bool call(const char *name, const Arguments &...arguments)
+{
+    if (Q_LIKELY(!isActive())) {
+        return true;
+    }
+    return announce(name, QStringList{ traceText(arguments)... });
+}
+
+} // namespace mkTrace
