@@ -1,0 +1,20 @@
+#pragma once
+
+#include "mkRenderAttributes.h"
+#include "ui_mkAttributesGUI.h"
+
+#include <QDialog>
+
+/// Asks for all eleven render attributes at once. Its boxes keep their states from one use to
+/// the next; it writes nothing itself.
+class mkAttributesGUIW : public QDialog, public Ui::mkAttributesGUI
+{
+    Q_OBJECT
+
+public:
+    mkAttributesGUIW(QWidget *parent, const QString &name);
+    ~mkAttributesGUIW() override;
+
+    /// The boxes' states, in the order of the attribute table.
+    mkRenderAttributeFlags getFlags() const;
+};

@@ -1,0 +1,90 @@
+#pragma once
+
+#include "OSGSystem/Node.h"
+#include "mkOpenSGExt/RaytracingGeoAttachment.h"
+
+#include <QIcon>
+#include <QTreeWidgetItem>
+
+class QDropEvent;
+
+/// What attribute cells can show, translated and drawn once for many rows.
+class mkAttributeCells
+{
+public:
+    mkAttributeCells();
+
+    const QVariant &text(bool on) const { return on ? onText : offText; }
+    const QVariant &emptyText() const { return empty; }
+    const QVariant &noIcon() const { return none; }
+    /// The clear button; made when it is first asked for.
+    const QVariant &clearButton();
+
+private:
+    QVariant onText;
+    QVariant offText;
+    QVariant empty;
+    QVariant none;
+    QVariant button;
+};
+
+/// A row of the layer tree: a layer, or a node of the layer above it. A row shows what the store
+/// held when it was filled. It keeps the id of its node, never the node, and asks the store for
+/// its layer's data at every use; it lives until the next rebuild of the tree.
+class mkNodeItem : public QTreeWidgetItem
+{
+public:
+    enum ItemType : quint32 { LayerRow = 1, NodeRow = 2 };
+
+    /// A row in `view`, which may be null, for `node`, which may be null.
+    mkNodeItem(QTreeWidget *view, const osg::NodePtr &node);
+    explicit mkNodeItem(const osg::NodePtr &node);
+    ~mkNodeItem() override;
+
+    /// Layer rows can be edited, other rows cannot.
+    void setItemType(ItemType type);
+    ItemType getItemType() const { return itemType; }
+    bool isLayer() const { return itemType == LayerRow; }
+    bool isNode() const { return itemType == NodeRow; }
+
+    /// The row's node; null for layer rows, for a node that is gone, and for an id that now
+    /// belongs to something else.
+    osg::NodePtr getNode() const;
+    /// The position of the row's layer; 0 for a row that is in no tree.
+    unsigned getLayerIndex() const;
+
+    /// Position of the node in its layer's lists; -1 until set.
+    void setAttributeIndex(int index) { attributeIndex = index; }
+    int getAttributeIndex() const { return attributeIndex; }
+
+    /// Fills columns 1 to 12. Nothing when the node is gone or `attributes` is null.
+    void updateAttributes(const osg::RaytracingGeoAttachmentPtr &attributes);
+    void updateAttributes(const osg::RaytracingGeoAttachmentPtr &attributes,
+                          mkAttributeCells &cells);
+    /// Fills column 12. Nothing when `attributes` is null.
+    void updateOverrideMaterial(const osg::RaytracingGeoAttachmentPtr &attributes);
+    void updateOverrideMaterial(const osg::RaytracingGeoAttachmentPtr &attributes,
+                                mkAttributeCells &cells);
+    /// Writes columns 1 to 11 into the store.
+    void writeAttributes();
+    /// Makes a layer row's text the layer's name in the store, which must have been checked.
+    void commitLayerName();
+    /// Activates the row's layer or node in the store.
+    void activate();
+    /// Removes the node's override material in the store, and the flag that uses it. The cells
+    /// stay as they are and nobody is notified: the caller does both.
+    void clearOverrideMaterial();
+
+    QVariant data(int column, int role) const override;
+
+    /// Applies a drop onto this row. The tree may be rebuilt, which deletes the row.
+    void processDrop(const QDropEvent *event);
+
+private:
+    void dropNodes(const QDropEvent *event);
+    void dropMaterial(const QDropEvent *event);
+
+    quint32 nodeId;
+    ItemType itemType = ItemType(0);
+    qint32 attributeIndex = -1;
+};

@@ -1,0 +1,329 @@
+#include "mkNodeListWidget.h"
+
+#include "mkAttributesGUIW.h"
+#include "mkIconManager/mkIconManager.h"
+#include "mkNodeItem.h"
+#include "mkOverrideMaterialItemDelegate.h"
+#include "mkRenderAttributes.h"
+#include "mkShortcut/mkShortcut.h"
+
+#include <QHeaderView>
+#include <QKeyEvent>
+#include <QMenu>
+#include <QSet>
+
+#include <algorithm>
+#include <array>
+
+mkNodeListWidget::mkNodeListWidget(QWidget *parent, Qt::WindowFlags flags)
+    : QTreeWidget(parent)
+    , ownerWidget(parent)
+{
+    setWindowFlags(flags);
+
+    QStringList labels{ tr("Layer") };
+    for (const mkRenderAttribute &attribute : mkRenderAttributes) {
+        labels += tr(attribute.header);
+    }
+    labels += tr("OverrideMaterial");
+    setHeaderLabels(labels);
+    header()->resizeSections(QHeaderView::Interactive);
+
+    setAcceptDrops(true);
+    setDragDropMode(QAbstractItemView::DropOnly);
+    setAllColumnsShowFocus(true);
+    setSelectionMode(QAbstractItemView::ExtendedSelection);
+    setSelectionBehavior(QAbstractItemView::SelectRows);
+    setFocusPolicy(Qt::StrongFocus);
+    setRootIsDecorated(true);
+
+    overrideMaterialDelegate = new mkOverrideMaterialItemDelegate(this);
+    setItemDelegateForColumn(mkColumn::OverrideMaterial, overrideMaterialDelegate);
+
+    connect(this, SIGNAL(itemExpanded(QTreeWidgetItem *)), this, SLOT(expanded(QTreeWidgetItem *)));
+    connect(this, SIGNAL(itemCollapsed(QTreeWidgetItem *)), this,
+            SLOT(collapsed(QTreeWidgetItem *)));
+    setContextMenuPolicy(Qt::CustomContextMenu);
+    connect(this, SIGNAL(customContextMenuRequested(QPoint)), this, SLOT(showPopup(QPoint)));
+    connect(this, SIGNAL(itemChanged(QTreeWidgetItem *, int)), this,
+            SLOT(changedItem(QTreeWidgetItem *, int)));
+    connect(this, SIGNAL(itemDoubleClicked(QTreeWidgetItem *, int)), this,
+            SLOT(doubleClicked(QTreeWidgetItem *, int)));
+
+    createActions();
+    registerKeys();
+}
+
+mkNodeListWidget::~mkNodeListWidget() = default;
+
+void mkNodeListWidget::createActions()
+{
+    contextMenu = new QMenu(this);
+    contextMenu->setTearOffEnabled(true);
+
+    // The actions bind no keys: keyPressEvent does. The menu only shows them.
+    const auto add = [this](const QString &text, const char *slot) {
+        return contextMenu->addAction(text, this, slot, QKeySequence());
+    };
+    const auto keyText = [](int key, Qt::KeyboardModifiers modifiers) {
+        return mkShortcut::convertKey(key, modifiers, false);
+    };
+
+    createLayerAction = add(tr("Create Layer"), SLOT(createLayer()));
+    renameLayerAction = add(tr("Rename Layer\t") + keyText(Qt::Key_R, Qt::ControlModifier),
+                            SLOT(renameLayer()));
+    deleteAction = add(tr("Delete\t") + keyText(Qt::Key_Delete, Qt::NoModifier),
+                       SLOT(deleteSelected()));
+    duplicateLayerAction = add(tr("Duplicate Layer\t") + keyText(Qt::Key_D, Qt::ControlModifier),
+                               SLOT(duplicateLayer()));
+    selectAllAction = add(tr("Select All\t") + keyText(Qt::Key_A, Qt::ControlModifier),
+                          SLOT(clickedSelectAll()));
+    moveUpAction = add(tr("Move Up\t") + keyText(Qt::Key_Up, Qt::ControlModifier),
+                       SLOT(moveUpNode()));
+    moveDownAction = add(tr("Move Down\t") + keyText(Qt::Key_Down, Qt::ControlModifier),
+                         SLOT(moveDownNode()));
+    contextMenu->addSeparator();
+    applyAttributesAction = add(tr("Apply Attributes to Selected ..."),
+                                SLOT(applyAttributesToSelected()));
+    contextMenu->addSeparator();
+    addSelectedNodesAction = add(tr("Add Selected Nodes"), SLOT(addSelectedNodes()));
+    selectNodesAction = add(tr("Select Nodes\t") + keyText(Qt::Key_N, Qt::ControlModifier),
+                            SLOT(selectNodes()));
+    contextMenu->addSeparator();
+    cleanupAction = add(tr("Cleanup"), SLOT(cleanup()));
+    clearOverrideMaterialAction = contextMenu->addAction(QIcon(mkIconManager::get(
+                                                             "General/DeleteOffNormal.svg")),
+                                                         tr("Clear Override Material"), this,
+                                                         SLOT(clearOverrideMaterial()),
+                                                         QKeySequence());
+}
+
+void mkNodeListWidget::registerKeys()
+{
+    const QString group = tr("Render Layer");
+    mkShortcut::addKey(group, Qt::Key_Delete, Qt::NoModifier, tr("Delete"));
+    mkShortcut::addKey(group, Qt::Key_D, Qt::ControlModifier, tr("Duplicate Layer"));
+    mkShortcut::addKey(group, Qt::Key_R, Qt::ControlModifier, tr("Rename Layer"));
+    mkShortcut::addKey(group, Qt::Key_A, Qt::ControlModifier, tr("Select All"));
+    mkShortcut::addKey(group, Qt::Key_N, Qt::ControlModifier, tr("Select Nodes"));
+    mkShortcut::addKey(group, Qt::Key_Up, Qt::ControlModifier, tr("Move Item Up"));
+    mkShortcut::addKey(group, Qt::Key_Down, Qt::ControlModifier, tr("Move Item Down"));
+}
+
+void mkNodeListWidget::showPopup(const QPoint &pos)
+{
+    const std::array<QAction *, 9> needRow{
+        renameLayerAction,      deleteAction,      duplicateLayerAction,
+        moveUpAction,           moveDownAction,    applyAttributesAction,
+        addSelectedNodesAction, selectNodesAction, clearOverrideMaterialAction
+    };
+    const auto *const clicked = static_cast<mkNodeItem *>(itemAt(pos));
+    for (QAction *action : needRow) {
+        action->setEnabled(clicked != nullptr);
+        action->setStatusTip(QString());
+    }
+    createLayerAction->setEnabled(true);
+    selectAllAction->setEnabled(true);
+    cleanupAction->setEnabled(clicked || topLevelItemCount() > 0);
+
+    if (clicked) {
+        const std::size_t nodes = selectedRows(false).size();
+        const std::size_t layers = getSelectedLayerItems().size();
+        const bool single = nodes + layers < 2;
+        const bool mixed = nodes > 0 && layers > 0;
+        moveUpAction->setEnabled(!mixed);
+        moveDownAction->setEnabled(!mixed);
+        renameLayerAction->setEnabled(single && !clicked->isNode());
+        duplicateLayerAction->setEnabled(!clicked->isNode());
+        if (single) {
+            const QString prefix = clicked->isNode() ? tr("Select node '")
+                                                     : tr("Select nodes of layer '");
+            selectNodesAction->setStatusTip(prefix + clicked->text(mkColumn::Layer)
+                                            + QLatin1Char('\''));
+        }
+    }
+    contextMenu->popup(viewport()->mapToGlobal(pos));
+}
+
+void mkNodeListWidget::keyPressEvent(QKeyEvent *event)
+{
+    const auto rename = [this] {
+        if (selectedItemRows().size() <= 1) {
+            renameLayer();
+        }
+    };
+    if (event->modifiers() == Qt::ControlModifier) {
+        switch (event->key()) {
+        case Qt::Key_A:
+            return selectAll();
+        case Qt::Key_D:
+            return duplicateLayer();
+        case Qt::Key_N:
+            return selectNodes();
+        case Qt::Key_R:
+            return rename();
+        case Qt::Key_Up:
+            return moveUpNode();
+        case Qt::Key_Down:
+            return moveDownNode();
+        default:
+            break;
+        }
+    } else if (event->modifiers() == Qt::NoModifier) {
+        switch (event->key()) {
+        case Qt::Key_F2:
+            return rename();
+        case Qt::Key_Delete:
+            deleteLayers();
+            return deleteNodes();
+        default:
+            break;
+        }
+    }
+    QTreeView::keyPressEvent(event);
+}
+
+void mkNodeListWidget::clickedSelectAll()
+{
+    selectAll();
+}
+
+mkNodeItem *mkNodeListWidget::layerItem(int row) const
+{
+    return static_cast<mkNodeItem *>(topLevelItem(row));
+}
+
+mkNodeItem *mkNodeListWidget::nodeItem(const mkNodeItem *layer, int row)
+{
+    return static_cast<mkNodeItem *>(layer->child(row));
+}
+
+mkNodeListWidget::Rows mkNodeListWidget::selectedItemRows() const
+{
+    Rows rows;
+    QSet<const mkNodeItem *> seen;
+    const QItemSelection selection = selectionModel()->selection();
+    for (const QItemSelectionRange &range : selection) {
+        const QTreeWidgetItem *const layer = itemFromIndex(range.parent());
+        // Only ranges narrower than the row can meet in one row.
+        const bool wholeRows = range.width() == columnCount();
+        for (int row = range.top(); row <= range.bottom(); ++row) {
+            auto *const item = static_cast<mkNodeItem *>(layer ? layer->child(row)
+                                                               : topLevelItem(row));
+            if (!wholeRows && seen.contains(item)) {
+                continue;
+            }
+            if (!wholeRows) {
+                seen.insert(item);
+            }
+            rows.push_back(item);
+        }
+    }
+    return rows;
+}
+
+mkNodeListWidget::SelectedPositions mkNodeListWidget::selectedPositions() const
+{
+    SelectedPositions positions;
+    const QItemSelection selection = selectionModel()->selection();
+    for (const QItemSelectionRange &range : selection) {
+        std::vector<int> &rows = range.parent().isValid()
+                                     ? positions.nodesByLayer[range.parent().row()]
+                                     : positions.layers;
+        for (int row = range.top(); row <= range.bottom(); ++row) {
+            rows.push_back(row);
+        }
+    }
+    const auto sortUnique = [](std::vector<int> &rows) {
+        std::sort(rows.begin(), rows.end());
+        rows.erase(std::unique(rows.begin(), rows.end()), rows.end());
+    };
+    sortUnique(positions.layers);
+    for (auto &layer : positions.nodesByLayer) {
+        sortUnique(layer.second);
+    }
+    return positions;
+}
+
+mkNodeListWidget::Rows mkNodeListWidget::selectedRows(bool all) const
+{
+    Rows rows = selectedItemRows();
+    if (!all) {
+        const auto unwanted = [](const mkNodeItem *row) {
+            return !row->isNode() || !row->parent() || !row->parent()->isExpanded();
+        };
+        rows.erase(std::remove_if(rows.begin(), rows.end(), unwanted), rows.end());
+    }
+    return rows;
+}
+
+mkNodeListWidget::Rows mkNodeListWidget::getSelectedLayerItems() const
+{
+    Rows layers;
+    for (const int row : selectedPositions().layers) {
+        if (layerItem(row)->isLayer()) {
+            layers.push_back(layerItem(row));
+        }
+    }
+    return layers;
+}
+
+std::size_t mkNodeListWidget::getSelectedNodeItemsByLayer(std::vector<Rows> &groups) const
+{
+    std::size_t count = 0;
+    for (const auto &[layerRow, rows] : selectedPositions().nodesByLayer) {
+        const mkNodeItem *const layer = layerItem(layerRow);
+        if (!layer->isLayer() || !layer->isExpanded()) {
+            continue;
+        }
+        Rows group;
+        for (const int row : rows) {
+            if (nodeItem(layer, row)->isNode()) {
+                group.push_back(nodeItem(layer, row));
+            }
+        }
+        if (!group.empty()) {
+            count += group.size();
+            groups.push_back(std::move(group));
+        }
+    }
+    return count;
+}
+
+mkNodeItem *mkNodeListWidget::getFirstSelectedItem() const
+{
+    const Rows rows = selectedItemRows();
+    return rows.empty() ? nullptr : rows.front();
+}
+
+mkNodeItem *mkNodeListWidget::getPreviousSibling(const mkNodeItem *item) const
+{
+    return getSibling(item, -1);
+}
+
+mkNodeItem *mkNodeListWidget::getNextSibling(const mkNodeItem *item) const
+{
+    return getSibling(item, 1);
+}
+
+mkNodeItem *mkNodeListWidget::getSibling(const mkNodeItem *item, int step) const
+{
+    if (!item) {
+        return nullptr;
+    }
+    const QModelIndex index = indexFromItem(item);
+    return static_cast<mkNodeItem *>(itemFromIndex(index.sibling(index.row() + step, 0)));
+}
+
+void mkNodeListWidget::collectSelection(QStringList &layerNames, std::vector<osg::NodePtr> &nodes,
+                                        QStringList &nodeLayerNames) const
+{
+    for (const mkNodeItem *row : selectedItemRows()) {
+        if (row->isLayer()) {
+            layerNames += row->text(mkColumn::Layer);
+        } else if (row->isNode() && row->parent() && row->parent()->isExpanded()) {
+            nodes.push_back(row->getNode());
+            nodeLayerNames += row->parent()->text(mkColumn::Layer);
+        }
+    }
+}

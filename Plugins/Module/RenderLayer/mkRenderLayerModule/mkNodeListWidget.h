@@ -1,0 +1,157 @@
+#pragma once
+
+#include "OSGSystem/Node.h"
+#include "mkOpenSGExt/RaytracingGeoAttachment.h"
+
+#include <QPointer>
+#include <QStringList>
+#include <QTreeWidget>
+
+#include <map>
+#include <string>
+#include <vector>
+
+class QMenu;
+class mkAttributesGUIW;
+class mkNodeItem;
+class mkOverrideMaterialItemDelegate;
+
+/// The layer tree: a picture of the host's render-layer store, and the commands on it. Layer rows
+/// stand in the store's order, under each its nodes in the layer's order.
+///
+/// A command reads what it needs from the rows, calls the store, and rebuilds the tree once. The
+/// tree keeps nothing of the store: no row, index or handle is used after a rebuild. It assumes
+/// that a scene is open; without a store it shows nothing.
+class mkNodeListWidget : public QTreeWidget
+{
+    Q_OBJECT
+
+public:
+    /// `parent` also becomes the parent of the apply-attributes dialog.
+    explicit mkNodeListWidget(QWidget *parent = nullptr, Qt::WindowFlags flags = Qt::WindowFlags());
+    ~mkNodeListWidget() override;
+
+    /// The context menu, for others to add to. It belongs to the tree.
+    QMenu *popupMenu() const { return contextMenu; }
+
+    /// Draws the tree anew from the store. Expansion comes from the store. With `keepSelection`
+    /// every selected layer row and visible node row is selected again, found by layer name and
+    /// node; without it, only the current row, if it was selected.
+    void rebuildTree(bool keepSelection);
+    /// Widens the first column to its contents; never makes it narrower.
+    void fitFirstColumn();
+    /// Activates every selected row in the store, then requests a render.
+    void activateSelected();
+    /// Adds `node` to the layer named `layerName` (UTF-8) and rebuilds. Nothing when either is
+    /// null.
+    void addNodeToLayer(const osg::NodePtr &node, const char *layerName);
+    /// Makes `material`, which may be null, the override material of a node row.
+    void setOverrideMaterial(mkNodeItem *item, const osg::MaterialPtr &material);
+    /// The attributes of a node row as its layer holds them; null when there are none.
+    osg::RaytracingGeoAttachmentPtr getItemAttributes(mkNodeItem *item) const;
+
+    /// indexOfTopLevelItem() that does not search all layers anew for each of their rows.
+    int topLevelRow(const QTreeWidgetItem *item) const { return indexFromItem(item).row(); }
+
+    // The delegate lays its cells out as the view does.
+    using QTreeWidget::viewOptions;
+
+public Q_SLOTS:
+    void createLayer(QString name = QString());
+    void duplicateLayer();
+    void deleteSelected();
+    void selectNodes();
+
+protected:
+    void mousePressEvent(QMouseEvent *event) override;
+    void mouseReleaseEvent(QMouseEvent *event) override;
+    void keyPressEvent(QKeyEvent *event) override;
+    void dragEnterEvent(QDragEnterEvent *event) override;
+    void dragMoveEvent(QDragMoveEvent *event) override;
+    void dropEvent(QDropEvent *event) override;
+
+private Q_SLOTS:
+    void renameLayer();
+    void changedItem(QTreeWidgetItem *item, int col);
+    void deleteNodes();
+    void deleteLayers();
+    void showPopup(const QPoint &pos);
+    void doubleClicked(QTreeWidgetItem *item, int col);
+    void moveUpNode();
+    void moveDownNode();
+    void addSelectedNodes();
+    void cleanup();
+    void applyAttributesToSelected();
+    void expanded(QTreeWidgetItem *item);
+    void collapsed(QTreeWidgetItem *item);
+    void clickedSelectAll();
+    void clearOverrideMaterial();
+
+private:
+    using Rows = std::vector<mkNodeItem *>;
+
+    /// The selected rows by position, ascending: layers, and node rows by layer.
+    struct SelectedPositions
+    {
+        std::vector<int> layers;
+        std::map<int, std::vector<int>> nodesByLayer;
+    };
+    /// What a rebuild carries across.
+    struct SelectionMemory;
+    enum class Direction { Up, Down };
+
+    void createActions();
+    void registerKeys();
+
+    mkNodeItem *layerItem(int row) const;
+    static mkNodeItem *nodeItem(const mkNodeItem *layer, int row);
+
+    /// The rows of selectedItems(), in its order, at the cost of rows and not of cells.
+    Rows selectedItemRows() const;
+    SelectedPositions selectedPositions() const;
+    Rows selectedRows(bool all) const;
+    Rows getSelectedLayerItems() const;
+    std::size_t getSelectedNodeItemsByLayer(std::vector<Rows> &groups) const;
+    mkNodeItem *getFirstSelectedItem() const;
+    mkNodeItem *getPreviousSibling(const mkNodeItem *item) const;
+    mkNodeItem *getNextSibling(const mkNodeItem *item) const;
+    mkNodeItem *getSibling(const mkNodeItem *item, int step) const;
+    void collectSelection(QStringList &layerNames, std::vector<osg::NodePtr> &nodes,
+                          QStringList &nodeLayerNames) const;
+    QStringList getSelectedLayerNames() const;
+    Rows getTargetLayerItems() const;
+    Rows getTargetNodeItems() const;
+
+    SelectionMemory rememberSelection(bool keepSelection) const;
+    void createRows();
+    void restoreSelection(SelectionMemory &memory);
+    void makeCurrent(QTreeWidgetItem *item);
+    void storeExpansion(QTreeWidgetItem *item);
+
+    void move(Direction direction);
+    bool moveLayers(const Rows &layers, Direction direction);
+    bool moveNodes(const std::vector<Rows> &groups, Direction direction);
+    static void moveInStore(const mkNodeItem *row, unsigned layerIndex, Direction direction);
+    void clickClearButton(mkNodeItem *row);
+    static void acceptDrag(QDragMoveEvent *event);
+
+    bool pressedOnButton = false;
+    QModelIndex pressedIndex;
+    QWidget *ownerWidget;
+    QMenu *contextMenu = nullptr;
+    QAction *createLayerAction = nullptr;
+    QAction *renameLayerAction = nullptr;
+    QAction *deleteAction = nullptr;
+    QAction *duplicateLayerAction = nullptr;
+    QAction *selectAllAction = nullptr;
+    QAction *moveUpAction = nullptr;
+    QAction *moveDownAction = nullptr;
+    QAction *applyAttributesAction = nullptr;
+    QAction *addSelectedNodesAction = nullptr;
+    QAction *selectNodesAction = nullptr;
+    QAction *cleanupAction = nullptr;
+    QAction *clearOverrideMaterialAction = nullptr;
+    mkOverrideMaterialItemDelegate *overrideMaterialDelegate;
+    QPointer<mkAttributesGUIW> attributesDialog;
+    bool rebuilding = false;
+};

@@ -1,0 +1,166 @@
+// Editing of attribute cells and override materials, and the apply-attributes command.
+
+#include "mkAttributesGUIW.h"
+#include "mkEndEdit.h"
+#include "mkKernel/mkController.h"
+#include "mkKernel/mkScenegraph.h"
+#include "mkNodeItem.h"
+#include "mkNodeListWidget.h"
+#include "mkOverrideMaterialItemDelegate.h"
+#include "mkRenderAttributes.h"
+
+#include <QMouseEvent>
+
+void mkNodeListWidget::doubleClicked(QTreeWidgetItem *item, int col)
+{
+    auto *const row = static_cast<mkNodeItem *>(item);
+    if (!row || row->isLayer() || col < mkColumn::FirstAttribute || col > mkColumn::LastAttribute) {
+        return;
+    }
+    const bool old = row->data(col, Qt::UserRole).toBool();
+    row->setData(col, Qt::UserRole, !old);
+    row->setData(col, Qt::DisplayRole, old ? tr("Off") : tr("On"));
+    row->writeAttributes();
+}
+
+void mkNodeListWidget::mousePressEvent(QMouseEvent *event)
+{
+    pressedOnButton = false;
+    const QPoint point = event->pos();
+    const QModelIndex index = indexAt(point);
+    pressedIndex = index;
+    if (!index.isValid()) {
+        return;
+    }
+    if (index.column() == mkColumn::OverrideMaterial) {
+        pressedOnButton = overrideMaterialDelegate->decorationRect(index).contains(point, false);
+    }
+    if (!pressedOnButton) {
+        QTreeView::mousePressEvent(event);
+    }
+}
+
+void mkNodeListWidget::mouseReleaseEvent(QMouseEvent *event)
+{
+    const QPoint point = event->pos();
+    const QModelIndex index = indexAt(point);
+    if (!index.isValid()) {
+        pressedOnButton = false;
+        return;
+    }
+    auto *const row = static_cast<mkNodeItem *>(itemAt(point));
+    const bool clicked = pressedOnButton && index == pressedIndex && row
+                         && overrideMaterialDelegate->decorationRect(index).contains(point);
+    if (clicked) {
+        clickClearButton(row);
+    } else {
+        QTreeView::mouseReleaseEvent(event);
+    }
+    pressedOnButton = false;
+}
+
+void mkNodeListWidget::clickClearButton(mkNodeItem *row)
+{
+    row->clearOverrideMaterial();
+    row->writeAttributes();
+    row->updateOverrideMaterial(getItemAttributes(row));
+    fitFirstColumn();
+    mkController::setModified(1);
+}
+
+void mkNodeListWidget::clearOverrideMaterial()
+{
+    bool cleared = false;
+    for (mkNodeItem *row : selectedRows(false)) {
+        if (row->isNode()) {
+            row->clearOverrideMaterial();
+            cleared = true;
+        }
+    }
+    if (cleared) {
+        rebuildTree(false);
+        fitFirstColumn();
+        mkController::setModified(1);
+    }
+}
+
+void mkNodeListWidget::setOverrideMaterial(mkNodeItem *item, const osg::MaterialPtr &material)
+{
+    const osg::RaytracingGeoAttachmentPtr attributes = getItemAttributes(item);
+    if (!attributes) {
+        return;
+    }
+    attributes->setOverrideMaterial(material);
+    endEdit(attributes, osg::RaytracingGeoAttachmentBase::OverrideMaterialFieldMask);
+    endEdit(material, osg::AllFields);
+    item->updateAttributes(attributes);
+    fitFirstColumn();
+    mkController::setModified(1);
+}
+
+osg::RaytracingGeoAttachmentPtr mkNodeListWidget::getItemAttributes(mkNodeItem *item) const
+{
+    if (!item || !item->isNode() || !item->getNode()) {
+        return osg::NullFC;
+    }
+    const osg::RenderLayersPtr content = mkScenegraph::getRenderLayer()->getAttachment();
+    const osg::RenderLayerPtr layer = content ? content->getLayer(item->getLayerIndex())
+                                              : osg::RenderLayerPtr();
+    const int index = item->getAttributeIndex();
+    if (!layer || index < 0 || std::size_t(index) >= layer->getAttributes().size()) {
+        return osg::NullFC;
+    }
+    return osg::RaytracingGeoAttachmentPtr(layer->getAttributes()[std::size_t(index)]);
+}
+
+mkNodeListWidget::Rows mkNodeListWidget::getTargetNodeItems() const
+{
+    SelectedPositions positions = selectedPositions();
+    for (const int layerRow : positions.layers) {
+        // All nodes of a selected layer, whichever of them are selected themselves.
+        std::vector<int> &rows = positions.nodesByLayer[layerRow];
+        rows.resize(std::size_t(layerItem(layerRow)->childCount()));
+        for (std::size_t i = 0; i < rows.size(); ++i) {
+            rows[i] = int(i);
+        }
+    }
+    Rows targets;
+    for (const auto &[layerRow, rows] : positions.nodesByLayer) {
+        const mkNodeItem *const layer = layerItem(layerRow);
+        for (const int row : rows) {
+            if (layer->isLayer() && nodeItem(layer, row)->isNode()) {
+                targets.push_back(nodeItem(layer, row));
+            }
+        }
+    }
+    return targets;
+}
+
+void mkNodeListWidget::applyAttributesToSelected()
+{
+    if (!selectionModel()->hasSelection()) {
+        return;
+    }
+    if (!attributesDialog) {
+        attributesDialog = new mkAttributesGUIW(ownerWidget, QString());
+    }
+    const QPointer<mkNodeListWidget> self(this);
+    const int result = attributesDialog->exec();
+    // The panel may have been closed for good while the dialog was open.
+    if (!self || !attributesDialog || result != QDialog::Accepted) {
+        return;
+    }
+    const mkRenderAttributeFlags flags = attributesDialog->getFlags();
+    for (const mkNodeItem *row : getTargetNodeItems()) {
+        mkRenderLayer *const store = mkScenegraph::getRenderLayer();
+        const unsigned index = row->getLayerIndex();
+        const osg::NodePtr node = row->getNode();
+        if (const osg::RaytracingGeoAttachmentPtr attributes = store->getAttributes(index, node)) {
+            mkSetRenderAttributes(attributes, flags);
+            endEdit(attributes, osg::AllFields);
+            store->setAttributes(index, node, attributes);
+        }
+    }
+    rebuildTree(true);
+    mkController::setModified(1);
+}

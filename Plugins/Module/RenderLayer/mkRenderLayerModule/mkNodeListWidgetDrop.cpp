@@ -1,0 +1,124 @@
+// What can be dropped on the tree: scene nodes on a layer row, a material on a node row.
+
+#include "mkKernel/mkController.h"
+#include "mkKernel/mkScenegraph.h"
+#include "mkKernel/mkTypeConverter.h"
+#include "mkKernelServices/mkdMaterial.h"
+#include "mkNodeItem.h"
+#include "mkNodeListWidget.h"
+
+#include <QCoreApplication>
+#include <QDataStream>
+#include <QDropEvent>
+#include <QMessageBox>
+#include <QMimeData>
+
+#include <iostream>
+
+namespace {
+
+QString treeItemFormat()
+{
+    return QStringLiteral("application/mosk-tree-item");
+}
+
+QString materialFormat()
+{
+    return QStringLiteral("application/mosk-decoupled-materials");
+}
+
+mkdMaterial readDroppedMaterial(const QMimeData *data, const QString &format)
+{
+    mkdMaterial material;
+    if (data->hasFormat(format)) {
+        QDataStream stream(data->data(format));
+        if (!stream.atEnd()) {
+            stream >> material;
+        }
+    }
+    return material;
+}
+
+} // namespace
+
+void mkNodeListWidget::dragEnterEvent(QDragEnterEvent *event)
+{
+    acceptDrag(event);
+}
+
+void mkNodeListWidget::dragMoveEvent(QDragMoveEvent *event)
+{
+    acceptDrag(event);
+}
+
+void mkNodeListWidget::acceptDrag(QDragMoveEvent *event)
+{
+    const QMimeData *const data = event->mimeData();
+    if (data->hasFormat(treeItemFormat()) || data->hasFormat(materialFormat())) {
+        event->acceptProposedAction();
+    }
+}
+
+void mkNodeListWidget::dropEvent(QDropEvent *event)
+{
+    auto *const row = static_cast<mkNodeItem *>(itemAt(event->pos()));
+    if (!row) {
+        return;
+    }
+    // A warning may be shown meanwhile, and the panel closed behind it.
+    const QPointer<mkNodeListWidget> self(this);
+    row->processDrop(event);
+    if (self) {
+        fitFirstColumn();
+        mkController::setModified(1);
+    }
+}
+
+void mkNodeItem::processDrop(const QDropEvent *event)
+{
+    if (event->mimeData()->hasFormat(treeItemFormat())) {
+        dropNodes(event);
+    } else if (event->mimeData()->hasFormat(materialFormat()) && isNode()) {
+        dropMaterial(event);
+    }
+}
+
+void mkNodeItem::dropNodes(const QDropEvent *event)
+{
+    QDataStream stream(event->mimeData()->data(treeItemFormat()));
+    qint32 first = 0;
+    qint32 second = 0;
+    stream >> first >> second;
+    if (first == 0 || !isLayer()) {
+        return;
+    }
+    const unsigned index = getLayerIndex();
+    mkRenderLayer *const store = mkScenegraph::getRenderLayer();
+    const std::vector<mkNodePtr> nodes = mkScenegraph::getSelectedRootNodes();
+    if (nodes.size() == 1 && nodes.front() == mkScenegraph::getRoot()) {
+        QMessageBox::warning(nullptr, QCoreApplication::translate("mkNodeItem", "Render Layer"),
+                             QCoreApplication::translate("mkNodeItem",
+                                                         "Adding the root node is not allowed!"),
+                             QMessageBox::Ok, QMessageBox::NoButton);
+        return;
+    }
+    for (const mkNodePtr &node : nodes) {
+        store->addNode(index, node.get());
+    }
+    if (auto *const tree = qobject_cast<mkNodeListWidget *>(treeWidget())) {
+        tree->rebuildTree(false);
+    }
+}
+
+void mkNodeItem::dropMaterial(const QDropEvent *event)
+{
+    const mkdMaterial dropped = readDroppedMaterial(event->mimeData(), materialFormat());
+    const osg::MaterialPtr material = mkTypeConverter::convertMaterial(dropped);
+    if (!material) {
+        std::cerr << "ERROR dropped" << std::endl;
+        return;
+    }
+    if (auto *const tree = qobject_cast<mkNodeListWidget *>(treeWidget())) {
+        tree->setOverrideMaterial(this, material);
+    }
+}

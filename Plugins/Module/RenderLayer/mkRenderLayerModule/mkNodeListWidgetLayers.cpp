@@ -1,0 +1,252 @@
+// Commands on the list of layers, moves, and the selection of scene nodes.
+
+#include "mkKernel/mkController.h"
+#include "mkKernel/mkScenegraph.h"
+#include "mkKernel/mkSelectionManager.h"
+#include "mkKernelServices/mkScopedUndo.h"
+#include "mkNodeItem.h"
+#include "mkNodeListWidget.h"
+#include "mkOpenSGUtils/mkNodeUtils.h"
+#include "mkRenderAttributes.h"
+
+#include <QMessageBox>
+#include <QSet>
+
+#include <algorithm>
+
+namespace {
+
+void appendNodesBelow(const mkNodeItem *layer, std::vector<mkNodePtr> &nodes)
+{
+    for (int i = 0; i < layer->childCount(); ++i) {
+        if (const osg::NodePtr node = static_cast<mkNodeItem *>(layer->child(i))->getNode()) {
+            nodes.emplace_back(node);
+        }
+    }
+}
+
+std::vector<std::string> namesOfLayers()
+{
+    std::vector<std::string> names;
+    if (const osg::RenderLayersPtr content = mkScenegraph::getRenderLayer()->getAttachment()) {
+        for (const osg::FieldContainerPtr &entry : content->getLayers()) {
+            if (const osg::RenderLayerPtr layer{ entry }) {
+                names.push_back(layer->getName());
+            }
+        }
+    }
+    return names;
+}
+
+void selectInHost(const std::vector<mkNodePtr> &nodes)
+{
+    const mkScopedUndo undo(true);
+    mkSelectionManager::selectNodes(nodes);
+    mkScenegraph::scrollToNodes(nodes);
+}
+
+} // namespace
+
+void mkNodeListWidget::createLayer(QString name)
+{
+    if (name.isEmpty()) {
+        name = tr("Layer");
+    }
+    QSet<QString> taken;
+    for (int i = 0; i < topLevelItemCount(); ++i) {
+        taken.insert(topLevelItem(i)->text(mkColumn::Layer));
+    }
+    QString candidate = name;
+    for (int counter = 1; taken.contains(candidate); ++counter) {
+        candidate = name + QString::number(counter);
+    }
+    mkScenegraph::getRenderLayer()->addLayer(candidate.toUtf8().toStdString());
+    rebuildTree(false);
+    fitFirstColumn();
+    mkController::setModified(1);
+}
+
+void mkNodeListWidget::renameLayer()
+{
+    auto *const row = static_cast<mkNodeItem *>(currentItem());
+    if (row && row->isSelected() && row->isLayer()) {
+        editItem(row, mkColumn::Layer);
+    }
+}
+
+void mkNodeListWidget::changedItem(QTreeWidgetItem *item, int)
+{
+    auto *const row = static_cast<mkNodeItem *>(item);
+    if (!row || !row->isLayer()) {
+        return;
+    }
+    const QString name = row->text(mkColumn::Layer);
+    int namesakes = 0;
+    for (int i = 0; i < topLevelItemCount(); ++i) {
+        if (topLevelItem(i) != row && topLevelItem(i)->text(mkColumn::Layer) == name) {
+            ++namesakes;
+        }
+    }
+    if (!name.isEmpty() && namesakes == 0) {
+        row->commitLayerName();
+    }
+    // While a warning is open the host may rebuild the tree or close the panel: the row is not
+    // touched from here on.
+    const QPointer<mkNodeListWidget> self(this);
+    for (; namesakes > 0; --namesakes) {
+        QMessageBox::warning(nullptr, tr("Render Layer"),
+                             tr("Name is not unique, please choose a different one."),
+                             QMessageBox::Ok, QMessageBox::NoButton);
+    }
+    if (self) {
+        fitFirstColumn();
+        rebuildTree(false);
+    }
+}
+
+void mkNodeListWidget::duplicateLayer()
+{
+    const Rows layers = getSelectedLayerItems();
+    if (layers.empty()) {
+        return;
+    }
+    std::vector<std::string> taken = namesOfLayers();
+    for (const mkNodeItem *row : layers) {
+        const std::string base = row->text(mkColumn::Layer).toUtf8().toStdString();
+        taken.push_back(mkNodeUtils::getUniqueName(base, taken));
+        osg::RenderLayerPtr copy;
+        mkScenegraph::getRenderLayer()->copyLayer(row->getLayerIndex(), taken.back(), &copy);
+    }
+    rebuildTree(false);
+    fitFirstColumn();
+    mkController::setModified(1);
+}
+
+void mkNodeListWidget::moveUpNode()
+{
+    move(Direction::Up);
+}
+
+void mkNodeListWidget::moveDownNode()
+{
+    move(Direction::Down);
+}
+
+void mkNodeListWidget::move(Direction direction)
+{
+    if (!selectionModel()->hasSelection()) {
+        return;
+    }
+    std::vector<Rows> groups;
+    const std::size_t nodes = getSelectedNodeItemsByLayer(groups);
+    const Rows layers = getSelectedLayerItems();
+    if (nodes > 0 && !layers.empty()) {
+        return;
+    }
+    const std::size_t total = nodes + layers.size();
+    if (total == 1) {
+        const mkNodeItem *const row = getFirstSelectedItem();
+        if (!row) {
+            return;
+        }
+        moveInStore(row, row->getLayerIndex(), direction);
+    } else if (!(layers.empty() ? moveNodes(groups, direction) : moveLayers(layers, direction))) {
+        return;
+    }
+    rebuildTree(total >= 2);
+}
+
+bool mkNodeListWidget::moveLayers(const Rows &layers, Direction direction)
+{
+    const bool up = direction == Direction::Up;
+    if (up ? !getPreviousSibling(layers.front()) : !getNextSibling(layers.back())) {
+        return false;
+    }
+    // The one that moves into the gap goes first, so that the other indices stay valid.
+    Rows ordered = layers;
+    if (!up) {
+        std::reverse(ordered.begin(), ordered.end());
+    }
+    for (const mkNodeItem *row : ordered) {
+        moveInStore(row, row->getLayerIndex(), direction);
+    }
+    return true;
+}
+
+bool mkNodeListWidget::moveNodes(const std::vector<Rows> &groups, Direction direction)
+{
+    const bool up = direction == Direction::Up;
+    bool moved = false;
+    for (Rows group : groups) {
+        if (up ? !getPreviousSibling(group.front()) : !getNextSibling(group.back())) {
+            continue;
+        }
+        if (!up) {
+            std::reverse(group.begin(), group.end());
+        }
+        for (const mkNodeItem *row : group) {
+            moveInStore(row, row->getLayerIndex(), direction);
+        }
+        moved = true;
+    }
+    return moved;
+}
+
+void mkNodeListWidget::moveInStore(const mkNodeItem *row, unsigned layerIndex, Direction direction)
+{
+    mkRenderLayer *const store = mkScenegraph::getRenderLayer();
+    if (direction == Direction::Up) {
+        row->isLayer() ? store->moveUpLayer(layerIndex)
+                       : store->moveUpNode(layerIndex, row->getNode());
+    } else {
+        row->isLayer() ? store->moveDownLayer(layerIndex)
+                       : store->moveDownNode(layerIndex, row->getNode());
+    }
+}
+
+void mkNodeListWidget::selectNodes()
+{
+    if (!selectionModel()->hasSelection()) {
+        return;
+    }
+    const Rows nodeRows = selectedRows(false);
+    const Rows layers = getSelectedLayerItems();
+    std::vector<mkNodePtr> nodes;
+    if (nodeRows.size() + layers.size() < 2) {
+        const mkNodeItem *const row = getFirstSelectedItem();
+        if (!row) {
+            return;
+        }
+        if (const osg::NodePtr node = row->getNode()) {
+            const mkScopedUndo undo(true);
+            mkSelectionManager::selectNode(node);
+            return;
+        }
+        appendNodesBelow(row, nodes);
+        selectInHost(nodes);
+        return;
+    }
+
+    const QSet<const QTreeWidgetItem *> selectedLayers(layers.begin(), layers.end());
+    for (const mkNodeItem *row : nodeRows) {
+        const osg::NodePtr node = row->getNode();
+        if (node && !selectedLayers.contains(row->parent())) {
+            nodes.emplace_back(node);
+        }
+    }
+    for (const mkNodeItem *layer : layers) {
+        appendNodesBelow(layer, nodes);
+    }
+    selectInHost(nodes);
+}
+
+void mkNodeListWidget::addNodeToLayer(const osg::NodePtr &node, const char *layerName)
+{
+    if (!node || !layerName) {
+        return;
+    }
+    mkScenegraph::getRenderLayer()->addNode(std::string(layerName), node);
+    rebuildTree(false);
+    fitFirstColumn();
+    mkController::setModified(1);
+}

@@ -1,0 +1,267 @@
+// The rebuild of the tree, expansion, and how the selection survives.
+
+#include "mkKernel/mkController.h"
+#include "mkKernel/mkScenegraph.h"
+#include "mkNodeItem.h"
+#include "mkNodeListWidget.h"
+#include "mkRenderAttributes.h"
+
+#include <QHash>
+#include <QHeaderView>
+#include <QScopeGuard>
+#include <QScopedValueRollback>
+#include <QSignalBlocker>
+
+#include <algorithm>
+
+namespace {
+
+/// A node row, by what identifies it across a rebuild. Id 0 is a node that no longer exists.
+using NodeKey = QPair<quint32, QString>;
+
+NodeKey nodeKey(const osg::NodePtr &node, const QString &layerName)
+{
+    return { node ? node->getId() : 0, layerName };
+}
+
+/// Takes one of the entries remembered under `key`; false when there is none left.
+template <typename Key>
+bool takeOne(QHash<Key, int> &remembered, const Key &key)
+{
+    const auto found = remembered.find(key);
+    if (found == remembered.end()) {
+        return false;
+    }
+    if (--found.value() == 0) {
+        remembered.erase(found);
+    }
+    return true;
+}
+
+/// The store's content when it can be shown: every entry is a layer. Null otherwise.
+osg::RenderLayersPtr showableContent()
+{
+    const mkRenderLayer *const store = mkScenegraph::getRenderLayer();
+    if (!store || store->isEmpty()) {
+        return osg::NullFC;
+    }
+    osg::RenderLayersPtr content = store->getAttachment();
+    if (content) {
+        const auto &layers = content->getLayers();
+        const bool allLayers = std::all_of(layers.begin(), layers.end(), [](const auto &entry) {
+            return osg::RenderLayerPtr(entry) != osg::NullFC;
+        });
+        if (!allLayers) {
+            return osg::NullFC;
+        }
+    }
+    return content;
+}
+
+osg::RaytracingGeoAttachmentPtr attributesAt(const osg::RenderLayerPtr &layer, std::size_t index)
+{
+    const auto &attributes = layer->getAttributes();
+    return index < attributes.size() ? osg::RaytracingGeoAttachmentPtr(attributes[index])
+                                     : osg::RaytracingGeoAttachmentPtr();
+}
+
+} // namespace
+
+struct mkNodeListWidget::SelectionMemory
+{
+    QHash<QString, int> layers;
+    QHash<NodeKey, int> nodes;
+    /// Keeps the ids of remembered nodes from being given out again during the rebuild.
+    std::vector<osg::NodePtr> nodesAlive;
+};
+
+mkNodeListWidget::SelectionMemory mkNodeListWidget::rememberSelection(bool keepSelection) const
+{
+    SelectionMemory memory;
+    if (keepSelection) {
+        QStringList layerNames;
+        QStringList nodeLayerNames;
+        collectSelection(layerNames, memory.nodesAlive, nodeLayerNames);
+        for (const QString &name : qAsConst(layerNames)) {
+            ++memory.layers[name];
+        }
+        memory.nodes.reserve(int(memory.nodesAlive.size()));
+        for (std::size_t i = 0; i < memory.nodesAlive.size(); ++i) {
+            ++memory.nodes[nodeKey(memory.nodesAlive[i], nodeLayerNames.at(int(i)))];
+        }
+        return memory;
+    }
+
+    const auto *const row = static_cast<mkNodeItem *>(currentItem());
+    if (!row || !row->isSelected()) {
+        return memory;
+    }
+    const QString name = row->text(mkColumn::Layer);
+    if (const osg::NodePtr node = row->getNode()) {
+        const QString layerName = row->parent() ? row->parent()->text(mkColumn::Layer) : QString();
+        memory.nodes.insert(nodeKey(node, layerName), 1);
+        memory.nodesAlive.push_back(node);
+    } else if (!name.isEmpty()) {
+        memory.layers.insert(name, 1);
+    }
+    return memory;
+}
+
+void mkNodeListWidget::rebuildTree(bool keepSelection)
+{
+    // The host may send a message that asks for a rebuild while one reads the store.
+    if (rebuilding) {
+        return;
+    }
+    const QScopedValueRollback<bool> guard(rebuilding, true);
+
+    SelectionMemory memory = rememberSelection(keepSelection);
+    clear();
+    if (!showableContent()) {
+        return;
+    }
+    {
+        setUpdatesEnabled(false);
+        const auto enableUpdates = qScopeGuard([this] { setUpdatesEnabled(true); });
+        const QSignalBlocker blocker(this);
+        createRows();
+        restoreSelection(memory);
+    }
+    if (!selectionModel()->hasSelection() && currentItem()) {
+        currentItem()->setSelected(true);
+    }
+    update();
+}
+
+void mkNodeListWidget::createRows()
+{
+    const osg::RenderLayersPtr content = mkScenegraph::getRenderLayer()->getAttachment();
+    mkAttributeCells cells;
+    QList<QTreeWidgetItem *> layerRows;
+    QList<QTreeWidgetItem *> nodeRows;
+    const auto deleteOrphans = qScopeGuard([&] {
+        qDeleteAll(layerRows);
+        qDeleteAll(nodeRows);
+    });
+    std::vector<bool> expansion;
+    // Lists are looked up anew for each entry: the host may change them while it is asked.
+    for (std::size_t i = 0; i < content->getLayers().size(); ++i) {
+        const osg::RenderLayerPtr layer = content->getLayer(i);
+        if (!layer) {
+            break;
+        }
+        auto *const layerRow = new mkNodeItem(nullptr, osg::NullFC);
+        layerRows.append(layerRow);
+        expansion.push_back(layer->getState() != 0);
+        layerRow->setItemType(mkNodeItem::LayerRow);
+        layerRow->setData(mkColumn::Layer, Qt::DisplayRole,
+                          QString::fromStdString(layer->getName()));
+        nodeRows.reserve(int(layer->getNodes().size()));
+        for (std::size_t j = 0; j < layer->getNodes().size(); ++j) {
+            auto *const nodeRow = new mkNodeItem(layer->getNodes()[j]);
+            nodeRows.append(nodeRow);
+            nodeRow->setItemType(mkNodeItem::NodeRow);
+            nodeRow->updateAttributes(attributesAt(layer, j), cells);
+            nodeRow->setAttributeIndex(int(j));
+        }
+        layerRow->addChildren(nodeRows);
+        nodeRows.clear();
+    }
+    addTopLevelItems(layerRows);
+    layerRows.clear();
+    for (std::size_t i = 0; i < expansion.size(); ++i) {
+        layerItem(int(i))->setExpanded(expansion[i]);
+    }
+}
+
+void mkNodeListWidget::restoreSelection(SelectionMemory &memory)
+{
+    // Full-width ranges in one go: selecting row by row, or with the Rows flag, is quadratic.
+    QItemSelection selection;
+    QTreeWidgetItem *first = nullptr;
+    const auto extend = [&](const QModelIndex &parent, int row, QTreeWidgetItem *item) {
+        if (!first) {
+            first = item;
+        }
+        if (!selection.isEmpty() && selection.last().parent() == parent
+            && selection.last().bottom() + 1 == row) {
+            const QModelIndex top = selection.last().topLeft();
+            selection.last() = { top, model()->index(row, mkColumn::Count - 1, parent) };
+        } else {
+            selection.append({ model()->index(row, 0, parent),
+                               model()->index(row, mkColumn::Count - 1, parent) });
+        }
+    };
+
+    QItemSelection layerSelection;
+    for (int i = 0; i < topLevelItemCount(); ++i) {
+        if (memory.layers.isEmpty() && memory.nodes.isEmpty()) {
+            break;
+        }
+        mkNodeItem *const layer = layerItem(i);
+        const QString layerName = layer->text(mkColumn::Layer);
+        if (takeOne(memory.layers, layerName)) {
+            selection.swap(layerSelection);
+            extend(QModelIndex(), i, layer);
+            selection.swap(layerSelection);
+        }
+        const QModelIndex layerIndex = model()->index(i, 0);
+        for (int j = 0; j < layer->childCount() && !memory.nodes.isEmpty(); ++j) {
+            mkNodeItem *const row = nodeItem(layer, j);
+            if (takeOne(memory.nodes, nodeKey(row->getNode(), layerName))) {
+                extend(layerIndex, j, row);
+            }
+        }
+    }
+    if (first) {
+        makeCurrent(first);
+        selection.append(layerSelection);
+        selectionModel()->select(selection, QItemSelectionModel::Select);
+    }
+}
+
+void mkNodeListWidget::makeCurrent(QTreeWidgetItem *item)
+{
+    // Scrolling to a row opens the layer above it, but whether that is open is the store's to say.
+    const bool scrolls = hasAutoScroll();
+    setAutoScroll(scrolls && (!item->parent() || item->parent()->isExpanded()));
+    setCurrentItem(item);
+    setAutoScroll(scrolls);
+}
+
+void mkNodeListWidget::storeExpansion(QTreeWidgetItem *item)
+{
+    const auto *const row = static_cast<mkNodeItem *>(item);
+    mkRenderLayer *const store = mkScenegraph::getRenderLayer();
+    if (row && store && !store->isEmpty() && row->isLayer()) {
+        store->setCollapseState(row->getLayerIndex(), row->isExpanded() ? 1 : 0);
+    }
+}
+
+void mkNodeListWidget::expanded(QTreeWidgetItem *item)
+{
+    storeExpansion(item);
+    fitFirstColumn();
+}
+
+void mkNodeListWidget::collapsed(QTreeWidgetItem *item)
+{
+    storeExpansion(item);
+}
+
+void mkNodeListWidget::fitFirstColumn()
+{
+    const int wanted = std::max(sizeHintForColumn(mkColumn::Layer),
+                                header()->sectionSizeHint(mkColumn::Layer));
+    if (columnWidth(mkColumn::Layer) < wanted) {
+        setColumnWidth(mkColumn::Layer, wanted);
+    }
+}
+
+void mkNodeListWidget::activateSelected()
+{
+    for (mkNodeItem *row : selectedRows(true)) {
+        row->activate();
+    }
+    mkController::updateRender(false);
+}

@@ -1,0 +1,36 @@
+#pragma once
+
+#include "mkOpenSGExt/RaytracingGeoAttachment.h"
+
+#include <array>
+
+/// The tree's columns.
+namespace mkColumn {
+enum Column {
+    Layer = 0,
+    FirstAttribute = 1,
+    LastAttribute = 11,
+    OverrideMaterial = 12,
+    Count = 13,
+};
+}
+
+/// One boolean render attribute: where the tree shows it and how it is read and written.
+struct mkRenderAttribute
+{
+    int column;
+    /// Header label; translated in the context "mkNodeListWidget".
+    const char *header;
+    bool &(osg::RaytracingGeoAttachmentBase::*get)();
+    void (osg::RaytracingGeoAttachmentBase::*set)(const bool &);
+};
+
+constexpr std::size_t mkRenderAttributeCount = 11;
+using mkRenderAttributeFlags = std::array<bool, mkRenderAttributeCount>;
+
+/// The one table of the attributes, in column order. Setters are always called in its order.
+extern const std::array<mkRenderAttribute, mkRenderAttributeCount> mkRenderAttributes;
+
+/// Writes all flags, in the table's order; sends no notification. `attributes` is not null.
+void mkSetRenderAttributes(const osg::RaytracingGeoAttachmentPtr &attributes,
+                           const mkRenderAttributeFlags &flags);

@@ -1,0 +1,218 @@
+#include "mkRenderLayerModule.h"
+
+#include "OSGSystem/NFIOBase.h"
+#include "mkEndEdit.h"
+#include "mkIconManager/mkIconManager.h"
+#include "mkKernel/mkController.h"
+#include "mkKernel/mkScenegraph.h"
+#include "mkOpenSGUtils/mkNodeUtils.h"
+#include "mkQt4Ext/QMKDockWindowManager.h"
+#include "mkQt4Ext/QMKToolBar.h"
+#include "mkRenderAttributes.h"
+#include "mkRenderLayerGUIW.h"
+#include "mkUtils/mkLog.h"
+
+#include <QAction>
+#include <QMainWindow>
+#include <QMenu>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QStatusBar>
+
+namespace {
+
+constexpr quint64 wantedMessages = mkMessage::SceneLoaded | mkMessage::SceneMerged;
+
+constexpr char materialRenamed[] = "materialRenamed";
+constexpr char updateLayers[] = "mkRenderLayerModuleUpdateLayers";
+constexpr char changedTransformation[] = "mkTransform::changedTransformation";
+
+} // namespace
+
+QPointer<mkRenderLayerGUIW> mkRenderLayerModule::panel;
+
+mkRenderLayerModule::mkRenderLayerModule()
+    : mkModuleBase("Render Layer", "Rendering", wantedMessages, nullptr)
+{
+    panel = new mkRenderLayerGUIW(mkController::getMainWindow(), QStringLiteral("Module"));
+    mkController::getDockWindowManager()->add("Render Layer", QStringLiteral("Rendering"), panel,
+                                              QStringLiteral("Toolclip_Layers"),
+                                              mkIconManager::getIcon("ModuleRenderLayer", ""),
+                                              tr("Layers"), Qt::NoDockWidgetArea, true, nullptr);
+    createQuickActions();
+    mkController::addCB(materialRenamed, materialRenamedCB);
+    mkController::addCB(updateLayers, updateLayersCB);
+    mkController::addCB(changedTransformation, changedTransformationCB);
+}
+
+mkRenderLayerModule::~mkRenderLayerModule()
+{
+    mkController::subCB(materialRenamed, materialRenamedCB);
+    mkController::subCB(updateLayers, updateLayersCB);
+    mkController::subCB(changedTransformation, changedTransformationCB);
+}
+
+QWidget *mkRenderLayerModule::getWidget()
+{
+    return panel;
+}
+
+void mkRenderLayerModule::initialised() {}
+
+bool mkRenderLayerModule::receivedMessage(mkMessage &message)
+{
+    try {
+        if (message.id() != mkMessage::SceneLoaded && message.id() != mkMessage::SceneMerged) {
+            return false;
+        }
+        if (panel) {
+            panel->_layer->rebuildTree(false);
+            panel->_layer->resizeColumnToContents(mkColumn::Layer);
+        }
+        updateStoredRenderStateIds();
+    } catch (...) {
+        mkLog::error("mkRenderLayerModule::receivedMessage : An unknown exception occurred!");
+    }
+    return false;
+}
+
+void mkRenderLayerModule::updateStoredRenderStateIds()
+{
+    const auto &containers = osg::NFIOBase::getFieldContainerMap();
+    osg::traverse(mkScenegraph::getRoot(), [&containers](const osg::NodePtr &node) {
+        if (!node) {
+            return osg::Action::Skip;
+        }
+        if (const osg::RaytracingGeoAttachmentPtr attributes = mkFindAttributes(node)) {
+            attributes->updateRenderLayerStateIds(containers);
+        }
+        return osg::Action::Continue;
+    });
+}
+
+void mkRenderLayerModule::materialRenamedCB(mkMessage &message)
+{
+    osg::MaterialPtr material;
+    if (!panel || !message.get("material", material)) {
+        return;
+    }
+    mkScenegraph::the();
+    if (!mkScenegraph::getRenderLayer()) {
+        return;
+    }
+    mkScenegraph::the();
+    if (mkScenegraph::getRenderLayer()->isMaterialInUse(material)) {
+        panel->_layer->rebuildTree(false);
+    }
+}
+
+void mkRenderLayerModule::updateLayersCB(mkMessage &)
+{
+    if (panel) {
+        panel->_layer->rebuildTree(false);
+    }
+}
+
+void mkRenderLayerModule::changedTransformationCB(mkMessage &)
+{
+    if (panel) {
+        panel->_layer->viewport()->update();
+    }
+}
+
+void mkRenderLayerModule::createQuickActions()
+{
+    qRegisterMetaType<QAction *>();
+    QMenu *const menu = panel->_layer->popupMenu();
+    connect(menu, SIGNAL(hovered(QAction *)), this, SLOT(updateStatusBar(QAction *)));
+    connect(menu, SIGNAL(aboutToShow()), this, SLOT(clearStatusBar()));
+    connect(menu, SIGNAL(aboutToHide()), this, SLOT(clearStatusBar()));
+
+    auto *const toolBar = new QMKToolBar(tr("QuickActions"), nullptr);
+    toolBar->setObjectName(QStringLiteral("QuickActionBar"));
+    toolBar->setAllowedAreas(Qt::BottomToolBarArea);
+    toolBar->setMovable(false);
+    toolBar->setFloatable(false);
+    toolBar->setContextMenuPolicy(Qt::ActionsContextMenu);
+    panel->addToolBar(Qt::BottomToolBarArea, toolBar);
+
+    const auto create = [this](const char *icon, const QString &text, const QString &statusTip,
+                               QObject *receiver, const char *slot) {
+        auto *const action = new QAction(mkIconManager::getIcon(icon, ""), text, this);
+        action->setStatusTip(statusTip);
+        connect(action, SIGNAL(triggered()), receiver, slot);
+        return action;
+    };
+    QObject *const tree = panel->_layer;
+    QAction *const createLayer = create("CreateNew", tr("Create Layer"), tr("Creates a new layer"),
+                                        tree, SLOT(createLayer()));
+    QAction *const duplicateLayer = create("Duplicate", tr("Duplicate Layer"),
+                                           tr("Duplicates the currently selected layer"), tree,
+                                           SLOT(duplicateLayer()));
+    QAction *const selectNodes = create("SelectNode", tr("Select Nodes"), tr("Selects the nodes"),
+                                        tree, SLOT(selectNodes()));
+    QAction *const deleteSelected = create("Delete", tr("Delete"),
+                                           tr("Deletes the currently selected layer or node"), this,
+                                           SLOT(confirmDeleteSelected()));
+    QAction *const resetLayer = create("Reset", tr("Reset Layer"), tr("Deactivates all layers"),
+                                       this, SLOT(reset()));
+    QAction *const activateLayer = create("Activate", tr("Activate Layer"),
+                                          tr("Activates the layer"), this, SLOT(activate()));
+
+    for (QAction *action :
+         { createLayer, duplicateLayer, selectNodes, deleteSelected, resetLayer, activateLayer }) {
+        toolBar->appendAction(action);
+    }
+    menu->addSeparator();
+    menu->addAction(activateLayer);
+    menu->addAction(resetLayer);
+}
+
+void mkRenderLayerModule::confirmDeleteSelected()
+{
+    if (!panel) {
+        return;
+    }
+    // The host may close the panel, and with it the box, while the box is open.
+    const QPointer<QMessageBox> box = new QMessageBox(QMessageBox::Warning, tr("Render Layer"),
+                                                      tr("Delete selection?"),
+                                                      QMessageBox::NoButton, panel);
+    const QPointer<QPushButton> deleteButton = box->addButton(tr("Delete"),
+                                                              QMessageBox::AcceptRole);
+    box->addButton(tr("Cancel"), QMessageBox::RejectRole);
+    box->exec();
+    if (!box || !panel) {
+        return;
+    }
+    const bool agreed = box->clickedButton() == deleteButton;
+    delete box;
+    if (agreed) {
+        panel->_layer->deleteSelected();
+    }
+}
+
+void mkRenderLayerModule::reset()
+{
+    mkNodeUtils::resetRenderLayerAttributes(mkScenegraph::getRootNode().get());
+}
+
+void mkRenderLayerModule::activate()
+{
+    if (panel) {
+        panel->_layer->activateSelected();
+    }
+}
+
+void mkRenderLayerModule::updateStatusBar(QAction *action)
+{
+    if (panel && action) {
+        panel->statusbar->showMessage(action->statusTip(), 0);
+    }
+}
+
+void mkRenderLayerModule::clearStatusBar()
+{
+    if (panel) {
+        panel->statusbar->showMessage(QString(), 0);
+    }
+}

@@ -1,0 +1,162 @@
+// The Python module, and its registration with the host. PyInit_mkRenderLayerModule is exported.
+
+#include "mkKernel/mkScript.h"
+#include "mkMicroKernel/mkPythonRegister.h"
+#include "mkRenderLayerModule.h"
+
+#include <boost/python.hpp>
+
+namespace {
+
+namespace python = boost::python;
+
+// clang-format off
+constexpr char activateDoc[] =
+    "Activates a renderlayer.\n\n"
+    "@param name: The name of the layer.\n\n"
+    "@type name: string";
+
+constexpr char addNodesDoc[] =
+    "Add nodes to a renderlayer.\n\n"
+    "@param nodes: The pointers to the nodes.\n\n"
+    "@type nodeName: vector of pointers \n\n"
+    "@param layerName: The name of the layer.\n\n"
+    "@type layerName: string";
+
+constexpr char resetDoc[] =
+    "Resets all activated render layers.\n\n";
+
+constexpr char setFlagsDoc[] =
+    "Sets the visibility flags and the override material for a given node and its children.\n\n"
+    "@param node: The root node.\n\n"
+    "@type node: NodePtr\n\n"
+    "@param visible: Visibility: On/Off.\n\n"
+    "@type visible: bool\n\n"
+    "@param visibleInAlpha: Visibility in alpha: On/Off.\n\n"
+    "@type visibleInAlpha: bool\n\n"
+    "@param primaryVisibility: Primary visibility: On/Off.\n\n"
+    "@type primaryVisibility: bool\n\n"
+    "@param visibleInReflections: Visibility in reflections: On/Off.\n\n"
+    "@type visibleInReflections: bool\n\n"
+    "@param visibleInRefractions: Visibility in refractions: On/Off.\n\n"
+    "@type visibleInRefractions: bool\n\n"
+    "@param castShadows: Cast shadows: On/Off.\n\n"
+    "@type castShadows: bool\n\n"
+    "@param receiveShadows: Receive shadows: On/Off.\n\n"
+    "@type receiveShadows: bool\n\n"
+    "@param doubleSided: Double sided: On/Off.\n\n"
+    "@type doubleSided: bool\n\n"
+    "@param visibleForPhotons: Visible for Photons: On/Off.\n\n"
+    "@type visibleForPhotons: bool\n\n"
+    "@param castShadowOnShadowMaterial: If off, the objects don't cast shadows from the Ibl onto the shadow material: On/Off.\n\n"
+    "@type castShadowOnShadowMaterial: bool\n\n"
+    "@param useOverrideMaterial: If off, the objects don't use the override material: On/Off.\n\n"
+    "@type useOverrideMaterial: bool\n\n"
+    "@param overrideMaterial: the name of the override material, defaults to none: string.\n\n"
+    "@type overrideMaterial: string";
+
+constexpr char resetFlagsDoc[] =
+    "Resets the node visibility flags for a given node and its children.\n\n"
+    "@param node: The root node.\n\n"
+    "@type node: NodePtr";
+
+constexpr char activateStateDoc[] =
+    "Activates stored node visibility states for the whole scene.\n\n"
+    "@param name: Stored name of the render layer state.\n\n"
+    "@type name: string";
+// clang-format on
+
+// The shorter forms of setNodeVisibilityFlags. The keywords carry no defaults of their own, so
+// that what is passed must be an unbroken run from the first parameter.
+void setFlags12(const osg::NodePtr &node, bool visible, bool visibleInAlpha, bool primaryVisibility,
+                bool visibleInReflections, bool visibleInRefractions, bool castShadows,
+                bool receiveShadows, bool doubleSided, bool visibleForPhotons,
+                bool visibleForShadowMaterial, bool useOverrideMaterial)
+{
+    mkRenderLayerModule::setNodeVisibilityFlags(node, visible, visibleInAlpha, primaryVisibility,
+                                                visibleInReflections, visibleInRefractions,
+                                                castShadows, receiveShadows, doubleSided,
+                                                visibleForPhotons, visibleForShadowMaterial,
+                                                useOverrideMaterial, std::string());
+}
+
+void setFlags11(const osg::NodePtr &node, bool visible, bool visibleInAlpha, bool primaryVisibility,
+                bool visibleInReflections, bool visibleInRefractions, bool castShadows,
+                bool receiveShadows, bool doubleSided, bool visibleForPhotons,
+                bool visibleForShadowMaterial)
+{
+    setFlags12(node, visible, visibleInAlpha, primaryVisibility, visibleInReflections,
+               visibleInRefractions, castShadows, receiveShadows, doubleSided, visibleForPhotons,
+               visibleForShadowMaterial, false);
+}
+
+void setFlags10(const osg::NodePtr &node, bool visible, bool visibleInAlpha, bool primaryVisibility,
+                bool visibleInReflections, bool visibleInRefractions, bool castShadows,
+                bool receiveShadows, bool doubleSided, bool visibleForPhotons)
+{
+    setFlags11(node, visible, visibleInAlpha, primaryVisibility, visibleInReflections,
+               visibleInRefractions, castShadows, receiveShadows, doubleSided, visibleForPhotons,
+               true);
+}
+
+void setFlags9(const osg::NodePtr &node, bool visible, bool visibleInAlpha, bool primaryVisibility,
+               bool visibleInReflections, bool visibleInRefractions, bool castShadows,
+               bool receiveShadows, bool doubleSided)
+{
+    setFlags10(node, visible, visibleInAlpha, primaryVisibility, visibleInReflections,
+               visibleInRefractions, castShadows, receiveShadows, doubleSided, true);
+}
+
+void defineFlagSetters()
+{
+    using python::arg;
+    constexpr char name[] = "setNodeVisibilityFlags";
+    const auto nine = (arg("node"), arg("visible"), arg("visibleInAlpha"), arg("primaryVisibility"),
+                       arg("visibleInReflections"), arg("visibleInRefractions"), arg("castShadows"),
+                       arg("receiveShadows"), arg("doubleSided"));
+    const auto ten = (nine, arg("visibleForPhotons"));
+    const auto eleven = (ten, arg("visibleForShadowMaterial"));
+    const auto twelve = (eleven, arg("useOverrideMaterial"));
+    const auto thirteen = (twelve, arg("overrideMaterial"));
+    python::def(name, &mkRenderLayerModule::setNodeVisibilityFlags, thirteen, setFlagsDoc);
+    python::def(name, &setFlags12, twelve, setFlagsDoc);
+    python::def(name, &setFlags11, eleven, setFlagsDoc);
+    python::def(name, &setFlags10, ten, setFlagsDoc);
+    python::def(name, &setFlags9, nine, setFlagsDoc);
+}
+
+} // namespace
+
+BOOST_PYTHON_MODULE(mkRenderLayerModule)
+{
+    using python::arg;
+    const python::docstring_options options(true, false);
+    python::def("createRenderLayer", &mkRenderLayerModule::createRenderLayer, arg("name"),
+                activateDoc);
+    python::def("addNodesToRenderLayer", &mkRenderLayerModule::addNodesToRenderLayer,
+                (arg("nodes"), arg("layerName")), addNodesDoc);
+    python::def("activateRenderLayer", &mkRenderLayerModule::activateRenderLayer, arg("name"),
+                activateDoc);
+    python::def("resetRenderLayers", &mkRenderLayerModule::resetRenderLayers, resetDoc);
+    defineFlagSetters();
+    python::def("resetNodeVisibilityFlags", &mkRenderLayerModule::resetNodeVisibilityFlags,
+                arg("node"), resetFlagsDoc);
+    python::def("activateRenderLayerState", &mkRenderLayerModule::activateRenderLayerState,
+                arg("name"), activateStateDoc);
+}
+
+namespace {
+
+void registerPython(mkPythonRegisterFactory::Level level)
+{
+    if (level == mkPythonRegisterFactory::BeforeInterpreter) {
+        PyImport_AppendInittab("mkRenderLayerModule", &PyInit_mkRenderLayerModule);
+    } else if (level == mkPythonRegisterFactory::AfterInterpreter) {
+        mkScript::run("import mkRenderLayerModule");
+        mkScript::run("from mkRenderLayerModule import *");
+    }
+}
+
+const mkPythonRegister pythonRegistration(registerPython);
+
+} // namespace
