@@ -1,0 +1,362 @@
+#include "HostFixture.h"
+
+#include "OSGSystem/Geometry.h"
+#include "mkIconManager/mkIconManager.h"
+#include "mkKernel/mkController.h"
+#include "mkMicroKernel/mkMicroKernel.h"
+#include "mkOpenSGUtils/mkMaterials.h"
+#include "mkOpenSGUtils/mkNodeUtils.h"
+#include "mkQt4Ext/QMKDockWindowManager.h"
+#include "mkUtils/mkLog.h"
+
+#include <QApplication>
+#include <QLoggingCategory>
+#include <QPointer>
+#include <QTest>
+#include <QTimer>
+#include <QTreeWidgetItemIterator>
+
+namespace {
+
+QStringList &hostCalls()
+{
+    static QStringList lines;
+    return lines;
+}
+
+QtMessageHandler previousHandler = nullptr;
+
+void recordHostCall(QtMsgType type, const QMessageLogContext &context, const QString &text)
+{
+    if (qstrcmp(context.category, "mk.host") == 0) {
+        hostCalls() += text;
+    } else if (previousHandler) {
+        previousHandler(type, context, text);
+    }
+}
+
+osg::NodePtr addChild(const osg::NodePtr &parent, const char *name, const osg::NodeCorePtr &core)
+{
+    const osg::NodePtr node = osg::Node::create();
+    node->setName(name);
+    node->setCore(core);
+    parent->addChild(node);
+    return node;
+}
+
+osg::MaterialPtr createMaterial(const char *name)
+{
+    const osg::MaterialPtr material = osg::Material::create();
+    material->setName(name);
+    return material;
+}
+
+QString pathOf(const QTreeWidgetItem *item)
+{
+    const QString text = item->text(0);
+    return item->parent() ? item->parent()->text(0) + QLatin1Char('/') + text : text;
+}
+
+} // namespace
+
+HostFixture::HostFixture(bool python)
+    : mainWindow(std::make_unique<QMainWindow>())
+{
+    mkController::setMainWindow(mainWindow.get());
+    new QMKDockWindowManager(mainWindow.get());
+    mkScenegraph::newScene("empty");
+    const QString plugins = QStringLiteral(MK_PLUGIN_DIR);
+    if (python) {
+        mkMicroKernel::start(loader, plugins);
+    } else {
+        loader.loadAll(plugins);
+        loader.initAll();
+    }
+    mainWindow->resize(1600, 800);
+    mainWindow->show();
+    if (!QTest::qWaitForWindowExposed(mainWindow.get())) {
+        qFatal("the window does not show");
+    }
+    reset();
+}
+
+HostFixture::~HostFixture()
+{
+    // The panel's classes live in the plug-in.
+    mainWindow.reset();
+    loader.unloadAll();
+}
+
+void HostFixture::reset()
+{
+    mkScenegraph::Document document;
+    document.root = osg::Node::create();
+    document.root->setName("scene");
+    document.root->setCore(osg::Group::create());
+    for (const char *name : { "a", "b", "c", "d", "e" }) {
+        addChild(document.root, name, osg::Geometry::create());
+    }
+    const osg::NodePtr group = addChild(document.root, "group", osg::Group::create());
+    addChild(group, "g1", osg::Geometry::create());
+    addChild(group, "g2", osg::Geometry::create());
+    document.materials = { createMaterial("red"), createMaterial("blue") };
+    mkScenegraph::setScene(document);
+    tree()->setFocus();
+    statusBar()->clearMessage();
+}
+
+osg::NodePtr HostFixture::node(const QString &name) const
+{
+    osg::NodePtr found;
+    osg::traverse(mkScenegraph::getRoot(), [&](const osg::NodePtr &candidate) {
+        if (name == QString::fromUtf8(mkNodeUtils::getName(candidate))) {
+            found = candidate;
+            return osg::Action::Quit;
+        }
+        return osg::Action::Continue;
+    });
+    return found;
+}
+
+osg::MaterialPtr HostFixture::material(const char *name)
+{
+    return mkMaterials::findMaterial(name).get();
+}
+
+QTreeWidget *HostFixture::tree() const
+{
+    return mainWindow->findChild<QTreeWidget *>(QStringLiteral("_layer"));
+}
+
+QMainWindow *HostFixture::panel() const
+{
+    return qobject_cast<QMainWindow *>(mainWindow->findChild<QWidget *>(QStringLiteral("Module")));
+}
+
+void HostFixture::addLayer(const QString &name, const QStringList &nodes, bool expanded)
+{
+    store()->addLayer(name.toStdString());
+    const auto index = unsigned(store()->getAttachment()->getLayers().size() - 1);
+    for (const QString &member : nodes) {
+        store()->addNode(index, node(member));
+    }
+    store()->setCollapseState(index, expanded ? 1 : 0);
+}
+
+void HostFixture::rebuild()
+{
+    mkMessage message("mkRenderLayerModuleUpdateLayers");
+    mkController::sendMessage(message);
+}
+
+QTreeWidgetItem *HostFixture::row(const QString &path) const
+{
+    for (QTreeWidgetItemIterator it(tree()); *it; ++it) {
+        if (pathOf(*it) == path) {
+            return *it;
+        }
+    }
+    return nullptr;
+}
+
+QString HostFixture::rows() const
+{
+    QStringList layers;
+    for (int i = 0; i < tree()->topLevelItemCount(); ++i) {
+        const QTreeWidgetItem *const layer = tree()->topLevelItem(i);
+        QStringList nodes;
+        for (int j = 0; j < layer->childCount(); ++j) {
+            nodes += layer->child(j)->text(0);
+        }
+        layers += layer->text(0) + QLatin1Char('[') + nodes.join(QLatin1Char(' '))
+                  + QLatin1Char(']');
+    }
+    return layers.join(QLatin1Char(' '));
+}
+
+QString HostFixture::stored()
+{
+    QStringList layers;
+    const osg::RenderLayersPtr content = store()->getAttachment();
+    for (std::size_t i = 0; i < content->getLayers().size(); ++i) {
+        QStringList nodes;
+        for (const osg::NodePtr &member : content->getLayer(i)->getNodes()) {
+            nodes += QString::fromUtf8(mkNodeUtils::getName(member));
+        }
+        layers += QString::fromStdString(content->getLayer(i)->getName()) + QLatin1Char('[')
+                  + nodes.join(QLatin1Char(' ')) + QLatin1Char(']');
+    }
+    return layers.join(QLatin1Char(' '));
+}
+
+QString HostFixture::selected() const
+{
+    QStringList paths;
+    for (QTreeWidgetItemIterator it(tree()); *it; ++it) {
+        if ((*it)->isSelected()) {
+            paths += pathOf(*it) + (*it == tree()->currentItem() ? QStringLiteral("*") : QString());
+        }
+    }
+    return paths.join(QLatin1Char(' '));
+}
+
+void HostFixture::select(const QStringList &paths) const
+{
+    tree()->clearSelection();
+    for (const QString &path : paths) {
+        QTreeWidgetItem *const item = row(path);
+        if (!item) {
+            qFatal("no row '%s'", qUtf8Printable(path));
+        }
+        if (path == paths.first()) {
+            tree()->selectionModel()->setCurrentIndex(tree()->model()->index(0, 0),
+                                                      QItemSelectionModel::NoUpdate);
+            tree()->setCurrentItem(item, 0, QItemSelectionModel::NoUpdate);
+        }
+        item->setSelected(true);
+    }
+}
+
+QAction *HostFixture::action(const QString &text) const
+{
+    const auto *const menu = tree()->findChild<QMenu *>();
+    for (QAction *candidate : menu->actions()) {
+        if (candidate->text().section(QLatin1Char('\t'), 0, 0) == text) {
+            return candidate;
+        }
+    }
+    return nullptr;
+}
+
+QMenu *HostFixture::openMenu(const QString &path) const
+{
+    const QPoint point = path.isEmpty() ? QPoint(20, tree()->viewport()->height() - 5)
+                                        : cell(path, 0).center();
+    QContextMenuEvent event(QContextMenuEvent::Mouse, point,
+                            tree()->viewport()->mapToGlobal(point));
+    QApplication::sendEvent(tree()->viewport(), &event);
+    return tree()->findChild<QMenu *>();
+}
+
+void HostFixture::closeMenu() const
+{
+    tree()->findChild<QMenu *>()->hide();
+}
+
+QRect HostFixture::cell(const QString &path, int column) const
+{
+    QTreeWidgetItem *const item = row(path);
+    if (!item) {
+        qFatal("no row '%s'", qUtf8Printable(path));
+    }
+    tree()->scrollToItem(item);
+    QRect rect = tree()->visualItemRect(item);
+    rect.setLeft(tree()->columnViewportPosition(column));
+    rect.setWidth(tree()->columnWidth(column));
+    return rect;
+}
+
+void HostFixture::click(const QString &path, int column, Qt::KeyboardModifiers modifiers) const
+{
+    QTest::mouseClick(tree()->viewport(), Qt::LeftButton, modifiers, cell(path, column).center());
+}
+
+void HostFixture::doubleClick(const QString &path, int column) const
+{
+    const QPoint point = cell(path, column).center();
+    QTest::mouseClick(tree()->viewport(), Qt::LeftButton, {}, point);
+    QTest::mouseDClick(tree()->viewport(), Qt::LeftButton, {}, point);
+}
+
+void HostFixture::key(int keyCode, Qt::KeyboardModifiers modifiers) const
+{
+    QTest::keyClick(tree(), Qt::Key(keyCode), modifiers);
+}
+
+HostCalls::HostCalls()
+{
+    clear();
+    previousHandler = qInstallMessageHandler(recordHostCall);
+    QLoggingCategory::setFilterRules(QStringLiteral("mk.host.debug=true"));
+}
+
+HostCalls::~HostCalls()
+{
+    QLoggingCategory::setFilterRules(QString());
+    qInstallMessageHandler(previousHandler);
+    previousHandler = nullptr;
+}
+
+QStringList HostCalls::lines(const QStringList &names) const
+{
+    if (names.isEmpty()) {
+        return hostCalls();
+    }
+    QStringList matching;
+    for (const QString &line : qAsConst(hostCalls())) {
+        for (const QString &name : names) {
+            if (line.startsWith(name)) {
+                matching += line;
+                break;
+            }
+        }
+    }
+    return matching;
+}
+
+void HostCalls::clear()
+{
+    hostCalls().clear();
+}
+
+LogLines::LogLines()
+    : listener(mkLog::addListener([this](mkLog::Severity, const QString &line) { lines += line; }))
+{}
+
+LogLines::~LogLines()
+{
+    mkLog::removeListener(listener);
+}
+
+struct ModalAnswers::Private
+{
+    std::function<void(QWidget *)> answer;
+    QTimer timer;
+    QPointer<QWidget> answered;
+    int count = 0;
+};
+
+ModalAnswers::ModalAnswers(std::function<void(QWidget *)> answer)
+    : d(std::make_unique<Private>())
+{
+    d->answer = std::move(answer);
+    d->timer.setInterval(5);
+    QObject::connect(&d->timer, &QTimer::timeout, &d->timer, [this] {
+        QWidget *const modal = QApplication::activeModalWidget();
+        if (!modal || !modal->isVisible()) {
+            d->answered.clear();
+        } else if (modal != d->answered) {
+            d->answered = modal;
+            ++d->count;
+            d->answer(modal);
+        }
+    });
+    d->timer.start();
+}
+
+ModalAnswers::~ModalAnswers() = default;
+
+int ModalAnswers::count() const
+{
+    return d->count;
+}
+
+int runHostTest(int argc, char **argv, const std::function<std::unique_ptr<QObject>()> &create)
+{
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    }
+    const QApplication application(argc, argv);
+    const std::unique_ptr<QObject> test = create();
+    return QTest::qExec(test.get(), argc, argv);
+}
