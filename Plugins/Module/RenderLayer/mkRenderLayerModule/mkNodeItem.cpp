@@ -35,6 +35,8 @@ quint32 idOf(const osg::NodePtr &node)
 mkAttributeCells::mkAttributeCells()
     : onText(QCoreApplication::translate("RenderLayer", "On"))
     , offText(QCoreApplication::translate("RenderLayer", "Off"))
+    , yes(true)
+    , no(false)
     , empty(QCoreApplication::translate("mkNodeItem", "Empty"))
     , none(QIcon())
 {}
@@ -99,7 +101,7 @@ void mkNodeItem::updateAttributes(const osg::RaytracingGeoAttachmentPtr &attribu
     for (const mkRenderAttribute &attribute : mkRenderAttributes) {
         const bool value = ((*attributes).*attribute.get)();
         setData(attribute.column, Qt::DisplayRole, cells.text(value));
-        setData(attribute.column, Qt::UserRole, value);
+        setData(attribute.column, Qt::UserRole, cells.value(value));
     }
     updateOverrideMaterial(attributes, cells);
 }

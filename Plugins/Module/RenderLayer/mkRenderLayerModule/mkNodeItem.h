@@ -15,6 +15,7 @@ public:
     mkAttributeCells();
 
     const QVariant &text(bool on) const { return on ? onText : offText; }
+    const QVariant &value(bool on) const { return on ? yes : no; }
     const QVariant &emptyText() const { return empty; }
     const QVariant &noIcon() const { return none; }
     /// The clear button; made when it is first asked for.
@@ -23,6 +24,8 @@ public:
 private:
     QVariant onText;
     QVariant offText;
+    QVariant yes;
+    QVariant no;
     QVariant empty;
     QVariant none;
     QVariant button;

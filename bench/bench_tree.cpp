@@ -1,0 +1,514 @@
+// Speed and memory of the layer tree against bare Qt code in the same run. README.md explains the
+// figures.
+
+#include "BareTree.h"
+#include "BenchHost.h"
+#include "Measure.h"
+
+#include "mkKernel/mkController.h"
+#include "mkKernel/mkSelectionManager.h"
+#include "mkKernelServices/mkdMaterial.h"
+#include "mkRenderAttributes.h"
+#include "mkRenderLayerModule.h"
+
+#include <QApplication>
+#include <QDataStream>
+#include <QDialog>
+#include <QDropEvent>
+#include <QElapsedTimer>
+#include <QHeaderView>
+#include <QMenu>
+#include <QMimeData>
+#include <QMouseEvent>
+#include <QScrollBar>
+#include <QTimer>
+
+#include <malloc.h>
+
+#include <algorithm>
+#include <map>
+
+namespace {
+
+const std::vector<TreeShape> shapes{
+    { 10, 1000 }, { 100, 1000 }, { 1, 100000 }, { 1000, 100 }, { 10000, 10 }
+};
+
+/// Selects rows of a tree, bare or not.
+using Select = std::function<void(QTreeWidget *)>;
+
+class TreeBench
+{
+public:
+    /// Runs the groups whose name is in `groups`, or all; returns how many figures were over.
+    int run(const QStringList &groups);
+
+private:
+    void rebuild();
+    void restore();
+    void commands();
+    void singleRows();
+    void interaction();
+    void scripting();
+    void memory();
+    void painting();
+    void growth();
+
+    double rebuildSeconds();
+    /// The command's time as a ratio to the rebuild of the tree that it starts from.
+    void reportCommand(const QString &name, const TreeShape &shape, const Select &select,
+                       const Timed &work, bool withMaterial = false);
+    double growthOf(const Select &select, const Timed &work, bool withMaterial);
+
+    Timed slot(const char *name);
+    Timed applyAttributes();
+    void dropMaterial(const QPoint &point);
+    QPoint cellCentre(int node, int column) const;
+    void sendMouse(QEvent::Type type, const QPoint &point);
+
+    BenchHost host;
+    BareTree bare;
+    Report report;
+};
+
+Select everySecondNode(int count)
+{
+    return [count](QTreeWidget *tree) { selectNodeRows(tree, 2, count); };
+}
+
+Select everyNode()
+{
+    return [](QTreeWidget *tree) { selectNodeRows(tree, 1); };
+}
+
+Select nothing()
+{
+    return [](QTreeWidget *tree) { tree->clearSelection(); };
+}
+
+double TreeBench::rebuildSeconds()
+{
+    return secondsOf([this] { host.tree()->rebuildTree(false); });
+}
+
+Timed TreeBench::slot(const char *name)
+{
+    return [this, name] { return secondsOf([&] { host.call(name); }); };
+}
+
+Timed TreeBench::applyAttributes()
+{
+    return [this] {
+        // What counts begins when the user has pressed OK.
+        QElapsedTimer sinceAccepted;
+        QTimer::singleShot(0, qApp, [&sinceAccepted] {
+            auto *const dialog = qobject_cast<QDialog *>(QApplication::activeModalWidget());
+            sinceAccepted.start();
+            dialog->accept();
+        });
+        host.call("applyAttributesToSelected");
+        return double(sinceAccepted.nsecsElapsed()) * 1e-9;
+    };
+}
+
+void TreeBench::reportCommand(const QString &name, const TreeShape &shape, const Select &select,
+                              const Timed &work, bool withMaterial)
+{
+    constexpr int runs = 3;
+    constexpr double limit = 2.5;
+    std::vector<double> ratios;
+    for (int run = 0; run < runs; ++run) {
+        host.open(shape, withMaterial);
+        const double plain = std::min(rebuildSeconds(), rebuildSeconds());
+        select(host.tree());
+        QApplication::processEvents();
+        ratios.push_back(work() / plain);
+    }
+    std::sort(ratios.begin(), ratios.end());
+    report.line(name, median(ratios), QStringLiteral("x_rebuild"), limit,
+                QStringLiteral("%1..%2")
+                    .arg(ratios.front(), 0, 'f', 2)
+                    .arg(ratios.back(), 0, 'f', 2));
+}
+
+void TreeBench::rebuild()
+{
+    for (TreeShape shape : shapes) {
+        for (const auto expansion :
+             { TreeShape::Collapsed, TreeShape::Expanded, TreeShape::Half }) {
+            shape.expansion = expansion;
+            host.open(shape);
+            bare.build(shape, host.nodeNames());
+            const Comparison result = compare(
+                shape.rows() > 20000 ? 9 : 25, [this] { return rebuildSeconds(); },
+                [&] { return secondsOf([&] { bare.build(shape, host.nodeNames()); }); });
+            report.line(QStringLiteral("rebuild/") + shape.name(), result.ratio,
+                        QStringLiteral("x_bare"), 1.10, result.spread);
+        }
+    }
+    bare.clear();
+}
+
+void TreeBench::restore()
+{
+    const std::map<QString, Select> selections{
+        { "nothing", nothing() },
+        { "everything", [](QTreeWidget *tree) { tree->selectAll(); } },
+        { "second_rows", everySecondNode(50000) },
+        { "layers", [](QTreeWidget *tree) { selectLayerRows(tree, 1); } },
+    };
+    for (const TreeShape &shape : shapes) {
+        host.open(shape);
+        for (const auto &[name, select] : selections) {
+            const Comparison result = compare(
+                shape.rows() > 20000 ? 7 : 15,
+                [this, &selectRows = select] {
+                    selectRows(host.tree());
+                    QApplication::processEvents();
+                    return secondsOf([this] { host.tree()->rebuildTree(true); });
+                },
+                [this] {
+                    host.tree()->clearSelection();
+                    QApplication::processEvents();
+                    return rebuildSeconds();
+                });
+            report.line(QStringLiteral("restore/") + shape.name() + QLatin1Char('/') + name,
+                        result.ratio, QStringLiteral("x_rebuild"), 1.5, result.spread);
+        }
+    }
+}
+
+void TreeBench::commands()
+{
+    const TreeShape wide{ 100, 1000 };
+    const TreeShape many{ 10000, 10 };
+    const Select thousandLayers = [](QTreeWidget *tree) { selectLayerRows(tree, 10); };
+
+    reportCommand("apply_100000", wide, everyNode(), applyAttributes());
+    reportCommand("clear_material_10000", wide, everySecondNode(10000),
+                  slot("clearOverrideMaterial"), true);
+    reportCommand("clear_material_100000", wide, everyNode(), slot("clearOverrideMaterial"), true);
+    reportCommand("delete_nodes_10000", wide, everySecondNode(10000), slot("deleteNodes"));
+    reportCommand("delete_nodes_50000", wide, everySecondNode(50000), slot("deleteNodes"));
+    reportCommand("move_up_10000", wide, everySecondNode(10000), slot("moveUpNode"));
+    reportCommand("activate_10000", wide, everySecondNode(10000),
+                  [this] { return secondsOf([this] { host.tree()->activateSelected(); }); });
+    reportCommand("delete_layers_1000", many, thousandLayers, slot("deleteLayers"));
+    reportCommand("duplicate_layers_1000", many, thousandLayers, slot("duplicateLayer"));
+    reportCommand("move_layers_up_1000", many, thousandLayers, slot("moveUpNode"));
+    reportCommand(
+        "add_1000_nodes_to_10_layers", { 10, 1000 },
+        [this](QTreeWidget *tree) {
+            for (unsigned layer = 0; layer < 10; ++layer) {
+                for (const mkNodePtr &node : host.nodes()) {
+                    BenchHost::store()->subNode(layer, node.get());
+                }
+            }
+            host.tree()->rebuildTree(false);
+            mkSelectionManager::selectNodes(host.nodes());
+            selectLayerRows(tree, 1);
+        },
+        slot("addSelectedNodes"));
+    reportCommand("message_after_reading", wide, nothing(), [] {
+        mkMessage message("sceneLoaded", mkMessage::SceneLoaded);
+        return secondsOf([&] { mkController::sendMessage(message); });
+    });
+}
+
+QPoint TreeBench::cellCentre(int node, int column) const
+{
+    QTreeWidget *const tree = host.tree();
+    const QRect row = tree->visualItemRect(tree->topLevelItem(0)->child(node));
+    return { tree->columnViewportPosition(column) + tree->columnWidth(column) / 2,
+             row.center().y() };
+}
+
+void TreeBench::sendMouse(QEvent::Type type, const QPoint &point)
+{
+    QMouseEvent event(type, point, host.tree()->viewport()->mapToGlobal(point), Qt::LeftButton,
+                      type == QEvent::MouseButtonRelease ? Qt::NoButton : Qt::LeftButton,
+                      Qt::NoModifier);
+    QApplication::sendEvent(host.tree()->viewport(), &event);
+}
+
+void TreeBench::dropMaterial(const QPoint &point)
+{
+    QByteArray payload;
+    QDataStream stream(&payload, QIODevice::WriteOnly);
+    stream << mkdMaterial(QStringLiteral("clay"));
+    QMimeData data;
+    data.setData(QStringLiteral("application/mosk-decoupled-materials"), payload);
+    QDropEvent event(point, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(host.tree()->viewport(), &event);
+}
+
+void TreeBench::singleRows()
+{
+    constexpr int runs = 200;
+    for (const TreeShape &shape :
+         { TreeShape{ 1, 1000 }, TreeShape{ 100, 1000 }, TreeShape{ 10000, 10 } }) {
+        host.open(shape);
+        QTreeWidget *const tree = host.tree();
+        tree->header()->resizeSections(QHeaderView::ResizeToContents);
+        tree->scrollToTop();
+        QApplication::processEvents();
+        const QPoint cell = cellCentre(2, 3);
+        const QPoint materialCell = cellCentre(2, mkColumn::OverrideMaterial);
+        std::vector<double> toggles;
+        std::vector<double> drops;
+        std::vector<double> clears;
+        for (int run = 0; run < runs; ++run) {
+            sendMouse(QEvent::MouseButtonPress, cell);
+            sendMouse(QEvent::MouseButtonRelease, cell);
+            toggles.push_back(secondsOf([&] { sendMouse(QEvent::MouseButtonDblClick, cell); }));
+            drops.push_back(secondsOf([&] { dropMaterial(materialCell); }));
+            const QPoint button(tree->columnViewportPosition(mkColumn::OverrideMaterial) + 10,
+                                materialCell.y());
+            clears.push_back(secondsOf([&] {
+                sendMouse(QEvent::MouseButtonPress, button);
+                sendMouse(QEvent::MouseButtonRelease, button);
+            }));
+        }
+        const auto line = [&](const char *name, const std::vector<double> &seconds) {
+            report.line(QStringLiteral("%1/%2").arg(QLatin1String(name), shape.name()),
+                        median(seconds) * 1e3, QStringLiteral("ms"), 1.0);
+        };
+        line("toggle", toggles);
+        line("drop_material", drops);
+        line("clear_button", clears);
+    }
+}
+
+void TreeBench::interaction()
+{
+    const TreeShape shape{ 100, 1000 };
+    host.open(shape);
+    bare.build(shape, host.nodeNames());
+    bare.show();
+    QApplication::processEvents();
+
+    const auto selectAll = [](QTreeWidget *tree) {
+        return [tree] {
+            tree->clearSelection();
+            QApplication::processEvents();
+            return secondsOf([tree] { tree->selectAll(); });
+        };
+    };
+    const auto controlA = [this] {
+        host.tree()->clearSelection();
+        QApplication::processEvents();
+        return secondsOf([this] {
+            QKeyEvent event(QEvent::KeyPress, Qt::Key_A, Qt::ControlModifier);
+            QApplication::sendEvent(host.tree(), &event);
+        });
+    };
+    const Comparison all = compare(9, controlA, selectAll(&bare));
+    report.line("select_all_100000", all.ratio, "x_bare", 1.5, all.spread);
+
+    // What bare Qt needs to open a menu that depends on the selection: ask for it, show the menu.
+    selectNodeRows(host.tree(), 1);
+    selectNodeRows(&bare, 1);
+    QMenu bareMenu;
+    for (int i = 0; i < 14; ++i) {
+        bareMenu.addAction(QStringLiteral("Action %1").arg(i));
+    }
+    const QPoint point(40, 40);
+    const Comparison menu = compare(
+        9,
+        [&] {
+            const double seconds = secondsOf([&] {
+                QContextMenuEvent event(QContextMenuEvent::Mouse, point,
+                                        host.tree()->viewport()->mapToGlobal(point));
+                QApplication::sendEvent(host.tree()->viewport(), &event);
+            });
+            host.tree()->popupMenu()->hide();
+            return seconds;
+        },
+        [&] {
+            const double seconds = secondsOf([&] {
+                bareMenu.setEnabled(!bare.selectedItems().isEmpty());
+                bareMenu.popup(bare.viewport()->mapToGlobal(point));
+            });
+            bareMenu.hide();
+            return seconds;
+        });
+    report.line("context_menu_100000_selected", menu.ratio, "x_bare", 1.5, menu.spread);
+    bare.hide();
+    bare.clear();
+}
+
+void TreeBench::scripting()
+{
+    // Each node that a script adds costs a rebuild by contract; what is compared is that one.
+    for (const int members : { 500, 1000, 2000 }) {
+        host.open({ 1, members });
+        for (const mkNodePtr &node : host.nodes()) {
+            BenchHost::store()->subNode(0, node.get());
+        }
+        host.tree()->rebuildTree(false);
+        const double seconds = secondsOf(
+            [this] { mkRenderLayerModule::addNodesToRenderLayer(host.nodes(), "Layer0"); });
+        // The layer is half full on average while it is being filled.
+        const double average = rebuildSeconds() / 2;
+        report.line(QStringLiteral("script_add_%1/per_node").arg(members),
+                    seconds / members / average, "x_rebuild_of_half", 1.5,
+                    QStringLiteral("%1 s in all").arg(seconds, 0, 'f', 2));
+    }
+}
+
+double heapBytes()
+{
+    malloc_trim(0);
+    return double(mallinfo2().uordblks);
+}
+
+void TreeBench::memory()
+{
+    const TreeShape shape{ 100, 1000 };
+    host.close();
+    QApplication::processEvents();
+    const double closedBefore = heapBytes();
+    host.open(shape);
+    host.tree()->clear();
+    const double empty = heapBytes();
+    host.tree()->rebuildTree(false);
+    const double panel = heapBytes() - empty;
+    const double bareEmpty = heapBytes();
+    bare.build(shape, host.nodeNames());
+    const double floor = heapBytes() - bareEmpty;
+    bare.clear();
+    report.line("memory/row", panel / floor, "x_bare", 1.05,
+                QStringLiteral("%1 bytes a row").arg(panel / shape.rows(), 0, 'f', 0));
+
+    const TreeShape small{ 10, 1000 };
+    host.open(small);
+    host.tree()->rebuildTree(true);
+    const double before = heapBytes();
+    for (int i = 0; i < 100; ++i) {
+        host.tree()->rebuildTree(true);
+    }
+    report.line("memory/growth_over_100_rebuilds", (heapBytes() - before) / 1024, "KiB", 16);
+    host.close();
+    QApplication::processEvents();
+    report.line("memory/left_after_closing", (heapBytes() - closedBefore) / 1024, "KiB", 1024);
+}
+
+void TreeBench::painting()
+{
+    const TreeShape shape{ 100, 1000 };
+    host.open(shape);
+    QTreeWidget *const tree = host.tree();
+    const osg::NodePtr node = host.nodes().front().get();
+    bare.setNodeIcon(mkScenegraph::getNodeIcon(node->getCore(), node, false));
+    bare.resize(tree->size());
+    bare.show();
+    QApplication::processEvents();
+    for (int column = 0; column < mkColumn::Count; ++column) {
+        bare.setColumnWidth(column, tree->columnWidth(column));
+    }
+    const Comparison first = compare(
+        9,
+        [&] {
+            host.tree()->rebuildTree(false);
+            return secondsOf([&] { tree->viewport()->repaint(); });
+        },
+        [&] {
+            bare.build(shape, host.nodeNames());
+            return secondsOf([&] { bare.viewport()->repaint(); });
+        });
+    report.line("first_paint_100000", first.ratio, "x_bare", 1.2, first.spread);
+
+    std::vector<double> pages;
+    QScrollBar *const bar = tree->verticalScrollBar();
+    for (int page = 0; page < 60; ++page) {
+        pages.push_back(secondsOf([&] {
+            bar->setValue(bar->value() + bar->pageStep());
+            tree->viewport()->repaint();
+        }));
+    }
+    report.line("page_scroll", median(pages) * 1e3, "ms", 16);
+    bare.hide();
+    bare.clear();
+    bare.setNodeIcon(QPixmap());
+}
+
+double TreeBench::growthOf(const Select &select, const Timed &work, bool withMaterial)
+{
+    std::vector<double> sizes;
+    std::vector<double> seconds;
+    for (const int nodes : { 100, 1000, 10000 }) {
+        const TreeShape shape{ 10, nodes };
+        std::vector<double> runs;
+        for (int run = 0; run < (nodes < 10000 ? 9 : 3); ++run) {
+            host.open(shape, withMaterial);
+            select(host.tree());
+            QApplication::processEvents();
+            runs.push_back(work());
+        }
+        sizes.push_back(shape.rows());
+        seconds.push_back(median(runs));
+    }
+    return growthExponent(sizes, seconds);
+}
+
+void TreeBench::growth()
+{
+    struct Case
+    {
+        const char *name;
+        Select select;
+        Timed work;
+        bool withMaterial;
+    };
+    const Select half = [](QTreeWidget *tree) { selectNodeRows(tree, 2); };
+    const Case cases[] = {
+        { "rebuild", nothing(), [this] { return rebuildSeconds(); }, false },
+        { "rebuild_keeping_half", half,
+          [this] { return secondsOf([this] { host.tree()->rebuildTree(true); }); }, false },
+        { "delete_half", half, slot("deleteNodes"), false },
+        { "move_half", half, slot("moveUpNode"), false },
+        { "clear_half", half, slot("clearOverrideMaterial"), true },
+        { "apply_all", everyNode(), applyAttributes(), false },
+        { "select_nodes_half", half, slot("selectNodes"), false },
+        { "activate_half", half,
+          [this] { return secondsOf([this] { host.tree()->activateSelected(); }); }, false },
+        { "duplicate_all", [](QTreeWidget *tree) { selectLayerRows(tree, 1); },
+          slot("duplicateLayer"), false },
+        { "delete_layers", [](QTreeWidget *tree) { selectLayerRows(tree, 2); },
+          slot("deleteLayers"), false },
+        { "select_all", nothing(), slot("clickedSelectAll"), false },
+    };
+    for (const Case &one : cases) {
+        report.line(QStringLiteral("growth/") + QLatin1String(one.name),
+                    growthOf(one.select, one.work, one.withMaterial), "exponent", 1.15);
+    }
+}
+
+int TreeBench::run(const QStringList &groups)
+{
+    const std::vector<std::pair<const char *, void (TreeBench::*)()>> all{
+        { "rebuild", &TreeBench::rebuild },         { "restore", &TreeBench::restore },
+        { "commands", &TreeBench::commands },       { "rows", &TreeBench::singleRows },
+        { "interaction", &TreeBench::interaction }, { "scripting", &TreeBench::scripting },
+        { "memory", &TreeBench::memory },           { "painting", &TreeBench::painting },
+        { "growth", &TreeBench::growth },
+    };
+    for (const auto &[name, group] : all) {
+        if (groups.isEmpty() || groups.contains(QLatin1String(name))) {
+            (this->*group)();
+        }
+    }
+    return report.overCount();
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    }
+    const QApplication application(argc, argv);
+    TreeBench bench;
+    return bench.run(QApplication::arguments().mid(1)) == 0 ? 0 : 1;
+}
