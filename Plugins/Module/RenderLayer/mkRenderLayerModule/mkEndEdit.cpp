@@ -29,6 +29,9 @@ osg::RaytracingGeoAttachmentPtr mkFindOrCreateAttributes(const osg::NodePtr &nod
     osg::RaytracingGeoAttachmentPtr attributes = mkFindAttributes(node);
     if (!attributes) {
         attributes = osg::RaytracingGeoAttachmentBase::create();
+        if (!attributes) {
+            return osg::NullFC;
+        }
         node->addAttachment(attributes, 0);
         endEdit(node, osg::AttachmentContainer::AttachmentsFieldMask);
     }

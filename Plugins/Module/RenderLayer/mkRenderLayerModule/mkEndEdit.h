@@ -10,5 +10,6 @@ void endEdit(const osg::FieldContainerPtr &container, const osg::BitVector &mask
 
 /// The render attributes that the node itself carries; null when there are none or for null.
 osg::RaytracingGeoAttachmentPtr mkFindAttributes(const osg::NodePtr &node);
-/// The same, made and attached where there are none. `node` is not null.
+/// The same, made and attached where there are none; null if the host makes none. `node` is not
+/// null.
 osg::RaytracingGeoAttachmentPtr mkFindOrCreateAttributes(const osg::NodePtr &node);

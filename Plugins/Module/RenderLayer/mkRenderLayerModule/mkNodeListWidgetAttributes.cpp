@@ -151,8 +151,9 @@ void mkNodeListWidget::applyAttributesToSelected()
         return;
     }
     const mkRenderAttributeFlags flags = attributesDialog->getFlags();
-    for (const mkNodeItem *row : getTargetNodeItems()) {
-        mkRenderLayer *const store = mkScenegraph::getRenderLayer();
+    const Rows targets = getTargetNodeItems();
+    mkRenderLayer *const store = mkScenegraph::getRenderLayer();
+    for (const mkNodeItem *row : targets) {
         const unsigned index = row->getLayerIndex();
         const osg::NodePtr node = row->getNode();
         if (const osg::RaytracingGeoAttachmentPtr attributes = store->getAttributes(index, node)) {

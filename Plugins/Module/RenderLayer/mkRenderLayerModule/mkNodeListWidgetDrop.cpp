@@ -93,6 +93,8 @@ void mkNodeItem::dropNodes(const QDropEvent *event)
         return;
     }
     const unsigned index = getLayerIndex();
+    // Adding runs host code, which may rebuild the tree and so delete this row.
+    const QPointer<mkNodeListWidget> tree = qobject_cast<mkNodeListWidget *>(treeWidget());
     mkRenderLayer *const store = mkScenegraph::getRenderLayer();
     const std::vector<mkNodePtr> nodes = mkScenegraph::getSelectedRootNodes();
     if (nodes.size() == 1 && nodes.front() == mkScenegraph::getRoot()) {
@@ -105,7 +107,7 @@ void mkNodeItem::dropNodes(const QDropEvent *event)
     for (const mkNodePtr &node : nodes) {
         store->addNode(index, node.get());
     }
-    if (auto *const tree = qobject_cast<mkNodeListWidget *>(treeWidget())) {
+    if (tree) {
         tree->rebuildTree(false);
     }
 }

@@ -74,8 +74,9 @@ void mkRenderLayerModule::activateRenderLayer(const char *name)
         // Activation runs host code, which may rebuild the tree: rows are fetched anew.
         QTreeWidgetItem *const row = tree ? rowAt(tree, position) : nullptr;
         if (row && row->text(mkColumn::Layer) == text) {
-            tree->setCurrentItem(row);
-            row->setSelected(true);
+            // Not the plain call: that one heeds the modifier keys that are down just now.
+            tree->setCurrentItem(row, mkColumn::Layer,
+                                 QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
             tree->activateSelected();
         }
     }
@@ -104,6 +105,9 @@ void mkRenderLayerModule::setNodeVisibilityFlags(
         material = mkMaterials::findMaterial(overrideMaterial.c_str()).get();
     }
     const osg::RaytracingGeoAttachmentPtr attributes = mkFindOrCreateAttributes(node);
+    if (!attributes) {
+        return;
+    }
     mkSetRenderAttributes(attributes,
                           { visible, visibleInAlpha, primaryVisibility, visibleInReflections,
                             visibleInRefractions, castShadows, receiveShadows, doubleSided,
