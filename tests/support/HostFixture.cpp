@@ -200,6 +200,54 @@ QString HostFixture::selected() const
     return paths.join(QLatin1Char(' '));
 }
 
+osg::RaytracingGeoAttachmentPtr HostFixture::attributes(unsigned layer, const QString &member) const
+{
+    return store()->getAttributes(layer, node(member));
+}
+
+bool &HostFixture::flag(const osg::RaytracingGeoAttachmentPtr &attributes, int column)
+{
+    using Attributes = osg::RaytracingGeoAttachmentBase;
+    static constexpr bool &(Attributes::*getters[])() = {
+        &Attributes::getVisible,
+        &Attributes::getVisibleInAlpha,
+        &Attributes::getPrimaryVisibility,
+        &Attributes::getVisibleInReflections,
+        &Attributes::getVisibleInRefractions,
+        &Attributes::getCastShadows,
+        &Attributes::getReceiveShadows,
+        &Attributes::getDoubleSided,
+        &Attributes::getVisibleInPhotons,
+        &Attributes::getCastShadowsOnShadowMaterial,
+        &Attributes::getUseOverrideMaterial,
+    };
+    return ((*attributes).*getters[column - 1])();
+}
+
+QString HostFixture::values(const osg::RaytracingGeoAttachmentPtr &attributes)
+{
+    if (!attributes) {
+        return "none";
+    }
+    QString text;
+    for (int column = 1; column <= 11; ++column) {
+        text += flag(attributes, column) ? '1' : '0';
+    }
+    const osg::MaterialPtr material = attributes->getOverrideMaterial();
+    return text + ' ' + (material ? mkMaterials::getName(material) : "Empty");
+}
+
+QString HostFixture::cells(const QString &path) const
+{
+    const QTreeWidgetItem *const item = row(path);
+    QString text;
+    for (int column = 1; column <= 11; ++column) {
+        const bool on = item->data(column, Qt::UserRole).toBool();
+        text += item->text(column) != (on ? "On" : "Off") ? '?' : on ? '1' : '0';
+    }
+    return text + ' ' + item->text(12);
+}
+
 void HostFixture::select(const QStringList &paths) const
 {
     tree()->clearSelection();

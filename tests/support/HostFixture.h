@@ -56,6 +56,14 @@ public:
     static QString stored();
     /// Paths of the selected rows, top to bottom; the current one is marked with "*".
     QString selected() const;
+    /// The attributes that a layer holds for a node.
+    osg::RaytracingGeoAttachmentPtr attributes(unsigned layer, const QString &member) const;
+    /// The flag that the tree shows in a column from 1 to 11.
+    static bool &flag(const osg::RaytracingGeoAttachmentPtr &attributes, int column);
+    /// The eleven flags and the override material: "11111111110 Empty"; "none" for null.
+    static QString values(const osg::RaytracingGeoAttachmentPtr &attributes);
+    /// The same as a node row shows it; flags whose text and data differ read "?".
+    QString cells(const QString &path) const;
     /// Selects exactly these rows; the first becomes current.
     void select(const QStringList &paths) const;
 
