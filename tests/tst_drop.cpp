@@ -9,6 +9,7 @@
 #include <QMessageBox>
 #include <QMimeData>
 #include <QPushButton>
+#include <QScopeGuard>
 #include <QTest>
 
 #include <iostream>
@@ -241,11 +242,11 @@ void tst_Drop::rootIsRefused()
     QString shown;
     ModalAnswers answers([&shown](QWidget *modal) {
         auto *const box = qobject_cast<QMessageBox *>(modal);
+        const auto ok = qScopeGuard([box] { box->button(QMessageBox::Ok)->click(); });
         shown = box->windowTitle() + '|' + box->text() + '|' + box->button(QMessageBox::Ok)->text();
         QCOMPARE(box->buttons().size(), 1);
         QCOMPARE(box->icon(), QMessageBox::Warning);
         QVERIFY(!box->parent());
-        box->button(QMessageBox::Ok)->click();
     });
     const HostCalls calls;
     drop({ { nodeFormat, nodeBytes } }, "B");
