@@ -12,7 +12,9 @@
 #include <QIcon>
 #include <QUndoStack>
 
+#include <stdexcept>
 #include <unordered_set>
+#include <utility>
 
 namespace {
 
@@ -119,9 +121,28 @@ void mkScenegraph::setScene(Document document)
         mkMaterials::addMaterial(material);
     }
     the()->root = document.root;
+    the()->file = document.file;
     the()->store = std::make_unique<mkRenderLayer>(document.root);
     finishReading(std::move(document), "sceneLoaded", mkMessage::SceneLoaded);
     mkController::setModified(0);
+}
+
+void mkScenegraph::setReader(Reader reader)
+{
+    the()->reader = std::move(reader);
+}
+
+void mkScenegraph::openFile(const QString &file)
+{
+    if (!the()->reader) {
+        throw std::runtime_error("This host cannot read scene files.");
+    }
+    setScene(the()->reader(file));
+}
+
+QString mkScenegraph::getFile()
+{
+    return the()->file;
 }
 
 void mkScenegraph::mergeScene(Document document)

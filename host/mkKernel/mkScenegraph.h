@@ -8,7 +8,9 @@
 
 #include <QObject>
 #include <QPixmap>
+#include <QString>
 
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -25,7 +27,11 @@ public:
         osg::NodePtr root;
         std::vector<osg::MaterialPtr> materials;
         osg::NFIOBase::FieldContainerMap containers;
+        /// Where it was read from; empty for a scene that is in no file.
+        QString file;
     };
+    /// Reads a scene file. Throws std::runtime_error with a reason for the user.
+    using Reader = std::function<Document(const QString &file)>;
 
     static mkScenegraph *the();
 
@@ -49,6 +55,13 @@ public:
     /// Replaces the scene. The selection and the undo steps go, the new scene has a store of its
     /// own, modules receive mkMessage::SceneLoaded, and the document is unmodified.
     static void setScene(Document document);
+    /// The host knows no file formats; the application brings the reader.
+    static void setReader(Reader reader);
+    /// Replaces the scene by what the reader makes of `file`. When the reader throws, so does this,
+    /// and the open scene stays; without a reader it throws std::runtime_error.
+    static void openFile(const QString &file);
+    /// The file of the open scene; empty when it has none.
+    static QString getFile();
     /// Adds what was read below the present root. Modules receive mkMessage::SceneMerged, and
     /// the document is modified.
     static void mergeScene(Document document);
@@ -68,4 +81,6 @@ private:
 
     osg::NodePtr root;
     std::unique_ptr<mkRenderLayer> store;
+    QString file;
+    Reader reader;
 };
