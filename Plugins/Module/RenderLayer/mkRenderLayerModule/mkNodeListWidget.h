@@ -2,6 +2,7 @@
 
 #include "OSGSystem/Node.h"
 #include "mkOpenSGExt/RaytracingGeoAttachment.h"
+#include "mkOpenSGExt/RenderLayers.h"
 
 #include <QPointer>
 #include <QStringList>
@@ -123,7 +124,7 @@ private:
     Rows getTargetNodeItems() const;
 
     SelectionMemory rememberSelection(bool keepSelection) const;
-    void createRows();
+    void createRows(const osg::RenderLayersPtr &content);
     void restoreSelection(SelectionMemory &memory);
     void makeCurrent(QTreeWidgetItem *item);
     void storeExpansion(QTreeWidgetItem *item);

@@ -117,14 +117,15 @@ void mkNodeListWidget::rebuildTree(bool keepSelection)
 
     SelectionMemory memory = rememberSelection(keepSelection);
     clear();
-    if (!showableContent()) {
+    const osg::RenderLayersPtr content = showableContent();
+    if (!content) {
         return;
     }
     {
         setUpdatesEnabled(false);
         const auto enableUpdates = qScopeGuard([this] { setUpdatesEnabled(true); });
         const QSignalBlocker blocker(this);
-        createRows();
+        createRows(content);
         restoreSelection(memory);
     }
     if (!selectionModel()->hasSelection() && currentItem()) {
@@ -133,9 +134,8 @@ void mkNodeListWidget::rebuildTree(bool keepSelection)
     update();
 }
 
-void mkNodeListWidget::createRows()
+void mkNodeListWidget::createRows(const osg::RenderLayersPtr &content)
 {
-    const osg::RenderLayersPtr content = mkScenegraph::getRenderLayer()->getAttachment();
     mkAttributeCells cells;
     QList<QTreeWidgetItem *> layerRows;
     QList<QTreeWidgetItem *> nodeRows;
