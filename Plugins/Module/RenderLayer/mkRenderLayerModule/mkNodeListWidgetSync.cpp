@@ -176,7 +176,8 @@ void mkNodeListWidget::createRows(const osg::RenderLayersPtr &content)
 
 void mkNodeListWidget::restoreSelection(SelectionMemory &memory)
 {
-    // Full-width ranges in one go: selecting row by row, or with the Rows flag, is quadratic.
+    // Full-width ranges in one go: selecting row by row, or with the Rows flag, is quadratic. They
+    // stand in the order of the rows, in which later commands meet them.
     QItemSelection selection;
     QTreeWidgetItem *first = nullptr;
     const auto extend = [&](const QModelIndex &parent, int row, QTreeWidgetItem *item) {
@@ -193,7 +194,6 @@ void mkNodeListWidget::restoreSelection(SelectionMemory &memory)
         }
     };
 
-    QItemSelection layerSelection;
     for (int i = 0; i < topLevelItemCount(); ++i) {
         if (memory.layers.isEmpty() && memory.nodes.isEmpty()) {
             break;
@@ -201,9 +201,7 @@ void mkNodeListWidget::restoreSelection(SelectionMemory &memory)
         mkNodeItem *const layer = layerItem(i);
         const QString layerName = layer->text(mkColumn::Layer);
         if (takeOne(memory.layers, layerName)) {
-            selection.swap(layerSelection);
             extend(QModelIndex(), i, layer);
-            selection.swap(layerSelection);
         }
         const QModelIndex layerIndex = model()->index(i, 0);
         for (int j = 0; j < layer->childCount() && !memory.nodes.isEmpty(); ++j) {
@@ -215,7 +213,6 @@ void mkNodeListWidget::restoreSelection(SelectionMemory &memory)
     }
     if (first) {
         makeCurrent(first);
-        selection.append(layerSelection);
         selectionModel()->select(selection, QItemSelectionModel::Select);
     }
 }
