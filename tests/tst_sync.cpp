@@ -1,6 +1,14 @@
 #include "HostFixture.h"
 
+#include "mkKernel/mkController.h"
+
+#include <QDialog>
+#include <QHeaderView>
+#include <QSignalSpy>
 #include <QTest>
+
+using Change = std::function<void()>;
+Q_DECLARE_METATYPE(Change)
 
 /// The tree is a picture of the store: rebuild, expansion, selection memory.
 class tst_Sync : public QObject
@@ -8,23 +16,393 @@ class tst_Sync : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { host.reset(); }
+    void init();
     void showsTheStore();
+    void asksTheStoreOnce();
+    void emptiedStore();
+    void damagedStore_data();
+    void damagedStore();
+    void missingAttributes_data();
+    void missingAttributes();
+    void expansionIsTheStores();
+    void expansionReachesTheStore();
+    void expansionOfOtherRows();
+    void firstColumn();
+    void wholeSelection_data();
+    void wholeSelection();
+    void currentRow_data();
+    void currentRow();
+    void rebuildIsSilent();
+    void activation_data();
+    void activation();
 
 private:
+    /// Takes a node out of the scene and out of layers A and B; nothing keeps it alive then.
+    void kill(const char *name);
+    /// Rebuilds through a command that keeps the selection; `change` comes right before.
+    void rebuildKeeping(const Change &change);
+    static void addSelectionColumns();
+
     HostFixture host;
 };
 
+void tst_Sync::init()
+{
+    host.reset();
+    host.addLayer("A", { "a", "b" });
+    host.addLayer("B", { "a", "c" });
+    host.addLayer("a", { "d" });
+    host.addLayer("C", { "e", "d" }, false);
+    host.rebuild();
+}
+
+void tst_Sync::kill(const char *name)
+{
+    for (const unsigned layer : { 0U, 1U }) {
+        host.store()->subNode(layer, host.node(name));
+    }
+    mkScenegraph::removeNode(host.node(name));
+}
+
 void tst_Sync::showsTheStore()
 {
+    host.reset();
     QCOMPARE(host.rows(), QString());
     host.addLayer("Bäume", { "a", "b" });
     host.addLayer("Empty", {}, false);
     QCOMPARE(host.rows(), QString());
     host.rebuild();
     QCOMPARE(host.rows(), QStringLiteral("Bäume[a b] Empty[]"));
-    QVERIFY(host.row("Bäume")->isExpanded());
-    QVERIFY(!host.row("Empty")->isExpanded());
+    // Positions and names are the store's, whatever they were before.
+    host.node("b")->setName("木");
+    host.store()->moveUpLayer(1);
+    host.store()->moveDownNode(1, host.node("a"));
+    host.rebuild();
+    QCOMPARE(host.rows(), QStringLiteral("Empty[] Bäume[木 a]"));
+    QCOMPARE(host.rows(), host.stored());
+    QVERIFY(!mkController::isModified());
+}
+
+void tst_Sync::asksTheStoreOnce()
+{
+    const HostCalls calls;
+    host.rebuild();
+    const QStringList expected{ "mkScenegraph::getRenderLayer()", "mkRenderLayer::isEmpty()",
+                                "mkRenderLayer::getAttachment()" };
+    QCOMPARE(calls.lines({ "mkScenegraph::", "mkRenderLayer::" }), expected);
+}
+
+void tst_Sync::emptiedStore()
+{
+    host.select({ "A" });
+    for (const char *name : { "A", "B", "a", "C" }) {
+        host.store()->subLayer(name);
+    }
+    host.rebuild();
+    QCOMPARE(host.rows(), QString());
+    QVERIFY(!host.tree()->currentItem() && host.tree()->selectedItems().isEmpty());
+    QVERIFY(host.tree()->updatesEnabled() && !host.tree()->signalsBlocked());
+}
+
+void tst_Sync::damagedStore_data()
+{
+    QTest::addColumn<bool>("foreign");
+    QTest::newRow("null entry") << false;
+    QTest::newRow("foreign entry") << true;
+}
+
+void tst_Sync::damagedStore()
+{
+    QFETCH(bool, foreign);
+    host.store()->getAttachment()->addEntry(foreign ? osg::Group::create()
+                                                    : osg::Ptr<osg::Group>());
+    host.rebuild();
+    QCOMPARE(host.rows(), QString());
+    // It cannot be shown, but cleaned up.
+    host.action("Cleanup")->trigger();
+    QCOMPARE(host.rows(), QStringLiteral("A[a b] B[a c] a[d] C[e d]"));
+}
+
+void tst_Sync::missingAttributes_data()
+{
+    QTest::addColumn<bool>("foreign");
+    QTest::newRow("null entry") << false;
+    QTest::newRow("foreign entry") << true;
+}
+
+void tst_Sync::missingAttributes()
+{
+    QFETCH(bool, foreign);
+    const osg::RenderLayerPtr layer = host.store()->getAttachment()->getLayer(0);
+    layer->replaceAttributes(host.node("a"),
+                             foreign ? osg::Group::create() : osg::Ptr<osg::Group>());
+    host.flag(host.attributes(0, "b"), 4) = false;
+    host.rebuild();
+    QCOMPARE(host.rows(), host.stored());
+    for (int column = 1; column <= 12; ++column) {
+        QVERIFY(!host.row("A/a")->data(column, Qt::DisplayRole).isValid());
+        QVERIFY(!host.row("A/a")->data(column, Qt::UserRole).isValid());
+    }
+    QCOMPARE(host.cells("A/b"), QStringLiteral("11101111110 Empty"));
+    // The row is the first of its layer all the same.
+    host.doubleClick("A/b", 4);
+    QCOMPARE(host.values(host.attributes(0, "b")), QStringLiteral("11111111110 Empty"));
+}
+
+void tst_Sync::expansionIsTheStores()
+{
+    for (const unsigned state : { 0U, 1U, 7U, 0U }) {
+        host.store()->setCollapseState(1, state);
+        const HostCalls calls;
+        host.rebuild();
+        QCOMPARE(host.row("B")->isExpanded(), state != 0);
+        QVERIFY(host.row("A")->isExpanded() && !host.row("C")->isExpanded());
+        QCOMPARE(calls.count("mkRenderLayer::setCollapseState"), 0);
+    }
+}
+
+void tst_Sync::expansionReachesTheStore()
+{
+    const HostCalls calls;
+    host.select({ "C" });
+    for (const bool open : { true, false }) {
+        calls.clear();
+        host.key(open ? Qt::Key_Right : Qt::Key_Left);
+        const QString expected = QString("mkRenderLayer::setCollapseState(3, %1)").arg(int(open));
+        QCOMPARE(calls.lines({ "mkRenderLayer::setCollapseState" }), QStringList{ expected });
+        host.rebuild();
+        QCOMPARE(host.row("C")->isExpanded(), open);
+        QVERIFY(!mkController::isModified());
+    }
+}
+
+/// Nothing is stored for no row, a node row, or when the store has lost its layers; the first
+/// column is fitted all the same.
+void tst_Sync::expansionOfOtherRows()
+{
+    host.tree()->setColumnWidth(0, 1);
+    const int narrow = host.tree()->columnWidth(0);
+    const HostCalls calls;
+    const auto announce = [&](const char *slot, QTreeWidgetItem *row) {
+        host.tree()->setColumnWidth(0, 1);
+        QMetaObject::invokeMethod(host.tree(), slot, Q_ARG(QTreeWidgetItem *, row));
+        const bool fits = host.tree()->columnWidth(0) > narrow;
+        QCOMPARE(fits, qstrcmp(slot, "expanded") == 0);
+    };
+    for (const char *slot : { "expanded", "collapsed" }) {
+        announce(slot, nullptr);
+        announce(slot, host.row("A/a"));
+    }
+    for (const char *name : { "A", "B", "a", "C" }) {
+        host.store()->subLayer(name);
+    }
+    for (const char *slot : { "expanded", "collapsed" }) {
+        announce(slot, host.row("A"));
+    }
+    QCOMPARE(calls.count("mkRenderLayer::setCollapseState"), 0);
+}
+
+void tst_Sync::firstColumn()
+{
+    QTreeWidget *const tree = host.tree();
+    const int other = tree->columnWidth(1);
+    host.node("e")->setName("a node with a name that is longer than the column was wide before");
+    host.rebuild();
+    tree->setColumnWidth(0, 1);
+    const int narrow = tree->columnWidth(0);
+    host.rebuild();
+    QCOMPARE(tree->columnWidth(0), narrow);
+    // With only the collapsed layer the header is the widest.
+    host.row("C")->setExpanded(true);
+    const int wide = tree->columnWidth(0);
+    tree->resizeColumnToContents(0);
+    QCOMPARE(tree->columnWidth(0), wide);
+    host.row("C")->setExpanded(false);
+    QCOMPARE(tree->columnWidth(0), wide);
+    tree->setColumnWidth(0, wide + 100);
+    host.row("C")->setExpanded(true);
+    QCOMPARE(tree->columnWidth(0), wide + 100);
+    QCOMPARE(tree->columnWidth(1), other);
+
+    host.reset();
+    const QString title = tree->headerItem()->text(0);
+    tree->headerItem()->setText(0, "a header that is wider than each of the rows");
+    tree->setColumnWidth(0, 1);
+    host.action("Create Layer")->trigger();
+    QCOMPARE(tree->columnWidth(0), tree->header()->sectionSizeHint(0));
+    tree->headerItem()->setText(0, title);
+}
+
+void tst_Sync::rebuildKeeping(const Change &change)
+{
+    const ModalAnswers answers([&](QWidget *modal) {
+        change();
+        qobject_cast<QDialog *>(modal)->accept();
+    });
+    host.action("Apply Attributes to Selected ...")->trigger();
+    QCOMPARE(answers.count(), 1);
+}
+
+void tst_Sync::addSelectionColumns()
+{
+    QTest::addColumn<QStringList>("selection");
+    QTest::addColumn<Change>("change");
+    QTest::addColumn<QString>("expected");
+}
+
+void tst_Sync::wholeSelection_data()
+{
+    addSelectionColumns();
+    const Change none = [] {};
+    using Paths = QStringList;
+    QTest::newRow("here and there") << Paths{ "C", "B/c", "A" } << none << "A* B/c C";
+    QTest::newRow("neighbours") << Paths{ "B", "A/a", "A/b", "A" } << none << "A* A/a A/b B";
+    QTest::newRow("hidden rows") << Paths{ "B", "C/e" } << none << "B*";
+    QTest::newRow("only a hidden row") << Paths{ "C/e" } << none << "";
+    QTest::newRow("a layer named like nodes") << Paths{ "a" } << none << "a*";
+    QTest::newRow("the second of two") << Paths{ "B/a" } << none << "B/a*";
+    QTest::newRow("both of two") << Paths{ "B/a", "A/a" } << none << "A/a* B/a";
+    QTest::newRow("layer renamed")
+        << Paths{ "A", "B" } << Change([this] { host.store()->setLayerName(0, "b"); }) << "B*";
+    QTest::newRow("node's layer renamed")
+        << Paths{ "A/a", "B/c" } << Change([this] { host.store()->setLayerName(0, "X"); })
+        << "B/c*";
+    QTest::newRow("two of one name now")
+        << Paths{ "B" } << Change([this] { host.store()->setLayerName(0, "B"); }) << "B*";
+    QTest::newRow("moved") << Paths{ "A", "B/c" }
+                           << Change([this] { host.store()->moveDownLayer(0); }) << "B/c* A";
+    QTest::newRow("taken out") << Paths{ "A/a", "A/b", "B" } << Change([this] {
+        host.store()->subNode(0, host.node("a"));
+        host.store()->subLayer("B");
+    }) << "A/b*";
+    QTest::newRow("moved to another") << Paths{ "A/b", "B" } << Change([this] {
+        host.store()->subNode(0, host.node("b"));
+        host.store()->addNode(1, host.node("b"));
+    }) << "B*";
+    QTest::newRow("closed meanwhile")
+        << Paths{ "A/b" } << Change([this] { host.store()->setCollapseState(0, 0); }) << "A/b*";
+}
+
+void tst_Sync::wholeSelection()
+{
+    QFETCH(QStringList, selection);
+    QFETCH(Change, change);
+    QFETCH(QString, expected);
+    host.select(selection);
+    rebuildKeeping(change);
+    QCOMPARE(host.selected(), expected);
+    QCOMPARE(host.rows(), host.stored());
+    for (int i = 0; i < host.tree()->topLevelItemCount(); ++i) {
+        QCOMPARE(host.tree()->topLevelItem(i)->isExpanded(),
+                 host.store()->getAttachment()->getLayer(std::size_t(i))->getState() != 0);
+    }
+}
+
+void tst_Sync::currentRow_data()
+{
+    addSelectionColumns();
+    const Change none = [] {};
+    using Paths = QStringList;
+    QTest::newRow("node") << Paths{ "B/a", "A/a", "A" } << none << "B/a*";
+    QTest::newRow("layer") << Paths{ "B", "A" } << none << "B*";
+    QTest::newRow("layer named like nodes") << Paths{ "a" } << none << "a*";
+    QTest::newRow("hidden row") << Paths{ "C/e" } << none << "C/e*";
+    QTest::newRow("none") << Paths() << none << "";
+    QTest::newRow("not selected") << Paths{ "B", "A" } << Change([this] {
+        host.tree()->currentItem()->setSelected(false);
+    }) << "";
+    QTest::newRow("layer renamed")
+        << Paths{ "A" } << Change([this] { host.store()->setLayerName(0, "X"); }) << "";
+    QTest::newRow("only the case")
+        << Paths{ "B" } << Change([this] { host.store()->setLayerName(1, "b"); }) << "";
+    QTest::newRow("moved") << Paths{ "A/b", "A" } << Change([this] {
+        host.store()->moveDownLayer(0);
+        host.store()->moveUpNode(1, host.node("b"));
+    }) << "A/b*";
+    QTest::newRow("taken out") << Paths{ "A/a" }
+                               << Change([this] { host.store()->subNode(0, host.node("a")); })
+                               << "";
+    // Without its node all that a row has is its text.
+    QTest::newRow("dead") << Paths{ "A/b" } << Change([this] { kill("b"); }) << "";
+    QTest::newRow("dead, named like a layer")
+        << Paths{ "A/a" } << Change([this] { kill("a"); }) << "a*";
+    QTest::newRow("id used again") << Paths{ "A/a" } << Change([this] {
+        const std::uint32_t id = host.node("a")->getId();
+        kill("a");
+        std::vector<osg::FieldContainerPtr> others;
+        while (!osg::FieldContainerFactory::the()->getContainer(id)) {
+            others.push_back(osg::Group::create());
+        }
+        host.rebuild();
+    }) << "a*";
+}
+
+void tst_Sync::currentRow()
+{
+    QFETCH(QStringList, selection);
+    QFETCH(Change, change);
+    QFETCH(QString, expected);
+    host.select(selection);
+    change();
+    host.rebuild();
+    QCOMPARE(host.selected(), expected);
+    QVERIFY(!host.row("C")->isExpanded());
+}
+
+void tst_Sync::rebuildIsSilent()
+{
+    QTreeWidget *const tree = host.tree();
+    host.select({ "A", "B/c" });
+    const HostCalls calls;
+    QSignalSpy expanded(tree, &QTreeWidget::itemExpanded);
+    QSignalSpy collapsed(tree, &QTreeWidget::itemCollapsed);
+    QSignalSpy changed(tree, &QTreeWidget::itemChanged);
+    QSignalSpy current(tree, &QTreeWidget::currentItemChanged);
+    QSignalSpy selection(tree, &QTreeWidget::itemSelectionChanged);
+    rebuildKeeping([] {});
+    for (const QSignalSpy *spy : { &expanded, &collapsed, &changed }) {
+        QCOMPARE(spy->size(), 0);
+    }
+    // That the old rows go is told, what is restored is not.
+    QCOMPARE(selection.size(), 1);
+    QCOMPARE(current.size(), 1);
+    current.clear();
+    QVERIFY(tree->updatesEnabled() && !tree->signalsBlocked());
+    host.click("B", 0);
+    QCOMPARE(current.size(), 1);
+}
+
+void tst_Sync::activation_data()
+{
+    QTest::addColumn<QStringList>("selection");
+    QTest::addColumn<bool>("kept");
+    QTest::addColumn<QString>("expected");
+    const QString render = "updateRender(false)";
+    using Paths = QStringList;
+    QTest::newRow("none") << Paths() << false << render;
+    QTest::newRow("hidden row") << Paths{ "C/e", "A" } << false
+                                << "activateNode(3, e) activateLayer(0) " + render;
+    QTest::newRow("as selected") << Paths{ "B/a", "A" } << false
+                                 << "activateNode(1, a) activateLayer(0) " + render;
+    // Where layers share a node the last one wins, so that the order matters.
+    QTest::newRow("as restored") << Paths{ "B/a", "C", "A", "B/c" } << true
+                                 << "activateLayer(0) activateNode(1, a) activateNode(1, c) "
+                                    "activateLayer(3) "
+                                        + render;
+}
+
+void tst_Sync::activation()
+{
+    QFETCH(QStringList, selection);
+    QFETCH(bool, kept);
+    QFETCH(QString, expected);
+    host.select(selection);
+    if (kept) {
+        rebuildKeeping([] {});
+    }
+    const HostCalls calls;
+    host.action("Activate Layer")->trigger();
+    QCOMPARE(calls.commands(), expected);
 }
 
 HOST_TEST_MAIN(tst_Sync)

@@ -12,6 +12,7 @@
 #include <QApplication>
 #include <QLoggingCategory>
 #include <QPointer>
+#include <QScopeGuard>
 #include <QTest>
 #include <QTimer>
 #include <QTreeWidgetItemIterator>
@@ -251,6 +252,9 @@ QString HostFixture::cells(const QString &path) const
 void HostFixture::select(const QStringList &paths) const
 {
     tree()->clearSelection();
+    // Scrolling to the current row would open its layer.
+    tree()->setAutoScroll(false);
+    const auto restore = qScopeGuard([this] { tree()->setAutoScroll(true); });
     for (const QString &path : paths) {
         QTreeWidgetItem *const item = row(path);
         if (!item) {
@@ -350,6 +354,21 @@ QStringList HostCalls::lines(const QStringList &names) const
         }
     }
     return matching;
+}
+
+QString HostCalls::commands() const
+{
+    QStringList commands;
+    for (QString line : lines({ "mkRenderLayer::", "mkController::", "mkSelectionManager::",
+                                "mkScopedUndo::", "mkScenegraph::scrollToNodes" })) {
+        line.remove(0, line.indexOf("::") + 2).remove('"');
+        if (line == "isEmpty()") {
+            commands += "rebuild";
+        } else if (!line.startsWith("get")) {
+            commands += line;
+        }
+    }
+    return commands.join(' ');
 }
 
 void HostCalls::clear()

@@ -64,7 +64,7 @@ public:
     static QString values(const osg::RaytracingGeoAttachmentPtr &attributes);
     /// The same as a node row shows it; flags whose text and data differ read "?".
     QString cells(const QString &path) const;
-    /// Selects exactly these rows; the first becomes current.
+    /// Selects exactly these rows; the first becomes current. Collapsed layers stay so.
     void select(const QStringList &paths) const;
 
     /// The context-menu action whose text starts with `text` (the part before the tab).
@@ -94,6 +94,10 @@ public:
     /// The calls so far whose line starts with one of `names`; without names, all.
     QStringList lines(const QStringList &names = {}) const;
     int count(const QString &name) const { return lines({ name }).size(); }
+    /// What commands did to the store, the host's selection and the document, without class names
+    /// and quotes: "addLayer(Layer) rebuild setModified(1)". A question whether the store is empty
+    /// stands for the rebuild that begins with it.
+    QString commands() const;
     static void clear();
 };
 
