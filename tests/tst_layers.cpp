@@ -1,0 +1,316 @@
+#include "HostFixture.h"
+
+#include "mkKernel/mkController.h"
+#include "mkKernelServices/mkScopedUndo.h"
+
+#include <QLineEdit>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QScopeGuard>
+#include <QTest>
+#include <QUndoStack>
+
+/// Creating, renaming, duplicating and moving layers, moving nodes, selecting scene nodes.
+class tst_Layers : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void creation_data();
+    void creation();
+    void renaming_data();
+    void renaming();
+    void duplication_data();
+    void duplication();
+    void copiesAreEqual();
+    void moves_data();
+    void moves();
+    void selectingNodes_data();
+    void selectingNodes();
+    void selectingNodesIsOneStep();
+
+private:
+    HostFixture host;
+};
+
+void tst_Layers::init()
+{
+    host.reset();
+    host.addLayer("A", { "a", "b", "c", "d" });
+    host.addLayer("B", { "a", "b" });
+    host.addLayer("C", { "c", "d" }, false);
+    host.addLayer("D");
+    host.rebuild();
+}
+
+void tst_Layers::creation_data()
+{
+    QTest::addColumn<QStringList>("present");
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("made");
+    using Names = QStringList;
+    QTest::newRow("empty tree") << Names() << ""
+                                << "Layer";
+    QTest::newRow("second") << Names{ "Layer" } << ""
+                            << "Layer1";
+    QTest::newRow("third") << Names{ "Layer", "Layer1" } << ""
+                           << "Layer2";
+    QTest::newRow("gap") << Names{ "Layer2", "Layer" } << ""
+                         << "Layer1";
+    QTest::newRow("other case") << Names{ "layer" } << ""
+                                << "Layer";
+    QTest::newRow("given") << Names{ "Layer" } << "Foo"
+                           << "Foo";
+    QTest::newRow("given, taken") << Names{ "Foo1", "Foo" } << "Foo"
+                                  << "Foo2";
+    QTest::newRow("a node's name") << Names{ "Layer" } << "a"
+                                   << "a";
+    QTest::newRow("other scripts") << Names{ "Bäume 木" } << "Bäume 木"
+                                   << "Bäume 木1";
+}
+
+void tst_Layers::creation()
+{
+    QFETCH(QStringList, present);
+    QFETCH(QString, name);
+    QFETCH(QString, made);
+    host.reset();
+    for (const QString &layer : qAsConst(present)) {
+        host.addLayer(layer, { "a" });
+    }
+    host.rebuild();
+    host.tree()->setColumnWidth(0, 1);
+    const int narrow = host.tree()->columnWidth(0);
+    const HostCalls calls;
+    QMetaObject::invokeMethod(host.tree(), "createLayer", Q_ARG(QString, name));
+    QCOMPARE(calls.commands(), "addLayer(" + made + ") rebuild setModified(1)");
+    QCOMPARE(host.tree()->topLevelItem(present.size())->text(0), made);
+    QCOMPARE(host.rows(), host.stored());
+    QVERIFY(host.tree()->columnWidth(0) > narrow);
+}
+
+void tst_Layers::renaming_data()
+{
+    QTest::addColumn<QString>("typed");
+    QTest::addColumn<QString>("calls");
+    QTest::addColumn<int>("warnings");
+    QTest::newRow("new") << "X"
+                         << "setLayerName(1, X) rebuild" << 0;
+    QTest::newRow("other scripts") << "Bäume 木"
+                                   << "setLayerName(1, Bäume 木) rebuild" << 0;
+    QTest::newRow("only the case") << "a"
+                                   << "setLayerName(1, a) rebuild" << 0;
+    QTest::newRow("taken") << "A"
+                           << "rebuild" << 1;
+    QTest::newRow("taken twice") << "D"
+                                 << "rebuild" << 2;
+    QTest::newRow("empty") << ""
+                           << "rebuild" << 0;
+    QTest::newRow("its own") << "B"
+                             << "" << 0;
+}
+
+/// In the real editor, with the real keys.
+void tst_Layers::renaming()
+{
+    QFETCH(QString, typed);
+    QFETCH(QString, calls);
+    QFETCH(int, warnings);
+    host.addLayer("D");
+    host.rebuild();
+    QStringList shown;
+    const ModalAnswers answers([&shown](QWidget *modal) {
+        auto *const box = qobject_cast<QMessageBox *>(modal);
+        const auto ok = qScopeGuard([box] { box->button(QMessageBox::Ok)->click(); });
+        shown += box->windowTitle() + ": " + box->text();
+        QVERIFY(!box->parent());
+        QCOMPARE(box->buttons().size(), 1);
+        QCOMPARE(box->icon(), QMessageBox::Warning);
+    });
+    for (const Qt::Key end : { Qt::Key_Escape, Qt::Key_Return }) {
+        const HostCalls made;
+        host.select({ "B" });
+        host.key(Qt::Key_F2);
+        const QPointer<QLineEdit> editor = host.tree()->findChild<QLineEdit *>();
+        QVERIFY(editor && editor->text() == "B");
+        QTest::keyClick(editor, Qt::Key_Delete);
+        for (const QChar letter : typed) {
+            QTest::sendKeyEvent(QTest::Click, editor, Qt::Key_unknown, QString(letter), {});
+        }
+        QTest::keyClick(editor, end);
+        QTRY_VERIFY(!editor);
+        QCOMPARE(made.commands(), end == Qt::Key_Escape ? QString() : calls);
+    }
+    QCOMPARE(answers.count(), warnings);
+    for (const QString &text : qAsConst(shown)) {
+        QCOMPARE(text, QStringLiteral("Render Layer: Name is not unique, please choose a different "
+                                      "one."));
+    }
+    // The selection follows the name that was typed, be it another layer's.
+    QCOMPARE(host.selected(), typed.isEmpty() ? QString() : typed + '*');
+    QCOMPARE(host.rows(), host.stored());
+    QVERIFY(!mkController::isModified());
+}
+
+void tst_Layers::duplication_data()
+{
+    QTest::addColumn<QStringList>("selection");
+    QTest::addColumn<QString>("calls");
+    using Paths = QStringList;
+    const QString end = " rebuild setModified(1)";
+    QTest::newRow("one") << Paths{ "D" } << "copyLayer(3, D1)" + end;
+    QTest::newRow("several, by position")
+        << Paths{ "C", "A" } << "copyLayer(0, A2) copyLayer(2, C1)" + end;
+    QTest::newRow("of a common base")
+        << Paths{ "A", "A1" } << "copyLayer(0, A2) copyLayer(4, A11)" + end;
+    QTest::newRow("with nodes") << Paths{ "A/a", "B", "B/a" } << "copyLayer(1, B1)" + end;
+    QTest::newRow("nodes only") << Paths{ "A/a", "B/a" } << "";
+    QTest::newRow("none") << Paths() << "";
+}
+
+void tst_Layers::duplication()
+{
+    QFETCH(QStringList, selection);
+    QFETCH(QString, calls);
+    host.addLayer("A1");
+    host.rebuild();
+    host.select(selection);
+    // A name is taken if the store has it, whatever the tree shows and whatever else is there.
+    host.store()->getAttachment()->addEntry(osg::Group::create());
+    const HostCalls made;
+    host.key(Qt::Key_D, Qt::ControlModifier);
+    QCOMPARE(made.commands(), calls);
+}
+
+void tst_Layers::copiesAreEqual()
+{
+    host.flag(host.attributes(2, "d"), 5) = false;
+    host.select({ "A", "C" });
+    host.action("Duplicate Layer")->trigger();
+    QCOMPARE(host.rows(), QStringLiteral("A[a b c d] B[a b] C[c d] D[] A1[a b c d] C1[c d]"));
+    QCOMPARE(host.rows(), host.stored());
+    QCOMPARE(host.cells("C1/d"), host.cells("C/d"));
+    QCOMPARE(host.selected(), QStringLiteral("A*"));
+    // They are layers of their own.
+    host.flag(host.attributes(2, "d"), 5) = true;
+    QCOMPARE(host.values(host.attributes(5, "d")), QStringLiteral("11110111110 Empty"));
+}
+
+void tst_Layers::moves_data()
+{
+    QTest::addColumn<QStringList>("selection");
+    QTest::addColumn<bool>("up");
+    QTest::addColumn<QString>("calls");
+    QTest::addColumn<QString>("selected");
+    const auto row = [](const QStringList &selection, const QString &up, const QString &down,
+                        const char *selected) {
+        const QString name = selection.join(' ');
+        QTest::newRow(qPrintable("up " + name)) << selection << true << up << selected;
+        QTest::newRow(qPrintable("down " + name)) << selection << false << down << selected;
+    };
+    row({}, "", "", "");
+    row({ "B" }, "moveUpLayer(1)", "moveDownLayer(1)", "B");
+    // One row is handed to the store, which knows where the ends are.
+    row({ "A" }, "moveUpLayer(0)", "moveDownLayer(0)", "A");
+    row({ "D" }, "moveUpLayer(3)", "moveDownLayer(3)", "D");
+    row({ "A/a" }, "moveUpNode(0, a)", "moveDownNode(0, a)", "A/a");
+    row({ "B/b" }, "moveUpNode(1, b)", "moveDownNode(1, b)", "B/b");
+    row({ "C", "B" }, "moveUpLayer(1) moveUpLayer(2)", "moveDownLayer(2) moveDownLayer(1)", "B C");
+    row({ "A", "C" }, "", "moveDownLayer(2) moveDownLayer(0)", "A C");
+    row({ "D", "B" }, "moveUpLayer(1) moveUpLayer(3)", "", "B D");
+    row({ "A/c", "A/b" }, "moveUpNode(0, b) moveUpNode(0, c)",
+        "moveDownNode(0, c) moveDownNode(0, b)", "A/b A/c");
+    row({ "A/a", "A/c" }, "", "moveDownNode(0, c) moveDownNode(0, a)", "A/a A/c");
+    row({ "B/b", "A/d", "A/b" }, "moveUpNode(0, b) moveUpNode(0, d) moveUpNode(1, b)", "",
+        "A/b A/d B/b");
+    row({ "B/a", "A/d" }, "moveUpNode(0, d)", "moveDownNode(1, a)", "A/d B/a");
+    row({ "B", "A/b" }, "", "", "");
+    // Rows under a closed layer do not count, but one of them may be the first.
+    row({ "C/d", "C/c" }, "", "", "");
+    row({ "C/d", "A", "B" }, "", "moveDownLayer(1) moveDownLayer(0)", "A B");
+    row({ "B", "C/d" }, "moveUpLayer(1)", "moveDownLayer(1)", "B");
+    row({ "C/d", "B" }, "moveUpNode(2, d)", "moveDownNode(2, d)", "C/d");
+}
+
+void tst_Layers::moves()
+{
+    QFETCH(QStringList, selection);
+    QFETCH(bool, up);
+    QFETCH(QString, calls);
+    QFETCH(QString, selected);
+    host.select(selection);
+    const QString before = host.selected();
+    host.tree()->setColumnWidth(0, 1);
+    const int narrow = host.tree()->columnWidth(0);
+    const HostCalls made;
+    host.key(up ? Qt::Key_Up : Qt::Key_Down, Qt::ControlModifier);
+    if (calls.isEmpty()) {
+        QCOMPARE(made.commands(), QString());
+        QCOMPARE(host.selected(), before);
+    } else {
+        QCOMPARE(made.commands(), calls + " rebuild");
+        QCOMPARE(host.selected().remove('*'), selected);
+    }
+    QCOMPARE(host.rows(), host.stored());
+    QCOMPARE(host.tree()->columnWidth(0), narrow);
+    QVERIFY(!mkController::isModified());
+}
+
+void tst_Layers::selectingNodes_data()
+{
+    QTest::addColumn<QStringList>("selection");
+    QTest::addColumn<QString>("nodes");
+    using Paths = QStringList;
+    QTest::newRow("node") << Paths{ "A/b" } << "b";
+    QTest::newRow("hidden node") << Paths{ "C/d" } << "d";
+    QTest::newRow("layer") << Paths{ "B" } << "[a, b]";
+    QTest::newRow("closed layer") << Paths{ "C" } << "[c, d]";
+    QTest::newRow("empty layer") << Paths{ "D" } << "[]";
+    QTest::newRow("nodes, as selected") << Paths{ "B/a", "A/c", "A/a" } << "[a, c, a]";
+    QTest::newRow("node without its layer") << Paths{ "A", "B/b" } << "[b, a, b, c, d]";
+    QTest::newRow("node of its layer") << Paths{ "B/b", "B" } << "[a, b]";
+    QTest::newRow("layers") << Paths{ "C", "D", "B" } << "[a, b, c, d]";
+    QTest::newRow("dead node") << Paths{ "A/gone" } << "[]";
+    QTest::newRow("with a dead node") << Paths{ "A/gone", "B/b", "B/a" } << "[b, a]";
+    QTest::newRow("layer with a dead node") << Paths{ "A" } << "[a, b, c, d]";
+    QTest::newRow("none") << Paths() << "";
+}
+
+void tst_Layers::selectingNodes()
+{
+    QFETCH(QStringList, selection);
+    QFETCH(QString, nodes);
+    host.node("e")->setName("gone");
+    host.store()->addNode(0, host.node("gone"));
+    host.rebuild();
+    host.store()->subNode(0, host.node("gone"));
+    mkScenegraph::removeNode(host.node("gone"));
+    mkController::setModified(0);
+    host.select(selection);
+    const HostCalls made;
+    host.key(Qt::Key_N, Qt::ControlModifier);
+    const QString command = nodes.startsWith('[')
+                                ? "selectNodes(" + nodes + ") scrollToNodes(" + nodes + ")"
+                                : "selectNode(" + nodes + ")";
+    QCOMPARE(made.commands(),
+             nodes.isEmpty() ? QString() : "mkScopedUndo(true) " + command + " ~mkScopedUndo()");
+    QVERIFY(!mkController::isModified());
+}
+
+void tst_Layers::selectingNodesIsOneStep()
+{
+    for (const char *path : { "A/b", "C" }) {
+        host.select({ path });
+        host.key(Qt::Key_N, Qt::ControlModifier);
+    }
+    QCOMPARE(int(mkScenegraph::getSelectedRootNodes().size()), 2);
+    mkUndo::stack()->undo();
+    QCOMPARE(int(mkScenegraph::getSelectedRootNodes().size()), 1);
+    QVERIFY(mkScenegraph::getSelectedRootNodes()[0] == host.node("b"));
+    mkUndo::stack()->undo();
+    QVERIFY(mkScenegraph::getSelectedRootNodes().empty());
+}
+
+HOST_TEST_MAIN(tst_Layers)
+#include "tst_layers.moc"

@@ -1,0 +1,357 @@
+#include "HostFixture.h"
+
+#include "mkKernel/mkController.h"
+#include "mkKernel/mkModuleBase.h"
+#include "mkOpenSGUtils/mkNodeUtils.h"
+#include "mkQt4Ext/QMKDockWindowManager.h"
+#include "mkUtils/mkTrace.h"
+
+#include <QHeaderView>
+#include <QLibrary>
+#include <QMenuBar>
+#include <QProcess>
+#include <QScopeGuard>
+#include <QTemporaryFile>
+#include <QTest>
+
+#include <dlfcn.h>
+#include <unistd.h>
+
+namespace {
+
+const QString pluginFile = QStringLiteral(MK_PLUGIN_DIR "/mkRenderLayerModule.so");
+
+/// What arrives at the standard error file while this lives.
+class ErrorFile
+{
+public:
+    ErrorFile()
+        : previous(dup(STDERR_FILENO))
+    {
+        file.open();
+        dup2(file.handle(), STDERR_FILENO);
+    }
+    ~ErrorFile()
+    {
+        dup2(previous, STDERR_FILENO);
+        close(previous);
+    }
+    QString firstLine()
+    {
+        file.seek(0);
+        return QString::fromUtf8(file.readLine());
+    }
+
+private:
+    QTemporaryFile file;
+    int previous;
+};
+
+} // namespace
+
+/// The library's entry points, and the module's life and messages. Each test loads it anew.
+class tst_Module : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup() { host.reset(); }
+    void exports();
+    void construction();
+    void panel();
+    void entryPointsAgain();
+    void namedMessages_data();
+    void namedMessages();
+    void materialOfAnotherType();
+    void transformationRepaints();
+    void messageIds_data();
+    void messageIds();
+    void stateIdsFollowTheFile();
+    void hookKeepsExceptions();
+    void withoutPanel();
+    void unloading();
+
+private:
+    static void send(const char *name);
+    static mkModuleBase *module() { return mkController::getModules().front(); }
+
+    std::unique_ptr<HostFixture> host;
+    QStringList constructionCalls;
+};
+
+void tst_Module::init()
+{
+    const HostCalls calls;
+    host = std::make_unique<HostFixture>();
+    constructionCalls = calls.lines(
+        { "mkController::getMainWindow", "mkController::getDock",
+          "mkShortcut::addKey(\"Render Layer\", \"Delete\"", "QMKDockWindowManager::add",
+          "QMKToolBar::appendAction(\"Create Layer\"", "mkController::addCB" });
+    host->addLayer("A", { "a", "b" });
+    host->addLayer("B", { "c" });
+    host->attributes(0, "a")->setOverrideMaterial(host->material("red"));
+    host->rebuild();
+}
+
+void tst_Module::send(const char *name)
+{
+    mkMessage message(name);
+    mkController::sendMessage(message);
+}
+
+void tst_Module::exports()
+{
+    QProcess nm;
+    nm.start("nm", { "-D", "--defined-only", pluginFile });
+    QVERIFY(nm.waitForFinished() && nm.exitCode() == 0);
+    QStringList names;
+    for (const QString &line : QString(nm.readAll()).split('\n', Qt::SkipEmptyParts)) {
+        names += line.section(' ', 2);
+    }
+    const QStringList expected{ "PyInit_mkRenderLayerModule", "getPluginVersion", "initPlugin" };
+    QCOMPARE(names, expected);
+}
+
+void tst_Module::construction()
+{
+    const QStringList expected{ "mkController::getMainWindow()",
+                                "mkShortcut::addKey(\"Render Layer\", \"Delete\", \"Delete\")",
+                                "mkController::getDockWindowManager()",
+                                "QMKDockWindowManager::add(\"Render Layer\", \"Rendering\", "
+                                "\"Toolclip_Layers\", \"Layers\", 0, true)",
+                                "QMKToolBar::appendAction(\"Create Layer\")",
+                                "mkController::addCB(\"materialRenamed\")",
+                                "mkController::addCB(\"mkRenderLayerModuleUpdateLayers\")",
+                                "mkController::addCB(\"mkTransform::changedTransformation\")" };
+    QCOMPARE(constructionCalls, expected);
+}
+
+void tst_Module::panel()
+{
+    QMainWindow *const panel = host->panel();
+    QCOMPARE(module()->getWidget(), panel);
+    QCOMPARE(panel->metaObject()->className(), "mkRenderLayerGUIW");
+    QCOMPARE(panel->windowTitle(), QStringLiteral("Render Layer"));
+    QCOMPARE(panel->centralWidget()->objectName(), QStringLiteral("centralwidget"));
+    QCOMPARE(panel->statusBar()->objectName(), QStringLiteral("statusbar"));
+    QCOMPARE(host->tree()->parentWidget(), panel->centralWidget());
+    QCOMPARE(host->tree()->minimumSize(), QSize(0, 120));
+    const QSizePolicy policy = host->tree()->sizePolicy();
+    QCOMPARE(policy.horizontalPolicy(), QSizePolicy::Preferred);
+    QCOMPARE(policy.verticalPolicy(), QSizePolicy::Expanding);
+    const auto *const dock = qobject_cast<QMKDockWidget *>(panel->parentWidget());
+    QVERIFY(dock && dock->isVisible() && !dock->windowIcon().isNull());
+    QCOMPARE(dock->windowTitle(), QStringLiteral("Render Layer"));
+    QCOMPARE(dock->parentWidget(), host->window());
+    QCOMPARE(host->window()->menuBar()->actions().first()->text(), QStringLiteral("Rendering"));
+    QCOMPARE(module()->metaObject()->className(), "mkRenderLayerModule");
+    QCOMPARE(module()->getName() + '/' + module()->getGroup(),
+             QStringLiteral("Render Layer/Rendering"));
+    QCOMPARE(module()->getFlags(), quint64(0x8010));
+}
+
+void tst_Module::entryPointsAgain()
+{
+    QLibrary library(pluginFile);
+    const auto getVersion = reinterpret_cast<const char *(*)()>(
+        library.resolve("getPluginVersion"));
+    const auto initPlugin = reinterpret_cast<void (*)()>(library.resolve("initPlugin"));
+    QVERIFY(getVersion && initPlugin);
+    const QWidget *const panel = host->panel();
+    const HostCalls calls;
+    for (int i = 0; i < 2; ++i) {
+        QCOMPARE(getVersion(), "15.3");
+        initPlugin();
+    }
+    QCOMPARE(calls.lines(), QStringList());
+    QCOMPARE(int(mkController::getModules().size()), 1);
+    QCOMPARE(mkController::getDockWindowManager()->getDockWidgets().size(), 1);
+    QCOMPARE(host->panel(), panel);
+    library.unload();
+}
+
+void tst_Module::namedMessages_data()
+{
+    QTest::addColumn<QString>("material");
+    QTest::addColumn<QString>("calls");
+    QTest::newRow("mkRenderLayerModuleUpdateLayers") << ""
+                                                     << "rebuild";
+    QTest::newRow("materialRenamed") << "red"
+                                     << "isMaterialInUse(red) rebuild";
+    QTest::newRow("materialRenamed, unused") << "blue"
+                                             << "isMaterialInUse(blue)";
+    QTest::newRow("materialRenamed, without") << ""
+                                              << "";
+    QTest::newRow("mkTransform::changedTransformation") << ""
+                                                        << "";
+    QTest::newRow("sceneLoaded") << "red"
+                                 << "";
+}
+
+void tst_Module::namedMessages()
+{
+    QFETCH(QString, material);
+    QFETCH(QString, calls);
+    mkMessage message(QString(QTest::currentDataTag()).section(',', 0, 0).toStdString());
+    if (!material.isEmpty()) {
+        message.set("material", host->material(qPrintable(material)));
+    }
+    host->select({ "A/b", "A" });
+    host->material("red")->setName("crimson");
+    const int width = host->tree()->columnWidth(0);
+    const HostCalls made;
+    ErrorFile errors;
+    mkController::sendMessage(message);
+    const bool rebuilt = calls.endsWith("rebuild");
+    QCOMPARE(made.commands().replace("crimson", "red"), calls);
+    QCOMPARE(host->row("A/a")->text(12), rebuilt ? "crimson" : "red");
+    QCOMPARE(host->selected(), rebuilt ? "A/b*" : "A A/b*");
+    QCOMPARE(host->tree()->columnWidth(0), width);
+    QCOMPARE(errors.firstLine(), QString());
+}
+
+void tst_Module::materialOfAnotherType()
+{
+    mkMessage message("materialRenamed");
+    message.set("material", 5);
+    const HostCalls calls;
+    ErrorFile errors;
+    mkController::sendMessage(message);
+    QCOMPARE(errors.firstLine(),
+             QStringLiteral("mkMessage::get : Attribute 'material' has wrong type (is:'int' != "
+                            "req:'osg::Ptr<osg::Material>')!\n"));
+    QCOMPARE(calls.commands(), QString());
+}
+
+void tst_Module::transformationRepaints()
+{
+    struct : QObject
+    {
+        bool eventFilter(QObject *, QEvent *event) override
+        {
+            paints += event->type() == QEvent::Paint ? 1 : 0;
+            return false;
+        }
+        int paints = 0;
+    } watcher;
+    host->tree()->viewport()->installEventFilter(&watcher);
+    QApplication::processEvents();
+    watcher.paints = 0;
+    send("mkTransform::changedTransformation");
+    QTRY_COMPARE(watcher.paints, 1);
+}
+
+void tst_Module::messageIds_data()
+{
+    QTest::addColumn<quint64>("id");
+    QTest::addColumn<bool>("wanted");
+    for (const quint64 id : { 16U, 32768U }) {
+        QTest::newRow(qPrintable(QString::number(id))) << id << true;
+    }
+    for (const quint64 id : { 0U, 1U, 17U, 32784U }) {
+        QTest::newRow(qPrintable(QString::number(id))) << id << false;
+    }
+}
+
+void tst_Module::messageIds()
+{
+    QFETCH(quint64, id);
+    QFETCH(bool, wanted);
+    host->select({ "B", "A" });
+    host->tree()->setColumnWidth(0, 700);
+    mkMessage message("any", id);
+    const HostCalls calls;
+    QVERIFY(!module()->receivedMessage(message));
+    QCOMPARE(calls.commands(), wanted ? "rebuild" : "");
+    QCOMPARE(calls.count("osg::traverse"), wanted ? 1 : 0);
+    QCOMPARE(host->selected(), wanted ? "B*" : "A B*");
+    // Unlike commands this makes the column narrower, too.
+    QCOMPARE(host->tree()->columnWidth(0) < 700, wanted);
+}
+
+void tst_Module::stateIdsFollowTheFile()
+{
+    for (const bool merge : { false, true }) {
+        mkScenegraph::Document document;
+        document.root = osg::Node::create();
+        document.root->setCore(osg::Group::create());
+        const osg::NodePtr child = osg::Node::create();
+        document.root->addChild(child);
+        // States of the root and of a node below it; one of them of a layer that the file lacks.
+        std::vector<osg::RaytracingGeoAttachmentPtr> attributes;
+        for (const osg::NodePtr &node : { document.root, child }) {
+            attributes.push_back(osg::RaytracingGeoAttachmentBase::create());
+            attributes.back()->storeState("known", 700007);
+            attributes.back()->storeState("unknown", 700008);
+            node->addAttachment(attributes.back());
+        }
+        const osg::RenderLayerPtr layer = osg::RenderLayer::create("L");
+        document.containers[700007] = layer;
+        merge ? mkScenegraph::mergeScene(document) : mkScenegraph::setScene(document);
+        for (const osg::RaytracingGeoAttachmentPtr &entry : attributes) {
+            QCOMPARE(entry->getStateLayerId("known"), layer->getId());
+            QCOMPARE(entry->getStateLayerId("unknown"), 700008U);
+        }
+    }
+}
+
+void tst_Module::hookKeepsExceptions()
+{
+    const auto stop = qScopeGuard([] { mkTrace::setInterceptor({}); });
+    const LogLines log;
+    mkMessage message("any", mkMessage::SceneLoaded);
+    for (const char *failing : { "mkRenderLayer::getAttachment", "osg::traverse" }) {
+        mkTrace::setInterceptor(
+            [failing](const char *call) { return qstrcmp(call, failing) == 0 ? throw 1 : true; });
+        QVERIFY(!module()->receivedMessage(message));
+    }
+    const QString line = "mkRenderLayerModule::receivedMessage : An unknown exception occurred!";
+    QCOMPARE(log.lines, QStringList({ line, line }));
+    mkTrace::setInterceptor({});
+    send("mkRenderLayerModuleUpdateLayers");
+    QCOMPARE(host->rows(), QStringLiteral("A[a b] B[c]"));
+}
+
+void tst_Module::withoutPanel()
+{
+    mkMessage renamed("materialRenamed");
+    renamed.set("material", host->material("red"));
+    delete host->panel();
+    QVERIFY(!module()->getWidget());
+    const HostCalls calls;
+    mkController::sendMessage(renamed);
+    send("mkRenderLayerModuleUpdateLayers");
+    send("mkTransform::changedTransformation");
+    QCOMPARE(calls.lines(), QStringList());
+    mkMessage loaded("any", mkMessage::SceneLoaded);
+    mkController::sendMessage(loaded);
+    QCOMPARE(calls.count("osg::traverse"), 1);
+    QCOMPARE(calls.commands(), QString());
+}
+
+void tst_Module::unloading()
+{
+    const auto isLoaded = [] {
+        void *const handle = dlopen(qPrintable(pluginFile), RTLD_NOLOAD | RTLD_LAZY);
+        return handle && dlclose(handle) == 0;
+    };
+    QVERIFY(isLoaded());
+    const HostCalls calls;
+    host.reset();
+    QVERIFY(!isLoaded());
+    const QStringList expected{ "mkController::subCB(\"materialRenamed\")",
+                                "mkController::subCB(\"mkRenderLayerModuleUpdateLayers\")",
+                                "mkController::subCB(\"mkTransform::changedTransformation\")" };
+    QCOMPARE(calls.lines({ "mkController::subCB" }), expected);
+    QVERIFY(mkController::getModules().empty());
+    calls.clear();
+    for (const char *name : { "materialRenamed", "mkRenderLayerModuleUpdateLayers",
+                              "mkTransform::changedTransformation" }) {
+        send(name);
+    }
+    QCOMPARE(calls.lines(), QStringList());
+}
+
+HOST_TEST_MAIN(tst_Module)
+#include "tst_module.moc"
