@@ -1,0 +1,100 @@
+#include "AttributesView.h"
+
+#include "SceneWatcher.h"
+#include "mkKernel/mkSelectionManager.h"
+#include "mkOpenSGUtils/mkMaterials.h"
+#include "mkOpenSGUtils/mkNodeUtils.h"
+
+#include <QHeaderView>
+#include <QLabel>
+#include <QTreeWidget>
+#include <QVBoxLayout>
+
+namespace {
+
+struct Attribute
+{
+    const char *label;
+    bool osg::RenderAttributeValues::*value;
+};
+
+using Values = osg::RenderAttributeValues;
+
+constexpr Attribute attributes[] = {
+    { QT_TRANSLATE_NOOP("AttributesView", "Visible"), &Values::visible },
+    { QT_TRANSLATE_NOOP("AttributesView", "Visible in alpha"), &Values::visibleInAlpha },
+    { QT_TRANSLATE_NOOP("AttributesView", "Primary visibility"), &Values::primaryVisibility },
+    { QT_TRANSLATE_NOOP("AttributesView", "Visible in reflections"), &Values::visibleInReflections },
+    { QT_TRANSLATE_NOOP("AttributesView", "Visible in refractions"), &Values::visibleInRefractions },
+    { QT_TRANSLATE_NOOP("AttributesView", "Cast shadows"), &Values::castShadows },
+    { QT_TRANSLATE_NOOP("AttributesView", "Receive shadows"), &Values::receiveShadows },
+    { QT_TRANSLATE_NOOP("AttributesView", "Double sided"), &Values::doubleSided },
+    { QT_TRANSLATE_NOOP("AttributesView", "Visible in photons"), &Values::visibleInPhotons },
+    { QT_TRANSLATE_NOOP("AttributesView", "Cast shadows on shadow material"),
+      &Values::castShadowsOnShadowMaterial },
+    { QT_TRANSLATE_NOOP("AttributesView", "Use override material"), &Values::useOverrideMaterial },
+};
+
+} // namespace
+
+AttributesView::AttributesView(SceneWatcher *watcher, QWidget *parent)
+    : QWidget(parent)
+    , heading(new QLabel(this))
+    , table(new QTreeWidget(this))
+{
+    setObjectName(QStringLiteral("attributes"));
+    heading->setWordWrap(true);
+    heading->setTextFormat(Qt::PlainText);
+    heading->setMargin(4);
+    table->setHeaderLabels({ tr("Attribute"), tr("Value") });
+    table->setRootIsDecorated(false);
+    table->setUniformRowHeights(true);
+    table->setAlternatingRowColors(true);
+    table->setSelectionMode(QAbstractItemView::NoSelection);
+    table->setFocusPolicy(Qt::NoFocus);
+    table->header()->setSectionResizeMode(0, QHeaderView::ResizeToContents);
+    for (const Attribute &attribute : attributes) {
+        new QTreeWidgetItem(table, { tr(attribute.label) });
+    }
+    new QTreeWidgetItem(table, { tr("Override material") });
+
+    auto *const layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addWidget(heading);
+    layout->addWidget(table);
+
+    connect(watcher, &SceneWatcher::looksChanged, this, &AttributesView::refresh);
+    connect(watcher, &SceneWatcher::materialsChanged, this, &AttributesView::refresh);
+    connect(mkSelectionManager::the(), &mkSelectionManager::selectionChanged, this,
+            &AttributesView::refresh);
+    refresh();
+}
+
+void AttributesView::refresh()
+{
+    const std::vector<mkNodePtr> &selected = mkSelectionManager::getSelectedNodes();
+    const osg::NodePtr node = selected.empty() ? osg::NodePtr() : selected.front().get();
+    const osg::RaytracingGeoAttachmentPtr own = mkNodeUtils::getRenderAttributes(node);
+    if (!node) {
+        heading->setText(tr("Select a node to see its current render attributes."));
+    } else {
+        QString text = QString::fromStdString(mkNodeUtils::getPath(node));
+        if (selected.size() > 1) {
+            text += tr(" (first of %1 selected nodes)").arg(selected.size());
+        }
+        heading->setText(own ? text : text + tr(": none of its own, the defaults hold"));
+    }
+    table->setEnabled(bool(own));
+
+    const Values values = own ? own->getValues() : Values();
+    int row = 0;
+    for (const Attribute &attribute : attributes) {
+        const QString text = values.*attribute.value ? tr("On") : tr("Off");
+        table->topLevelItem(row++)->setText(1, node ? text : QString());
+    }
+    const QString material = values.overrideMaterial
+                                 ? QString::fromUtf8(mkMaterials::getName(values.overrideMaterial))
+                                 : tr("Empty");
+    table->topLevelItem(row)->setText(1, node ? material : QString());
+}

@@ -1,0 +1,102 @@
+#include "CommandLine.h"
+
+#include <QCommandLineParser>
+#include <QCoreApplication>
+#include <QDir>
+
+#include <algorithm>
+#include <cstdio>
+
+namespace {
+
+QString translate(const char *text)
+{
+    return QCoreApplication::translate("CommandLine", text);
+}
+
+QString defaultPluginDirectory()
+{
+    return QDir::cleanPath(QCoreApplication::applicationDirPath() + QLatin1String("/../plugins"));
+}
+
+} // namespace
+
+void CommandLine::preparePlatform(int argc, char **argv)
+{
+    const QStringList all = [&] {
+        QStringList texts;
+        for (int i = 1; i < argc && qstrcmp(argv[i], "--") != 0; ++i) {
+            texts += QString::fromLocal8Bit(argv[i]);
+        }
+        return texts;
+    }();
+    const auto has = [&all](std::initializer_list<const char *> options) {
+        return std::any_of(options.begin(), options.end(), [&all](const char *option) {
+            return all.contains(QLatin1String(option));
+        });
+    };
+    const bool takesPicture = std::any_of(all.begin(), all.end(), [](const QString &argument) {
+        return argument.startsWith(QLatin1String("--snapshot"));
+    });
+    const bool noDisplay = qEnvironmentVariableIsEmpty("DISPLAY")
+                           && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")
+                           && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM");
+    if (has({ "--batch", "--help", "-h", "--version", "-v" }) || (takesPicture && noDisplay)) {
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    }
+}
+
+CommandLine CommandLine::parse(const QStringList &arguments)
+{
+    // The parser would take what follows "--" for more scenes.
+    const int separator = arguments.indexOf(QLatin1String("--"));
+    const QStringList own = arguments.mid(0, separator);
+
+    QCommandLineParser parser;
+    parser.setApplicationDescription(translate("Opens a scene beside the panels of the plug-ins."));
+    const QCommandLineOption help = parser.addHelpOption();
+    const QCommandLineOption version = parser.addVersionOption();
+    const QCommandLineOption script(QStringLiteral("script"),
+                                    translate("Run a Python script once the scene is open; may be "
+                                              "given several times. Arguments after -- reach "
+                                              "sys.argv."),
+                                    translate("file"));
+    const QCommandLineOption batch(QStringLiteral("batch"),
+                                   translate("Show no window: run the scripts, then exit, with "
+                                             "status 1 if something failed."));
+    const QCommandLineOption snapshot(QStringLiteral("snapshot"),
+                                      translate("Write a picture of the window once the scene is "
+                                                "open and the scripts are done, then exit."),
+                                      translate("file"));
+    const QCommandLineOption plugins(QStringLiteral("plugins"),
+                                     translate("Load the plug-ins of this directory."),
+                                     translate("directory"), defaultPluginDirectory());
+    parser.addOptions({ script, batch, snapshot, plugins });
+    parser.addPositionalArgument(QStringLiteral("scene"), translate("Scene file to open."),
+                                 QStringLiteral("[scene]"));
+
+    CommandLine result;
+    const bool valid = parser.parse(own);
+    const QStringList scenes = parser.positionalArguments();
+    if (parser.isSet(help)) {
+        std::printf("%s", qUtf8Printable(parser.helpText()));
+        result.done = true;
+    } else if (parser.isSet(version)) {
+        std::printf("%s %s\n", qUtf8Printable(QCoreApplication::applicationName()),
+                    qUtf8Printable(QCoreApplication::applicationVersion()));
+        result.done = true;
+    } else if (!valid || scenes.size() > 1) {
+        const QString reason = valid ? translate("Only one scene can be opened.")
+                                     : parser.errorText();
+        std::fprintf(stderr, "workbench: %s\n", qUtf8Printable(reason));
+        result.done = true;
+        result.status = 1;
+    }
+    result.scene = scenes.value(0);
+    result.scripts = parser.values(script);
+    result.scriptArguments = separator < 0 ? QStringList() : arguments.mid(separator + 1);
+    result.plugins = parser.value(plugins);
+    result.snapshot = parser.value(snapshot);
+    result.batch = parser.isSet(batch);
+    return result;
+}

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+/// What the command line asks for.
+struct CommandLine
+{
+    /// Chooses a platform without a display where the arguments, or the lack of a display, call
+    /// for it. To be called before the application object is made.
+    static void preparePlatform(int argc, char **argv);
+    /// Reads the arguments without those that Qt has taken. For --help and --version it prints
+    /// what was asked for, for wrong arguments what is wrong; `done` is true then, and `status`
+    /// what the program exits with.
+    static CommandLine parse(const QStringList &arguments);
+
+    /// Nobody is there to answer questions.
+    bool isUnattended() const { return batch || !snapshot.isEmpty(); }
+
+    QString scene;
+    QStringList scripts;
+    QStringList scriptArguments;
+    QString plugins;
+    QString snapshot;
+    bool batch = false;
+    bool done = false;
+    int status = 0;
+};

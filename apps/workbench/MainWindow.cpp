@@ -1,0 +1,261 @@
+#include "MainWindow.h"
+
+#include "AttributesView.h"
+#include "LogView.h"
+#include "MaterialsView.h"
+#include "RecentFiles.h"
+#include "SceneImporter.h"
+#include "SceneTree.h"
+#include "SceneWatcher.h"
+#include "mkIconManager/mkIconManager.h"
+#include "mkKernel/mkController.h"
+#include "mkKernelServices/mkScopedUndo.h"
+#include "mkQt4Ext/QMKDockWindowManager.h"
+#include "mkShortcut/mkShortcut.h"
+#include "mkUtils/mkLog.h"
+
+#include <QApplication>
+#include <QCloseEvent>
+#include <QDialogButtonBox>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QHeaderView>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QProgressDialog>
+#include <QPushButton>
+#include <QStatusBar>
+#include <QTreeWidget>
+#include <QUndoStack>
+#include <QVBoxLayout>
+
+#include <cstdio>
+
+MainWindow::MainWindow(bool isUnattended)
+    : unattended(isUnattended)
+    , watcher(new SceneWatcher(this))
+    , docks(new QMKDockWindowManager(this))
+{
+    mkController::setMainWindow(this);
+    mkScenegraph::setReader([this](const QString &file) { return read(file); });
+    setWindowIcon(mkIconManager::getIcon("Workbench", ""));
+    setDockNestingEnabled(true);
+    setDockOptions(dockOptions() | AllowTabbedDocks);
+    createFileMenu();
+    createEditMenu();
+    createDocks();
+    statusBar();
+    connect(mkScenegraph::the(), &mkScenegraph::sceneChanged, this, &MainWindow::updateTitle);
+    connect(mkController::the(), &mkController::modifiedChanged, this,
+            &MainWindow::setWindowModified);
+    updateTitle();
+}
+
+MainWindow::~MainWindow()
+{
+    mkScenegraph::setReader({});
+}
+
+void MainWindow::createFileMenu()
+{
+    QMenu *const menu = menuBar()->addMenu(tr("&File"));
+    menu->addAction(mkIconManager::getIcon("Open", ""), tr("&Open…"), this,
+                    &MainWindow::chooseAndOpen, QKeySequence::Open);
+    recentFiles = new RecentFiles(tr("Open &Recent"), menu);
+    menu->addMenu(recentFiles);
+    connect(recentFiles, &RecentFiles::chosen, this, &MainWindow::openRecent);
+    menu->addAction(tr("&Merge into Scene…"), this, &MainWindow::merge);
+    menu->addSeparator();
+    menu->addAction(tr("&Quit"), this, &MainWindow::close, QKeySequence::Quit);
+}
+
+void MainWindow::createEditMenu()
+{
+    QMenu *const menu = menuBar()->addMenu(tr("&Edit"));
+    QAction *const undo = mkUndo::stack()->createUndoAction(menu);
+    QAction *const redo = mkUndo::stack()->createRedoAction(menu);
+    undo->setShortcut(QKeySequence::Undo);
+    redo->setShortcut(QKeySequence::Redo);
+    menu->addActions({ undo, redo });
+}
+
+void MainWindow::createHelpMenu()
+{
+    QMenu *const menu = menuBar()->addMenu(tr("&Help"));
+    menu->addAction(tr("&Keyboard Shortcuts"), this, &MainWindow::showShortcuts);
+    menu->addAction(tr("&About"), this, &MainWindow::showAbout);
+}
+
+void MainWindow::createDocks()
+{
+    sceneDock = addDock("Scene", new SceneTree(watcher), "SceneTree", Qt::LeftDockWidgetArea);
+    attributesDock = addDock("Attributes", new AttributesView(watcher), "Attributes",
+                             Qt::LeftDockWidgetArea);
+    materialsDock = addDock("Materials", new MaterialsView(watcher), "Material",
+                            Qt::LeftDockWidgetArea);
+    logDock = addDock("Log", new LogView, "Log", Qt::BottomDockWidgetArea);
+}
+
+QDockWidget *MainWindow::addDock(const char *name, QWidget *widget, const char *icon,
+                                 Qt::DockWidgetArea area)
+{
+    return docks->add(name, tr("&View"), widget, QString(), mkIconManager::getIcon(icon, ""),
+                      tr(name), area, true, nullptr);
+}
+
+void MainWindow::completeLayout()
+{
+    createHelpMenu();
+    setCorner(Qt::BottomLeftCorner, Qt::LeftDockWidgetArea);
+    splitDockWidget(sceneDock, attributesDock, Qt::Vertical);
+    tabifyDockWidget(attributesDock, materialsDock);
+    attributesDock->raise();
+    resize(1720, 960);
+    resizeDocks({ sceneDock }, { 320 }, Qt::Horizontal);
+    resizeDocks({ sceneDock, attributesDock }, { 520, 380 }, Qt::Vertical);
+    resizeDocks({ logDock }, { 140 }, Qt::Vertical);
+}
+
+mkScenegraph::Document MainWindow::read(const QString &file)
+{
+    if (unattended) {
+        return importScene(file);
+    }
+    QProgressDialog dialog(tr("Reading %1…").arg(QFileInfo(file).fileName()), tr("Cancel"), 0, 100,
+                           this);
+    dialog.setWindowTitle(tr("Open Scene"));
+    dialog.setWindowModality(Qt::WindowModal);
+    dialog.setAutoReset(false);
+    return importScene(file, [&dialog](int percent) {
+        dialog.setValue(percent);
+        QCoreApplication::processEvents();
+        if (dialog.wasCanceled()) {
+            dialog.setLabelText(tr("Cancelling…"));
+        }
+        return !dialog.wasCanceled();
+    });
+}
+
+bool MainWindow::reportFailures(const QString &file, const std::function<void()> &action)
+{
+    try {
+        action();
+        return true;
+    } catch (const ImportCancelled &cancelled) {
+        statusBar()->showMessage(QString::fromUtf8(cancelled.what()), 5000);
+    } catch (const std::exception &failure) {
+        const QString reason = QString::fromUtf8(failure.what());
+        if (unattended) {
+            std::fprintf(stderr, "workbench: %s: %s\n", qUtf8Printable(file),
+                         qUtf8Printable(reason));
+        } else {
+            mkLog::error("%s: %s", qUtf8Printable(file), qUtf8Printable(reason));
+            QMessageBox box(QMessageBox::Critical, tr("Open Scene"),
+                            tr("%1 cannot be opened.").arg(QFileInfo(file).fileName()),
+                            QMessageBox::Ok, this);
+            box.setInformativeText(reason);
+            box.exec();
+        }
+    }
+    return false;
+}
+
+bool MainWindow::openFile(const QString &file)
+{
+    const bool opened = reportFailures(file, [&file] { mkScenegraph::openFile(file); });
+    if (!unattended && opened) {
+        recentFiles->add(mkScenegraph::getFile());
+    }
+    return opened;
+}
+
+QString MainWindow::chooseFile(const QString &title)
+{
+    const QString directory = QFileInfo(mkScenegraph::getFile()).absolutePath();
+    return QFileDialog::getOpenFileName(this, title, directory,
+                                        tr("Scene files (%1);;All files (*)")
+                                            .arg(sceneFilePatterns()));
+}
+
+void MainWindow::chooseAndOpen()
+{
+    if (!mayDiscardChanges(tr("Open another scene and lose the changes to this one?"),
+                           tr("Discard Changes"))) {
+        return;
+    }
+    const QString file = chooseFile(tr("Open Scene"));
+    if (!file.isEmpty()) {
+        openFile(file);
+    }
+}
+
+void MainWindow::openRecent(const QString &file)
+{
+    if (mayDiscardChanges(tr("Open another scene and lose the changes to this one?"),
+                          tr("Discard Changes"))
+        && !openFile(file) && !QFileInfo::exists(file)) {
+        recentFiles->remove(file);
+    }
+}
+
+void MainWindow::merge()
+{
+    const QString file = chooseFile(tr("Merge into Scene"));
+    if (!file.isEmpty()) {
+        reportFailures(file, [this, &file] { mkScenegraph::mergeScene(read(file)); });
+    }
+}
+
+bool MainWindow::mayDiscardChanges(const QString &question, const QString &discardText)
+{
+    if (unattended || !mkController::isModified()) {
+        return true;
+    }
+    QMessageBox box(QMessageBox::Warning, tr("Scene Modified"), question,
+                    QMessageBox::Discard | QMessageBox::Cancel, this);
+    box.setInformativeText(tr("The scene has been modified, and the workbench cannot save scenes."));
+    box.button(QMessageBox::Discard)->setText(discardText);
+    box.setDefaultButton(QMessageBox::Cancel);
+    return box.exec() == QMessageBox::Discard;
+}
+
+void MainWindow::closeEvent(QCloseEvent *event)
+{
+    event->setAccepted(mayDiscardChanges(tr("Quit and lose the changes to the scene?"),
+                                         tr("Discard Changes and Quit")));
+}
+
+void MainWindow::updateTitle()
+{
+    const QString file = QFileInfo(mkScenegraph::getFile()).fileName();
+    setWindowTitle(file.isEmpty() ? tr("Workbench[*]") : tr("%1[*] - Workbench").arg(file));
+}
+
+void MainWindow::showShortcuts()
+{
+    QDialog dialog(this);
+    dialog.setWindowTitle(tr("Keyboard Shortcuts"));
+    auto *const list = new QTreeWidget(&dialog);
+    list->setHeaderLabels({ tr("Panel"), tr("Keys"), tr("Action") });
+    list->setRootIsDecorated(false);
+    list->setAlternatingRowColors(true);
+    for (const mkShortcut::Entry &entry : mkShortcut::getKeys()) {
+        new QTreeWidgetItem(list, { entry.group, entry.keys, entry.description });
+    }
+    list->header()->setSectionResizeMode(QHeaderView::ResizeToContents);
+    auto *const buttons = new QDialogButtonBox(QDialogButtonBox::Close, &dialog);
+    connect(buttons, &QDialogButtonBox::rejected, &dialog, &QDialog::reject);
+    auto *const layout = new QVBoxLayout(&dialog);
+    layout->addWidget(list);
+    layout->addWidget(buttons);
+    dialog.resize(560, 420);
+    dialog.exec();
+}
+
+void MainWindow::showAbout()
+{
+    QMessageBox::about(this, tr("About the Workbench"),
+                       tr("<h3>Workbench %1</h3><p>A reference host for scene panels: it opens "
+                          "scene files and shows them beside the panels of its plug-ins.</p>")
+                           .arg(QApplication::applicationVersion()));
+}

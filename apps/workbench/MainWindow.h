@@ -1,0 +1,60 @@
+#pragma once
+
+#include "mkKernel/mkScenegraph.h"
+
+#include <QMainWindow>
+
+class QMKDockWindowManager;
+class RecentFiles;
+class SceneWatcher;
+
+/// The workbench's window. Plug-ins dock their panels into it between its construction and
+/// completeLayout().
+class MainWindow : public QMainWindow
+{
+    Q_OBJECT
+
+public:
+    /// Unattended, it shows no dialogs of its own and leaves the user's settings alone.
+    explicit MainWindow(bool unattended);
+    ~MainWindow() override;
+
+    /// To be called when the plug-ins are there: adds what comes after their menus and arranges
+    /// the docks.
+    void completeLayout();
+
+    /// Opens a scene file and reports a failure: to the user, or on standard error when
+    /// unattended. False when the open scene stayed.
+    bool openFile(const QString &file);
+
+protected:
+    void closeEvent(QCloseEvent *event) override;
+
+private:
+    void createFileMenu();
+    void createEditMenu();
+    void createHelpMenu();
+    void createDocks();
+    QDockWidget *addDock(const char *name, QWidget *widget, const char *icon,
+                         Qt::DockWidgetArea area);
+
+    mkScenegraph::Document read(const QString &file);
+    bool reportFailures(const QString &file, const std::function<void()> &action);
+    QString chooseFile(const QString &title);
+    void chooseAndOpen();
+    void openRecent(const QString &file);
+    void merge();
+    bool mayDiscardChanges(const QString &question, const QString &discardText);
+    void updateTitle();
+    void showShortcuts();
+    void showAbout();
+
+    bool unattended;
+    SceneWatcher *watcher;
+    QMKDockWindowManager *docks;
+    RecentFiles *recentFiles = nullptr;
+    QDockWidget *sceneDock = nullptr;
+    QDockWidget *attributesDock = nullptr;
+    QDockWidget *materialsDock = nullptr;
+    QDockWidget *logDock = nullptr;
+};

@@ -1,0 +1,84 @@
+#include "CommandLine.h"
+#include "MainWindow.h"
+#include "mkKernel/mkScript.h"
+#include "mkMicroKernel/mkMicroKernel.h"
+#include "mkMicroKernel/mkPluginLoader.h"
+
+#include <QApplication>
+#include <QTimer>
+
+#include <cstdio>
+#include <memory>
+
+namespace {
+
+/// Opens the scene and runs the scripts that the command line names; false at the first failure.
+bool openAndRun(const CommandLine &commandLine, MainWindow &window)
+{
+    if (!commandLine.scene.isEmpty() && !window.openFile(commandLine.scene)) {
+        return false;
+    }
+    for (const QString &script : commandLine.scripts) {
+        if (!mkScript::runFile(script, commandLine.scriptArguments)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool takeSnapshot(MainWindow &window, const QString &file)
+{
+    // The first turn lays out, the next ones let the views follow the scene and their own size.
+    for (int turn = 0; turn < 3; ++turn) {
+        QCoreApplication::processEvents();
+    }
+    if (window.grab().save(file)) {
+        return true;
+    }
+    std::fprintf(stderr, "workbench: %s: the picture cannot be written\n", qUtf8Printable(file));
+    return false;
+}
+
+int run(const CommandLine &commandLine, MainWindow &window)
+{
+    if (!commandLine.batch || !commandLine.snapshot.isEmpty()) {
+        window.show();
+    }
+    if (commandLine.isUnattended()) {
+        const bool done = openAndRun(commandLine, window)
+                          && (commandLine.snapshot.isEmpty()
+                              || takeSnapshot(window, commandLine.snapshot));
+        return done ? 0 : 1;
+    }
+    QTimer::singleShot(0, &window, [&] { openAndRun(commandLine, window); });
+    return QApplication::exec();
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    CommandLine::preparePlatform(argc, argv);
+    QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
+    QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
+    const QApplication application(argc, argv);
+    QCoreApplication::setOrganizationName(QStringLiteral("mkRenderLayerModule"));
+    QCoreApplication::setApplicationName(QStringLiteral("workbench"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(WORKBENCH_VERSION));
+
+    const CommandLine commandLine = CommandLine::parse(QCoreApplication::arguments());
+    if (commandLine.done) {
+        return commandLine.status;
+    }
+
+    mkPluginLoader loader;
+    mkScenegraph::newScene("scene");
+    auto window = std::make_unique<MainWindow>(commandLine.isUnattended());
+    mkMicroKernel::start(loader, commandLine.plugins);
+    window->completeLayout();
+    const int status = run(commandLine, *window);
+    // The panels' classes live in the plug-ins.
+    window.reset();
+    loader.unloadAll();
+    return status;
+}
