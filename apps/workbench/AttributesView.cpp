@@ -24,8 +24,10 @@ constexpr Attribute attributes[] = {
     { QT_TRANSLATE_NOOP("AttributesView", "Visible"), &Values::visible },
     { QT_TRANSLATE_NOOP("AttributesView", "Visible in alpha"), &Values::visibleInAlpha },
     { QT_TRANSLATE_NOOP("AttributesView", "Primary visibility"), &Values::primaryVisibility },
-    { QT_TRANSLATE_NOOP("AttributesView", "Visible in reflections"), &Values::visibleInReflections },
-    { QT_TRANSLATE_NOOP("AttributesView", "Visible in refractions"), &Values::visibleInRefractions },
+    { QT_TRANSLATE_NOOP("AttributesView", "Visible in reflections"),
+      &Values::visibleInReflections },
+    { QT_TRANSLATE_NOOP("AttributesView", "Visible in refractions"),
+      &Values::visibleInRefractions },
     { QT_TRANSLATE_NOOP("AttributesView", "Cast shadows"), &Values::castShadows },
     { QT_TRANSLATE_NOOP("AttributesView", "Receive shadows"), &Values::receiveShadows },
     { QT_TRANSLATE_NOOP("AttributesView", "Double sided"), &Values::doubleSided },
@@ -52,7 +54,9 @@ AttributesView::AttributesView(SceneWatcher *watcher, QWidget *parent)
     table->setAlternatingRowColors(true);
     table->setSelectionMode(QAbstractItemView::NoSelection);
     table->setFocusPolicy(Qt::NoFocus);
-    table->header()->setSectionResizeMode(0, QHeaderView::ResizeToContents);
+    table->header()->setStretchLastSection(false);
+    table->header()->setSectionResizeMode(0, QHeaderView::Stretch);
+    table->header()->setSectionResizeMode(1, QHeaderView::ResizeToContents);
     for (const Attribute &attribute : attributes) {
         new QTreeWidgetItem(table, { tr(attribute.label) });
     }

@@ -54,8 +54,10 @@ CommandLine CommandLine::parse(const QStringList &arguments)
 
     QCommandLineParser parser;
     parser.setApplicationDescription(translate("Opens a scene beside the panels of the plug-ins."));
-    const QCommandLineOption help = parser.addHelpOption();
-    const QCommandLineOption version = parser.addVersionOption();
+    const QCommandLineOption help({ QStringLiteral("h"), QStringLiteral("help") },
+                                  translate("Show this help, then exit."));
+    const QCommandLineOption version({ QStringLiteral("v"), QStringLiteral("version") },
+                                     translate("Show the version, then exit."));
     const QCommandLineOption script(QStringLiteral("script"),
                                     translate("Run a Python script once the scene is open; may be "
                                               "given several times. Arguments after -- reach "
@@ -69,9 +71,10 @@ CommandLine CommandLine::parse(const QStringList &arguments)
                                                 "open and the scripts are done, then exit."),
                                       translate("file"));
     const QCommandLineOption plugins(QStringLiteral("plugins"),
-                                     translate("Load the plug-ins of this directory."),
+                                     translate("Load the plug-ins of this directory instead of "
+                                               "../plugins beside the program's."),
                                      translate("directory"), defaultPluginDirectory());
-    parser.addOptions({ script, batch, snapshot, plugins });
+    parser.addOptions({ help, version, script, batch, snapshot, plugins });
     parser.addPositionalArgument(QStringLiteral("scene"), translate("Scene file to open."),
                                  QStringLiteral("[scene]"));
 

@@ -29,9 +29,8 @@ QColor colorOf(mkLog::Severity severity, const QPalette &palette)
 
 LogView::LogView(QWidget *parent)
     : QPlainTextEdit(parent)
-    , listener(mkLog::addListener([this](mkLog::Severity severity, const QString &line) {
-        append(severity, line);
-    }))
+    , listener(mkLog::addListener(
+          [this](mkLog::Severity severity, const QString &line) { append(severity, line); }))
 {
     setObjectName(QStringLiteral("log"));
     setReadOnly(true);

@@ -24,7 +24,9 @@
 #include <QMessageBox>
 #include <QProgressDialog>
 #include <QPushButton>
+#include <QScreen>
 #include <QStatusBar>
+#include <QTimer>
 #include <QTreeWidget>
 #include <QUndoStack>
 #include <QVBoxLayout>
@@ -106,14 +108,37 @@ QDockWidget *MainWindow::addDock(const char *name, QWidget *widget, const char *
 void MainWindow::completeLayout()
 {
     createHelpMenu();
+    // The dock manager makes tabs of docks at one side; these are to be seen together.
+    for (QDockWidget *dock : { sceneDock, attributesDock, materialsDock }) {
+        removeDockWidget(dock);
+    }
     setCorner(Qt::BottomLeftCorner, Qt::LeftDockWidgetArea);
+    addDockWidget(Qt::LeftDockWidgetArea, sceneDock);
     splitDockWidget(sceneDock, attributesDock, Qt::Vertical);
     tabifyDockWidget(attributesDock, materialsDock);
+    for (QDockWidget *dock : { sceneDock, attributesDock, materialsDock }) {
+        dock->show();
+    }
     attributesDock->raise();
-    resize(1720, 960);
-    resizeDocks({ sceneDock }, { 320 }, Qt::Horizontal);
-    resizeDocks({ sceneDock, attributesDock }, { 520, 380 }, Qt::Vertical);
-    resizeDocks({ logDock }, { 140 }, Qt::Vertical);
+    const QSize size(1800, 960);
+    resize(unattended ? size : size.boundedTo(screen()->availableSize()));
+}
+
+void MainWindow::showEvent(QShowEvent *event)
+{
+    QMainWindow::showEvent(event);
+    if (!arranged) {
+        // Sizes of docks count once the window has its own.
+        arranged = true;
+        QTimer::singleShot(0, this, [this] {
+            // Without a central widget all sides must be told their size.
+            QDockWidget *const panel = docks->getDockWidgets().last();
+            resizeDocks({ sceneDock, panel }, { width() / 5, width() * 4 / 5 }, Qt::Horizontal);
+            resizeDocks({ sceneDock, attributesDock }, { height() / 2, height() / 2 },
+                        Qt::Vertical);
+            resizeDocks({ panel, logDock }, { height() * 5 / 6, height() / 6 }, Qt::Vertical);
+        });
+    }
 }
 
 mkScenegraph::Document MainWindow::read(const QString &file)
@@ -213,7 +238,8 @@ bool MainWindow::mayDiscardChanges(const QString &question, const QString &disca
     }
     QMessageBox box(QMessageBox::Warning, tr("Scene Modified"), question,
                     QMessageBox::Discard | QMessageBox::Cancel, this);
-    box.setInformativeText(tr("The scene has been modified, and the workbench cannot save scenes."));
+    box.setInformativeText(
+        tr("The scene has been modified, and the workbench cannot save scenes."));
     box.button(QMessageBox::Discard)->setText(discardText);
     box.setDefaultButton(QMessageBox::Cancel);
     return box.exec() == QMessageBox::Discard;

@@ -28,6 +28,7 @@ public:
     bool openFile(const QString &file);
 
 protected:
+    void showEvent(QShowEvent *event) override;
     void closeEvent(QCloseEvent *event) override;
 
 private:
@@ -50,6 +51,7 @@ private:
     void showAbout();
 
     bool unattended;
+    bool arranged = false;
     SceneWatcher *watcher;
     QMKDockWindowManager *docks;
     RecentFiles *recentFiles = nullptr;

@@ -81,6 +81,19 @@ void deleteScene(aiScene *scene)
 
 using ScenePtr = std::unique_ptr<aiScene, void (*)(aiScene *)>;
 
+/// The library's reason, except where it only says that none of its readers wanted the file.
+QString failureOf(const Assimp::Importer &importer, const QString &file)
+{
+    const QString reason = QString::fromUtf8(importer.GetErrorString());
+    if (!reason.startsWith(QLatin1String("No suitable reader"))) {
+        return reason;
+    }
+    const QByteArray suffix = QFileInfo(file).suffix().toUtf8();
+    return importer.IsExtensionSupported(suffix.constData())
+               ? translate("The file is damaged or not of the format that its name promises.")
+               : translate("The file is of an unknown format.");
+}
+
 /// Reads in a thread with a stack for deep scenes, so that the caller can show progress.
 ScenePtr readFile(const QString &file, const ImportProgress &progress)
 {
@@ -95,7 +108,7 @@ ScenePtr readFile(const QString &file, const ImportProgress &progress)
                                         aiPrimitiveType_POINT | aiPrimitiveType_LINE);
             importer.ReadFile(QFile::encodeName(file).constData(),
                               aiProcess_Triangulate | aiProcess_ValidateDataStructure);
-            failure = QString::fromUtf8(importer.GetErrorString());
+            failure = failureOf(importer, file);
             scene.reset(importer.GetOrphanedScene());
         } catch (const std::exception &exception) {
             failure = QString::fromUtf8(exception.what());
@@ -197,9 +210,8 @@ private:
         for (unsigned i = 0; i < mesh.mNumFaces; ++i) {
             const aiFace &face = mesh.mFaces[i];
             const bool valid = face.mNumIndices == 3
-                               && std::all_of(face.mIndices, face.mIndices + 3, [&](unsigned v) {
-                                      return v < mesh.mNumVertices;
-                                  });
+                               && std::all_of(face.mIndices, face.mIndices + 3,
+                                              [&](unsigned v) { return v < mesh.mNumVertices; });
             if (valid) {
                 made->indices.insert(made->indices.end(), face.mIndices, face.mIndices + 3);
             }
@@ -257,7 +269,8 @@ private:
         const osg::NodePtr node = createNode(name, core);
         for (const Content &content : held) {
             if (content.core != core) {
-                node->addChild(createNode(content.name.empty() ? name : content.name, content.core));
+                node->addChild(
+                    createNode(content.name.empty() ? name : content.name, content.core));
             }
         }
         return node;

@@ -107,7 +107,10 @@ void SceneTree::sceneReplaced()
             if (depth > 0 && next.size() + count > maxExpandedRows) {
                 return;
             }
-            expand(index);
+            // A lone leaf is seldom worth a row of its own at first sight.
+            if (count > 1 || nodes->hasChildren(nodes->index(0, 0, index))) {
+                expand(index);
+            }
             for (int row = 0; row < count; ++row) {
                 next += nodes->index(row, 0, index);
             }

@@ -145,8 +145,9 @@ QVariant SceneTreeModel::data(const QModelIndex &index, int role) const
     case Qt::DecorationRole:
         return mkScenegraph::getNodeIcon(shown->getCore(), shown, true);
     case Qt::ForegroundRole:
-        return isHidden(shown) ? QGuiApplication::palette().brush(QPalette::Disabled, QPalette::Text)
-                               : QVariant();
+        return isHidden(shown)
+                   ? QGuiApplication::palette().brush(QPalette::Disabled, QPalette::Text)
+                   : QVariant();
     case Qt::ToolTipRole:
         return QString::fromStdString(mkNodeUtils::getPath(shown))
                + (isHidden(shown) ? tr(" (hidden by its render attributes)") : QString());
@@ -246,7 +247,8 @@ void SceneTreeModel::syncChildren(const QSet<quint32> &nodeIds)
         for (const quint32 child : entries[id].children) {
             // Another node of the same id and place has had no change of its own yet.
             const Entry entry = entries.value(child);
-            if (entry.read && !nodeIds.contains(child) && entry.children != childIds(nodeOf(child))) {
+            if (entry.read && !nodeIds.contains(child)
+                && entry.children != childIds(nodeOf(child))) {
                 pending.push_back(child);
             }
         }

@@ -27,8 +27,7 @@ void SceneWatcher::containerChanged(const osg::FieldContainerPtr &container,
         materials = true;
     } else {
         looks = true;
-        if (type.isDerivedFrom(osg::Node::_type)
-            && (which & osg::Node::ChildrenFieldMask).any()) {
+        if (type.isDerivedFrom(osg::Node::_type) && (which & osg::Node::ChildrenFieldMask).any()) {
             parents.insert(container->getId());
         }
     }

@@ -1,5 +1,6 @@
 #include "CommandLine.h"
 #include "MainWindow.h"
+#include "UnattendedDialogs.h"
 #include "mkKernel/mkScript.h"
 #include "mkMicroKernel/mkMicroKernel.h"
 #include "mkMicroKernel/mkPluginLoader.h"
@@ -45,6 +46,7 @@ int run(const CommandLine &commandLine, MainWindow &window)
         window.show();
     }
     if (commandLine.isUnattended()) {
+        const UnattendedDialogs dialogs;
         const bool done = openAndRun(commandLine, window)
                           && (commandLine.snapshot.isEmpty()
                               || takeSnapshot(window, commandLine.snapshot));
