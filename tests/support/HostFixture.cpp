@@ -3,6 +3,7 @@
 #include "OSGSystem/Geometry.h"
 #include "mkIconManager/mkIconManager.h"
 #include "mkKernel/mkController.h"
+#include "mkKernel/mkScript.h"
 #include "mkMicroKernel/mkMicroKernel.h"
 #include "mkOpenSGUtils/mkMaterials.h"
 #include "mkOpenSGUtils/mkNodeUtils.h"
@@ -83,7 +84,8 @@ HostFixture::HostFixture(bool python)
 
 HostFixture::~HostFixture()
 {
-    // The panel's classes live in the plug-in.
+    // The panel's classes live in the plug-in, and so do functions that scripts hold.
+    mkScript::stop();
     mainWindow.reset();
     loader.unloadAll();
 }
