@@ -50,20 +50,11 @@ void tst_Frame::columns()
         auto *const delegate = host.tree()->itemDelegateForColumn(column);
         QCOMPARE(qobject_cast<QItemDelegate *>(delegate) != nullptr, column == 12);
     }
-    const QStringList expected{ "Layer",
-                                "Visible",
-                                "VisibleInAlpha",
-                                "PrimaryVisibility",
-                                "VisibleInReflections",
-                                "VisibleInRefractions",
-                                "CastShadows",
-                                "ReceiveShadows",
-                                "DoubleSided",
-                                "VisibleForPhotons",
-                                "CastShadowsOnShadowMaterial",
-                                "UseOverrideMaterial",
-                                "OverrideMaterial" };
-    QCOMPARE(labels, expected);
+    QCOMPARE(labels.join(' '),
+             QStringLiteral("Layer Visible VisibleInAlpha PrimaryVisibility VisibleInReflections "
+                            "VisibleInRefractions CastShadows ReceiveShadows DoubleSided "
+                            "VisibleForPhotons CastShadowsOnShadowMaterial UseOverrideMaterial "
+                            "OverrideMaterial"));
 }
 
 void tst_Frame::modes()
@@ -93,27 +84,14 @@ void tst_Frame::slotTable()
         QCOMPARE(method.access() == QMetaMethod::Public, signatures.size() < 5);
         signatures += QString::fromLatin1(method.methodSignature());
     }
-    const QStringList expected{ "createLayer(QString)",
-                                "createLayer()",
-                                "duplicateLayer()",
-                                "deleteSelected()",
-                                "selectNodes()",
-                                "renameLayer()",
-                                "changedItem(QTreeWidgetItem*,int)",
-                                "deleteNodes()",
-                                "deleteLayers()",
-                                "showPopup(QPoint)",
-                                "doubleClicked(QTreeWidgetItem*,int)",
-                                "moveUpNode()",
-                                "moveDownNode()",
-                                "addSelectedNodes()",
-                                "cleanup()",
-                                "applyAttributesToSelected()",
-                                "expanded(QTreeWidgetItem*)",
-                                "collapsed(QTreeWidgetItem*)",
-                                "clickedSelectAll()",
-                                "clearOverrideMaterial()" };
-    QCOMPARE(signatures, expected);
+    QCOMPARE(signatures.join(' '),
+             QStringLiteral("createLayer(QString) createLayer() duplicateLayer() deleteSelected() "
+                            "selectNodes() renameLayer() changedItem(QTreeWidgetItem*,int) "
+                            "deleteNodes() deleteLayers() showPopup(QPoint) "
+                            "doubleClicked(QTreeWidgetItem*,int) moveUpNode() moveDownNode() "
+                            "addSelectedNodes() cleanup() applyAttributesToSelected() "
+                            "expanded(QTreeWidgetItem*) collapsed(QTreeWidgetItem*) "
+                            "clickedSelectAll() clearOverrideMaterial()"));
 }
 
 void tst_Frame::menu()
@@ -126,22 +104,12 @@ void tst_Frame::menu()
         // Keys are the tree's, whatever the menu shows.
         QVERIFY(action->shortcut().isEmpty());
     }
-    const QStringList expected{ "Create Layer",
-                                "Rename Layer\tCtrl+R",
-                                "Delete\tDelete",
-                                "Duplicate Layer\tCtrl+D",
-                                "Select All\tCtrl+A",
-                                "Move Up\tCtrl+Up",
-                                "Move Down\tCtrl+Down",
-                                "-",
-                                "Apply Attributes to Selected ...",
-                                "-",
-                                "Add Selected Nodes",
-                                "Select Nodes\tCtrl+N",
-                                "-",
-                                "Cleanup",
-                                "Clear Override Material" };
-    QCOMPARE(entries.mid(0, expected.size()), expected);
+    QCOMPARE(entries.mid(0, 15).join('|'),
+             QStringLiteral("Create Layer|Rename Layer\tCtrl+R|Delete\tDelete|"
+                            "Duplicate Layer\tCtrl+D|Select All\tCtrl+A|Move Up\tCtrl+Up|"
+                            "Move Down\tCtrl+Down|-|Apply Attributes to Selected ...|-|"
+                            "Add Selected Nodes|Select Nodes\tCtrl+N|-|Cleanup|"
+                            "Clear Override Material"));
     QVERIFY(!host.action("Clear Override Material")->icon().isNull());
     QVERIFY(host.action("Cleanup")->icon().isNull());
 }
@@ -150,15 +118,13 @@ void tst_Frame::listedKeys()
 {
     QStringList keys;
     for (const mkShortcut::Entry &entry : mkShortcut::getKeys()) {
-        keys += entry.group + ": " + entry.keys + ' ' + entry.description;
+        QCOMPARE(entry.group, QStringLiteral("Render Layer"));
+        keys += entry.keys + ": " + entry.description;
     }
-    const QStringList expected{
-        "Render Layer: Delete Delete",           "Render Layer: Ctrl+D Duplicate Layer",
-        "Render Layer: Ctrl+R Rename Layer",     "Render Layer: Ctrl+A Select All",
-        "Render Layer: Ctrl+N Select Nodes",     "Render Layer: Ctrl+Up Move Item Up",
-        "Render Layer: Ctrl+Down Move Item Down"
-    };
-    QCOMPARE(keys, expected);
+    QCOMPARE(keys.join(", "),
+             QStringLiteral("Delete: Delete, Ctrl+D: Duplicate Layer, Ctrl+R: Rename Layer, "
+                            "Ctrl+A: Select All, Ctrl+N: Select Nodes, Ctrl+Up: Move Item Up, "
+                            "Ctrl+Down: Move Item Down"));
 }
 
 QString tst_Frame::enabled() const
@@ -184,29 +150,27 @@ void tst_Frame::enabling_data()
     QTest::addColumn<QStringList>("selection");
     QTest::addColumn<QString>("expected");
     QTest::addColumn<QString>("tip");
-    const QString all = "111111111111";
+    const auto row = [](const QString &path, const QStringList &selection, const QString &expected,
+                        const QString &tip) {
+        const QString name = path + ", " + selection.join(' ');
+        QTest::newRow(qPrintable(name)) << path << selection << expected << tip;
+    };
     const QString ofLayer = "Select nodes of layer 'A'";
-    const QString onNode = "101011111111";
     const QString ofNode = "Select node 'a'";
-    using Paths = QStringList;
-    QTest::newRow("empty space") << "" << Paths{ "A" } << "100010000010"
-                                 << "";
-    QTest::newRow("layer, none") << "A" << Paths() << all << ofLayer;
-    QTest::newRow("layer, itself") << "A" << Paths{ "A" } << all << ofLayer;
-    QTest::newRow("layer, another") << "A" << Paths{ "B" } << all << ofLayer;
-    QTest::newRow("layer, two") << "A" << Paths{ "A", "B" } << "101111111111"
-                                << "";
-    QTest::newRow("layer, two nodes") << "A" << Paths{ "A/a", "B/c" } << "101111111111"
-                                      << "";
-    QTest::newRow("layer, mixed") << "A" << Paths{ "A", "B/c" } << "101110011111"
-                                  << "";
-    QTest::newRow("layer, with a hidden row") << "A" << Paths{ "A", "C/e" } << all << ofLayer;
-    QTest::newRow("layer, hidden rows") << "A" << Paths{ "C/a", "C/e" } << all << ofLayer;
-    QTest::newRow("node, none") << "A/a" << Paths() << onNode << ofNode;
-    QTest::newRow("node, another") << "A/a" << Paths{ "B/d" } << onNode << ofNode;
-    QTest::newRow("node, two") << "A/a" << Paths{ "A/a", "A/b" } << onNode << "";
-    QTest::newRow("node, mixed") << "A/a" << Paths{ "A", "A/a" } << "101010011111"
-                                 << "";
+    row("", { "A" }, "100010000010", "");
+    row("A", {}, "111111111111", ofLayer);
+    row("A", { "A" }, "111111111111", ofLayer);
+    row("A", { "B" }, "111111111111", ofLayer);
+    row("A", { "A", "B" }, "101111111111", "");
+    row("A", { "A/a", "B/c" }, "101111111111", "");
+    row("A", { "A", "B/c" }, "101110011111", "");
+    // Rows under a closed layer do not count.
+    row("A", { "A", "C/e" }, "111111111111", ofLayer);
+    row("A", { "C/a", "C/e" }, "111111111111", ofLayer);
+    row("A/a", {}, "101011111111", ofNode);
+    row("A/a", { "B/d" }, "101011111111", ofNode);
+    row("A/a", { "A/a", "A/b" }, "101011111111", "");
+    row("A/a", { "A", "A/a" }, "101010011111", "");
 }
 
 void tst_Frame::enabling()

@@ -39,36 +39,22 @@ void tst_Members::deletion_data()
     QTest::addColumn<QString>("calls");
     QTest::addColumn<QString>("rows");
     QTest::addColumn<QString>("selected");
+    const auto row = [](const QStringList &selection, const QString &calls, const QString &rows,
+                        const QString &selected = QString()) {
+        QTest::newRow(qPrintable(selection.join(' '))) << selection << calls << rows << selected;
+    };
     const QString end = " rebuild setModified(1)";
-    using Paths = QStringList;
-    QTest::newRow("nothing") << Paths() << ""
-                             << "A[a b c] Bäume[a d] C[a e]"
-                             << "";
-    QTest::newRow("layer") << Paths{ "A" } << "subLayer(A)" + end << "Bäume[a d] C[a e]"
-                           << "";
-    QTest::newRow("layers, by position")
-        << Paths{ "C", "Bäume" } << "subLayer(Bäume) subLayer(C)" + end << "A[a b c]"
-        << "";
-    QTest::newRow("nodes, as selected")
-        << Paths{ "Bäume/d", "A/c", "A/a" } << "subNode(1, d) subNode(0, c) subNode(0, a)" + end
-        << "A[b] Bäume[a] C[a e]"
-        << "";
-    QTest::newRow("layer and another's node")
-        << Paths{ "Bäume/a", "A" } << "subLayer(A)" + end + " subNode(0, a)" + end
-        << "Bäume[d] C[a e]"
-        << "";
-    QTest::newRow("layer and its own node")
-        << Paths{ "A/b", "A" } << "subLayer(A)" + end << "Bäume[a d] C[a e]"
-        << "";
-    QTest::newRow("hidden node") << Paths{ "C/a" } << ""
-                                 << "A[a b c] Bäume[a d] C[a e]"
-                                 << "C/a*";
-    QTest::newRow("hidden and visible nodes")
-        << Paths{ "C/a", "A/a" } << "subNode(0, a)" + end << "A[b c] Bäume[a d] C[a e]"
-        << "C/a*";
-    QTest::newRow("layer and hidden node")
-        << Paths{ "A", "C/a" } << "subLayer(A)" + end << "Bäume[a d] C[a e]"
-        << "";
+    row({}, "", "A[a b c] Bäume[a d] C[a e]");
+    row({ "A" }, "subLayer(A)" + end, "Bäume[a d] C[a e]");
+    row({ "C", "Bäume" }, "subLayer(Bäume) subLayer(C)" + end, "A[a b c]");
+    row({ "Bäume/d", "A/c", "A/a" }, "subNode(1, d) subNode(0, c) subNode(0, a)" + end,
+        "A[b] Bäume[a] C[a e]");
+    row({ "Bäume/a", "A" }, "subLayer(A)" + end + " subNode(0, a)" + end, "Bäume[d] C[a e]");
+    row({ "A/b", "A" }, "subLayer(A)" + end, "Bäume[a d] C[a e]");
+    // Rows under a closed layer are spared.
+    row({ "C/a" }, "", "A[a b c] Bäume[a d] C[a e]", "C/a*");
+    row({ "C/a", "A/a" }, "subNode(0, a)" + end, "A[b c] Bäume[a d] C[a e]", "C/a*");
+    row({ "A", "C/a" }, "subLayer(A)" + end, "Bäume[a d] C[a e]");
 }
 
 void tst_Members::deletion()
@@ -111,27 +97,23 @@ void tst_Members::addingNodes_data()
     QTest::addColumn<QStringList>("nodes");
     QTest::addColumn<QString>("added");
     QTest::addColumn<QString>("rows");
-    using Names = QStringList;
-    const QString before = "A[a b c] Bäume[a d] C[a e]";
-    QTest::newRow("nothing selected") << Names() << Names{ "e" } << "" << before;
-    QTest::newRow("no nodes") << Names{ "A" } << Names() << "" << before;
-    QTest::newRow("layer") << Names{ "Bäume" } << Names{ "e", "b" } << "addNode(1, e) addNode(1, b)"
-                           << "A[a b c] Bäume[a d e b] C[a e]";
-    QTest::newRow("node's layer") << Names{ "A/c" } << Names{ "e" } << "addNode(0, e)"
-                                  << "A[a b c e] Bäume[a d] C[a e]";
-    QTest::newRow("hidden node's layer") << Names{ "C/e" } << Names{ "b" } << "addNode(2, b)"
-                                         << "A[a b c] Bäume[a d] C[a e b]";
-    QTest::newRow("each layer once")
-        << Names{ "A", "A/b", "A/a", "C/e", "C/a" } << Names{ "g2", "d" }
-        << "addNode(0, g2) addNode(0, d) addNode(2, g2) addNode(2, d)"
-        << "A[a b c g2 d] Bäume[a d] C[a e g2 d]";
+    const auto row = [](const QStringList &selection, const QStringList &nodes,
+                        const QString &added, const QString &rows = "A[a b c] Bäume[a d] C[a e]") {
+        const QString name = selection.join(' ') + " + " + nodes.join(' ');
+        QTest::newRow(qPrintable(name)) << selection << nodes << added << rows;
+    };
+    row({}, { "e" }, "");
+    row({ "A" }, {}, "");
+    row({ "Bäume" }, { "e", "b" }, "addNode(1, e) addNode(1, b)", "A[a b c] Bäume[a d e b] C[a e]");
+    row({ "A/c" }, { "e" }, "addNode(0, e)", "A[a b c e] Bäume[a d] C[a e]");
+    row({ "C/e" }, { "b" }, "addNode(2, b)", "A[a b c] Bäume[a d] C[a e b]");
+    row({ "A", "A/b", "A/a", "C/e", "C/a" }, { "g2", "d" },
+        "addNode(0, g2) addNode(0, d) addNode(2, g2) addNode(2, d)",
+        "A[a b c g2 d] Bäume[a d] C[a e g2 d]");
+    row({ "A" }, { "g1", "group" }, "addNode(0, group)", "A[a b c group] Bäume[a d] C[a e]");
     // What a layer takes is the store's to say.
-    QTest::newRow("member already") << Names{ "A" } << Names{ "c" } << "addNode(0, c)" << before;
-    QTest::newRow("scene") << Names{ "A" } << Names{ "a", "scene" } << "addNode(0, scene)"
-                           << before;
-    QTest::newRow("below a selected one")
-        << Names{ "A" } << Names{ "g1", "group" } << "addNode(0, group)"
-        << "A[a b c group] Bäume[a d] C[a e]";
+    row({ "A" }, { "c" }, "addNode(0, c)");
+    row({ "A" }, { "scene" }, "addNode(0, scene)");
 }
 
 void tst_Members::addingNodes()

@@ -22,11 +22,11 @@ private Q_SLOTS:
     void emptiedStore();
     void damagedStore_data();
     void damagedStore();
-    void missingAttributes_data();
+    void missingAttributes_data() { damagedStore_data(); }
     void missingAttributes();
     void expansionIsTheStores();
     void expansionReachesTheStore();
-    void expansionOfOtherRows();
+    void expansionOfLostLayers();
     void firstColumn();
     void wholeSelection_data();
     void wholeSelection();
@@ -42,6 +42,9 @@ private:
     /// Rebuilds through a command that keeps the selection; `change` comes right before.
     void rebuildKeeping(const Change &change);
     static void addSelectionColumns();
+    static void selectionCase(
+        const char *name, const QStringList &selection, const QString &expected,
+        const Change &change = [] {});
 
     HostFixture host;
 };
@@ -123,13 +126,6 @@ void tst_Sync::damagedStore()
     QCOMPARE(host.rows(), QStringLiteral("A[a b] B[a c] a[d] C[e d]"));
 }
 
-void tst_Sync::missingAttributes_data()
-{
-    QTest::addColumn<bool>("foreign");
-    QTest::newRow("null entry") << false;
-    QTest::newRow("foreign entry") << true;
-}
-
 void tst_Sync::missingAttributes()
 {
     QFETCH(bool, foreign);
@@ -176,61 +172,44 @@ void tst_Sync::expansionReachesTheStore()
     }
 }
 
-/// Nothing is stored for no row, a node row, or when the store has lost its layers; the first
-/// column is fitted all the same.
-void tst_Sync::expansionOfOtherRows()
+void tst_Sync::expansionOfLostLayers()
 {
-    host.tree()->setColumnWidth(0, 1);
-    const int narrow = host.tree()->columnWidth(0);
-    const HostCalls calls;
-    const auto announce = [&](const char *slot, QTreeWidgetItem *row) {
-        host.tree()->setColumnWidth(0, 1);
-        QMetaObject::invokeMethod(host.tree(), slot, Q_ARG(QTreeWidgetItem *, row));
-        const bool fits = host.tree()->columnWidth(0) > narrow;
-        QCOMPARE(fits, qstrcmp(slot, "expanded") == 0);
-    };
-    for (const char *slot : { "expanded", "collapsed" }) {
-        announce(slot, nullptr);
-        announce(slot, host.row("A/a"));
-    }
     for (const char *name : { "A", "B", "a", "C" }) {
         host.store()->subLayer(name);
     }
-    for (const char *slot : { "expanded", "collapsed" }) {
-        announce(slot, host.row("A"));
-    }
+    const HostCalls calls;
+    host.row("A")->setExpanded(false);
+    host.row("C")->setExpanded(true);
     QCOMPARE(calls.count("mkRenderLayer::setCollapseState"), 0);
 }
 
+/// Widened to what rows and header need, never narrowed; only when a layer is opened.
 void tst_Sync::firstColumn()
 {
     QTreeWidget *const tree = host.tree();
-    const int other = tree->columnWidth(1);
     host.node("e")->setName("a node with a name that is longer than the column was wide before");
     host.rebuild();
     tree->setColumnWidth(0, 1);
     const int narrow = tree->columnWidth(0);
+    const int other = tree->columnWidth(1);
     host.rebuild();
     QCOMPARE(tree->columnWidth(0), narrow);
-    // With only the collapsed layer the header is the widest.
     host.row("C")->setExpanded(true);
     const int wide = tree->columnWidth(0);
     tree->resizeColumnToContents(0);
     QCOMPARE(tree->columnWidth(0), wide);
-    host.row("C")->setExpanded(false);
-    QCOMPARE(tree->columnWidth(0), wide);
-    tree->setColumnWidth(0, wide + 100);
-    host.row("C")->setExpanded(true);
-    QCOMPARE(tree->columnWidth(0), wide + 100);
-    QCOMPARE(tree->columnWidth(1), other);
-
-    host.reset();
-    const QString title = tree->headerItem()->text(0);
-    tree->headerItem()->setText(0, "a header that is wider than each of the rows");
-    tree->setColumnWidth(0, 1);
-    host.action("Create Layer")->trigger();
+    for (const int extra : { 0, 100 }) {
+        host.row("C")->setExpanded(false);
+        tree->setColumnWidth(0, wide + extra);
+        host.row("C")->setExpanded(true);
+        QCOMPARE(tree->columnWidth(0), wide + extra);
+    }
+    tree->headerItem()->setText(0, QString(100, 'W'));
+    host.row("B")->setExpanded(false);
+    host.row("B")->setExpanded(true);
     QCOMPARE(tree->columnWidth(0), tree->header()->sectionSizeHint(0));
-    tree->headerItem()->setText(0, title);
+    tree->headerItem()->setText(0, "Layer");
+    QCOMPARE(tree->columnWidth(1), other);
 }
 
 void tst_Sync::rebuildKeeping(const Change &change)
@@ -250,37 +229,37 @@ void tst_Sync::addSelectionColumns()
     QTest::addColumn<QString>("expected");
 }
 
+void tst_Sync::selectionCase(const char *name, const QStringList &selection,
+                             const QString &expected, const Change &change)
+{
+    QTest::newRow(name) << selection << change << expected;
+}
+
 void tst_Sync::wholeSelection_data()
 {
     addSelectionColumns();
-    const Change none = [] {};
-    using Paths = QStringList;
-    QTest::newRow("here and there") << Paths{ "C", "B/c", "A" } << none << "A* B/c C";
-    QTest::newRow("neighbours") << Paths{ "B", "A/a", "A/b", "A" } << none << "A* A/a A/b B";
-    QTest::newRow("hidden rows") << Paths{ "B", "C/e" } << none << "B*";
-    QTest::newRow("only a hidden row") << Paths{ "C/e" } << none << "";
-    QTest::newRow("a layer named like nodes") << Paths{ "a" } << none << "a*";
-    QTest::newRow("the second of two") << Paths{ "B/a" } << none << "B/a*";
-    QTest::newRow("both of two") << Paths{ "B/a", "A/a" } << none << "A/a* B/a";
-    QTest::newRow("layer renamed")
-        << Paths{ "A", "B" } << Change([this] { host.store()->setLayerName(0, "b"); }) << "B*";
-    QTest::newRow("node's layer renamed")
-        << Paths{ "A/a", "B/c" } << Change([this] { host.store()->setLayerName(0, "X"); })
-        << "B/c*";
-    QTest::newRow("two of one name now")
-        << Paths{ "B" } << Change([this] { host.store()->setLayerName(0, "B"); }) << "B*";
-    QTest::newRow("moved") << Paths{ "A", "B/c" }
-                           << Change([this] { host.store()->moveDownLayer(0); }) << "B/c* A";
-    QTest::newRow("taken out") << Paths{ "A/a", "A/b", "B" } << Change([this] {
+    selectionCase("here and there", { "C", "B/c", "A" }, "A* B/c C");
+    selectionCase("neighbours", { "B", "A/a", "A/b", "A" }, "A* A/a A/b B");
+    selectionCase("hidden row", { "B", "C/e" }, "B*");
+    selectionCase("only a hidden row", { "C/e" }, "");
+    selectionCase("layer named like nodes", { "a" }, "a*");
+    selectionCase("second of two", { "B/a" }, "B/a*");
+    selectionCase("both of two", { "B/a", "A/a" }, "A/a* B/a");
+    selectionCase("renamed", { "A", "A/a", "B/c" }, "B/c*",
+                  [this] { host.store()->setLayerName(0, "b"); });
+    selectionCase("two of one name now", { "B" }, "B*",
+                  [this] { host.store()->setLayerName(0, "B"); });
+    selectionCase("moved", { "A", "B/c" }, "B/c* A", [this] { host.store()->moveDownLayer(0); });
+    selectionCase("taken out", { "A/a", "A/b", "B" }, "A/b*", [this] {
         host.store()->subNode(0, host.node("a"));
         host.store()->subLayer("B");
-    }) << "A/b*";
-    QTest::newRow("moved to another") << Paths{ "A/b", "B" } << Change([this] {
+    });
+    selectionCase("in another layer now", { "A/b", "B" }, "B*", [this] {
         host.store()->subNode(0, host.node("b"));
         host.store()->addNode(1, host.node("b"));
-    }) << "B*";
-    QTest::newRow("closed meanwhile")
-        << Paths{ "A/b" } << Change([this] { host.store()->setCollapseState(0, 0); }) << "A/b*";
+    });
+    selectionCase("closed now", { "A/b" }, "A/b*",
+                  [this] { host.store()->setCollapseState(0, 0); });
 }
 
 void tst_Sync::wholeSelection()
@@ -301,32 +280,24 @@ void tst_Sync::wholeSelection()
 void tst_Sync::currentRow_data()
 {
     addSelectionColumns();
-    const Change none = [] {};
-    using Paths = QStringList;
-    QTest::newRow("node") << Paths{ "B/a", "A/a", "A" } << none << "B/a*";
-    QTest::newRow("layer") << Paths{ "B", "A" } << none << "B*";
-    QTest::newRow("layer named like nodes") << Paths{ "a" } << none << "a*";
-    QTest::newRow("hidden row") << Paths{ "C/e" } << none << "C/e*";
-    QTest::newRow("none") << Paths() << none << "";
-    QTest::newRow("not selected") << Paths{ "B", "A" } << Change([this] {
-        host.tree()->currentItem()->setSelected(false);
-    }) << "";
-    QTest::newRow("layer renamed")
-        << Paths{ "A" } << Change([this] { host.store()->setLayerName(0, "X"); }) << "";
-    QTest::newRow("only the case")
-        << Paths{ "B" } << Change([this] { host.store()->setLayerName(1, "b"); }) << "";
-    QTest::newRow("moved") << Paths{ "A/b", "A" } << Change([this] {
+    selectionCase("node", { "B/a", "A/a", "A" }, "B/a*");
+    selectionCase("layer", { "B", "A" }, "B*");
+    selectionCase("layer named like nodes", { "a" }, "a*");
+    selectionCase("hidden row", { "C/e" }, "C/e*");
+    selectionCase("none", {}, "");
+    selectionCase("not selected", { "B", "A" }, "",
+                  [this] { host.tree()->currentItem()->setSelected(false); });
+    selectionCase("renamed", { "A" }, "", [this] { host.store()->setLayerName(0, "X"); });
+    selectionCase("only the case", { "B" }, "", [this] { host.store()->setLayerName(1, "b"); });
+    selectionCase("moved", { "A/b", "A" }, "A/b*", [this] {
         host.store()->moveDownLayer(0);
         host.store()->moveUpNode(1, host.node("b"));
-    }) << "A/b*";
-    QTest::newRow("taken out") << Paths{ "A/a" }
-                               << Change([this] { host.store()->subNode(0, host.node("a")); })
-                               << "";
+    });
+    selectionCase("taken out", { "A/a" }, "", [this] { host.store()->subNode(0, host.node("a")); });
     // Without its node all that a row has is its text.
-    QTest::newRow("dead") << Paths{ "A/b" } << Change([this] { kill("b"); }) << "";
-    QTest::newRow("dead, named like a layer")
-        << Paths{ "A/a" } << Change([this] { kill("a"); }) << "a*";
-    QTest::newRow("id used again") << Paths{ "A/a" } << Change([this] {
+    selectionCase("dead", { "A/b" }, "", [this] { kill("b"); });
+    selectionCase("dead, named like a layer", { "A/a" }, "a*", [this] { kill("a"); });
+    selectionCase("id used again", { "A/a" }, "a*", [this] {
         const std::uint32_t id = host.node("a")->getId();
         kill("a");
         std::vector<osg::FieldContainerPtr> others;
@@ -334,7 +305,7 @@ void tst_Sync::currentRow_data()
             others.push_back(osg::Group::create());
         }
         host.rebuild();
-    }) << "a*";
+    });
 }
 
 void tst_Sync::currentRow()
