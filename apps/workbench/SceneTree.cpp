@@ -122,7 +122,7 @@ void SceneTree::sceneReplaced()
 void SceneTree::selectionChanged(const QItemSelection &selected, const QItemSelection &deselected)
 {
     QTreeView::selectionChanged(selected, deselected);
-    if (!syncing) {
+    if (!syncing && !nodes->isFollowing()) {
         applySelectionToHost();
     }
 }

@@ -9,6 +9,7 @@
 #include <QGuiApplication>
 #include <QMimeData>
 #include <QPalette>
+#include <QScopedValueRollback>
 
 #include <algorithm>
 
@@ -113,14 +114,19 @@ int SceneTreeModel::columnCount(const QModelIndex &) const
 
 bool SceneTreeModel::hasChildren(const QModelIndex &parent) const
 {
-    return rowCount(parent) > 0 || canFetchMore(parent);
+    return rowCount(parent) > 0 || hasUnreadChildren(parent);
 }
 
-bool SceneTreeModel::canFetchMore(const QModelIndex &parent) const
+bool SceneTreeModel::hasUnreadChildren(const QModelIndex &parent) const
 {
     const auto found = entries.constFind(quint32(parent.internalId()));
     const osg::NodePtr shown = node(parent);
     return found != entries.cend() && !found->read && shown && !shown->getChildren().empty();
+}
+
+bool SceneTreeModel::canFetchMore(const QModelIndex &parent) const
+{
+    return !following && hasUnreadChildren(parent);
 }
 
 void SceneTreeModel::fetchMore(const QModelIndex &parent)
@@ -223,6 +229,7 @@ void SceneTreeModel::enterRoot()
 
 void SceneTreeModel::syncChildren(const QSet<quint32> &nodeIds)
 {
+    const QScopedValueRollback<bool> guard(following, true);
     // Removing comes first, under all parents: a node may have moved from one to another, and an
     // id may have been used again.
     std::vector<quint32> changed;

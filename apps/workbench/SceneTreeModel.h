@@ -24,6 +24,8 @@ public:
     osg::NodePtr node(const QModelIndex &index) const;
     /// The node's row, after reading all levels above it; invalid when it is not in the scene.
     QModelIndex indexOf(const osg::NodePtr &node);
+    /// True while rows come and go because the scene changed, not the user's mind.
+    bool isFollowing() const { return following; }
 
     QModelIndex index(int row, int column, const QModelIndex &parent = {}) const override;
     QModelIndex parent(const QModelIndex &index) const override;
@@ -50,6 +52,7 @@ private:
         std::vector<quint32> children;
     };
 
+    bool hasUnreadChildren(const QModelIndex &parent) const;
     void reset();
     void enterRoot();
     void syncChildren(const QSet<quint32> &nodeIds);
@@ -61,4 +64,5 @@ private:
     QModelIndex indexOf(quint32 id) const;
 
     QHash<quint32, Entry> entries;
+    bool following = false;
 };

@@ -1,0 +1,568 @@
+#include "AttributesView.h"
+#include "HostFixture.h"
+#include "LogView.h"
+#include "MainWindow.h"
+#include "MaterialsModel.h"
+#include "OSGSystem/Geometry.h"
+#include "SceneImporter.h"
+#include "SceneTree.h"
+#include "SceneWatcher.h"
+#include "mkKernel/mkController.h"
+#include "mkKernel/mkSelectionManager.h"
+#include "mkKernelServices/mkScopedUndo.h"
+#include "mkOpenSGUtils/mkMaterials.h"
+#include "mkOpenSGUtils/mkNodeUtils.h"
+#include "mkQt4Ext/QMKDockWindowManager.h"
+
+#include <QtTest>
+
+#include <QMessageBox>
+#include <QMimeData>
+#include <QProcess>
+#include <QPushButton>
+#include <QUndoStack>
+
+#include <random>
+
+using osg::NodePtr;
+
+namespace {
+
+QString nodeText(const NodePtr &node)
+{
+    QStringList below;
+    for (const NodePtr &child : node->getChildren()) {
+        below += nodeText(child);
+    }
+    return mkNodeUtils::getName(node) + (below.isEmpty() ? "" : '(' + below.join(' ') + ')');
+}
+
+/// The rows as a view would read them, levels that were not asked for yet included.
+QString rowText(QAbstractItemModel *model, const QModelIndex &index)
+{
+    model->fetchMore(index);
+    QStringList below;
+    for (int row = 0; row < model->rowCount(index); ++row) {
+        const QModelIndex child = model->index(row, 0, index);
+        below += child.parent() == index && child.row() == row ? rowText(model, child) : "lost";
+    }
+    return index.data().toString() + (below.isEmpty() ? "" : '(' + below.join(' ') + ')');
+}
+
+QString coreText(const NodePtr &node)
+{
+    QStringList below;
+    for (const NodePtr &child : node->getChildren()) {
+        below += coreText(child);
+    }
+    return QString("%1:%2").arg(mkNodeUtils::getName(node), node->getCore()->getType().getName())
+           + (below.isEmpty() ? "" : '(' + below.join(' ') + ')');
+}
+
+QByteArray gltf(const QByteArray &nodes, const QByteArray &roots, const QByteArray &rest = {})
+{
+    return R"({"asset":{"version":"2.0"},"scene":0,"scenes":[{"nodes":[)" + roots + R"(]}],"nodes":[)"
+           + nodes + ']' + rest + '}';
+}
+
+struct Run
+{
+    int status = -1;
+    QString out;
+    QString err;
+};
+
+} // namespace
+
+class tst_workbench : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init() { host.reset(); }
+
+    void importsNodes_data();
+    void importsNodes();
+    void importsMaterials();
+    void refusesFiles_data();
+    void refusesFiles();
+    void importsDeepScenes();
+
+    void treeSelectionIsTheHosts();
+    void treeRevealsNodes();
+    void treeFollowsRandomEdits();
+    void treeShowsHiddenNodes();
+    void treeRowsDropOnLayers();
+    void materials();
+    void logIsBounded();
+
+    void program_data();
+    void program();
+    void snapshotShowsScriptsWork();
+    void askedBeforeChangesAreLost();
+
+private:
+    QString write(const QString &name, const QByteArray &content) const;
+    Run run(const QStringList &arguments) const;
+
+    QTemporaryDir directory;
+    HostFixture host;
+};
+
+void tst_workbench::initTestCase()
+{
+    QVERIFY(directory.isValid());
+    qputenv("XDG_CONFIG_HOME", directory.filePath("config").toUtf8());
+}
+
+QString tst_workbench::write(const QString &name, const QByteArray &content) const
+{
+    QFile file(directory.filePath(name));
+    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size()) {
+        qFatal("cannot write %s", qUtf8Printable(name));
+    }
+    return file.fileName();
+}
+
+Run tst_workbench::run(const QStringList &arguments) const
+{
+    QProcess process;
+    process.setWorkingDirectory(directory.path());
+    process.start(MK_WORKBENCH, arguments);
+    Run result;
+    if (process.waitForFinished(60000) && process.exitStatus() == QProcess::NormalExit) {
+        result.status = process.exitCode();
+    }
+    result.out = process.readAllStandardOutput();
+    result.err = process.readAllStandardError();
+    return result;
+}
+
+void tst_workbench::importsNodes_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<QString>("scene");
+
+    const QByteArray meshes = R"(,"meshes":[{"name":"box","primitives":[{"attributes":{"POSITION":0}}]}],
+        "accessors":[{"bufferView":0,"componentType":5126,"count":3,"type":"VEC3",
+                      "min":[0,0,0],"max":[1,1,0]}],
+        "bufferViews":[{"buffer":0,"byteLength":36}],
+        "buffers":[{"byteLength":36,"uri":"data:application/octet-stream;base64,)"
+                              + QByteArray(QByteArray(36, '\0').toBase64()) + R"("}],
+        "cameras":[{"type":"perspective","perspective":{"yfov":1,"znear":1}}])";
+
+    QTest::newRow("one root") << "one.gltf"
+                              << gltf(R"({"name":"a","children":[1]},{"name":"b"})", "0")
+                              << "a:Group(b:Group)";
+    QTest::newRow("several roots")
+        << "several.gltf" << gltf(R"({"name":"a"},{"name":"b","translation":[1,2,3]})", "0,1")
+        << "several:Group(a:Group b:Transform)";
+    QTest::newRow("contents")
+        << "contents.gltf"
+        << gltf(R"({"name":"r","children":[1,2,3]},{"name":"plain","mesh":0},
+                   {"name":"moved","mesh":0,"translation":[1,2,3]},{"name":"eye","camera":0})",
+                "0", meshes)
+        << "r:Group(plain:Geometry moved:Transform(box:Geometry) eye:Camera)";
+    QTest::newRow("a root with a mesh can be put into layers")
+        << "mesh.gltf" << gltf(R"({"name":"r","mesh":0})", "0", meshes)
+        << "r:Group(box:Geometry)";
+    QTest::newRow("two materials make two geometries")
+        << "two.obj" << QByteArray("o both\nv 0 0 0\nv 1 0 0\nv 0 1 0\nusemtl m\nf 1 2 3\n"
+                                   "usemtl n\nf 3 2 1\n")
+        << "two.obj:Group(both:Group(both:Geometry n:Geometry))";
+}
+
+void tst_workbench::importsNodes()
+{
+    QFETCH(QString, name);
+    QFETCH(QByteArray, content);
+    QTEST(coreText(importScene(write(name, content)).root), "scene");
+}
+
+void tst_workbench::importsMaterials()
+{
+    const mkScenegraph::Document document = importScene(MK_SCENES "/studio.gltf");
+    QCOMPARE(document.root->getName(), std::string("studio"));
+    NodePtr tyre;
+    std::size_t drawables = 0;
+    osg::traverse(document.root, [&](const NodePtr &node) {
+        const osg::Ptr<osg::Geometry> geometry(node->getCore());
+        if (geometry) {
+            ++drawables;
+            const auto count = geometry->positions.size();
+            const bool valid = std::all_of(geometry->indices.begin(), geometry->indices.end(),
+                                           [count](std::uint32_t i) { return i < count; });
+            if (!valid || geometry->indices.empty() || !geometry->getMaterial()) {
+                tyre = nullptr;
+                return osg::Action::Quit;
+            }
+        }
+        if (mkNodeUtils::getPath(node) == "/studio/car/wheels/wheel_front_left/wheel_front_left_tyre") {
+            tyre = node;
+        }
+        return osg::Action::Continue;
+    });
+    QVERIFY(tyre && drawables > 20);
+    const osg::Ptr<osg::Geometry> geometry(tyre->getChildren().front()->getCore());
+    QCOMPARE(geometry->getMaterial()->getName(), std::string("rubber"));
+    QVERIFY(document.materials.size() >= 8);
+    QVERIFY(document.materials.front()->getColor() != osg::Material::Color({ 1, 1, 1, 1 }));
+}
+
+void tst_workbench::refusesFiles_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<QString>("reason");
+
+    QFile studio(MK_SCENES "/studio.gltf");
+    QVERIFY(studio.open(QIODevice::ReadOnly));
+    QTest::newRow("missing") << "missing.gltf" << QByteArray() << "There is no such file.";
+    QTest::newRow("directory") << "." << QByteArray() << "It is a directory.";
+    QTest::newRow("empty") << "empty.gltf" << QByteArray("") << "The file is empty.";
+    QTest::newRow("truncated") << "truncated.gltf" << studio.read(5000)
+                               << "The file is damaged or not of the format that its name promises.";
+    QTest::newRow("unknown") << "unknown.txt1" << QByteArray("text")
+                             << "The file is of an unknown format.";
+    QTest::newRow("no scene") << "no.gltf" << QByteArray(R"({"asset":{"version":"2.0"}})")
+                              << "GLTF: No scene";
+    QTest::newRow("empty scene") << "nothing.gltf" << gltf("", "") << "The file holds no scene.";
+    QTest::newRow("circle") << "circle.gltf"
+                            << gltf(R"({"children":[1]},{"children":[0]})", "0") << "recursive";
+}
+
+void tst_workbench::refusesFiles()
+{
+    QFETCH(QString, name);
+    QFETCH(QByteArray, content);
+    QFETCH(QString, reason);
+    const QString file = content.isNull() ? directory.filePath(name) : write(name, content);
+    const Run result = run({ "--batch", file });
+    QCOMPARE(result.status, 1);
+    const QString line = QString("workbench: %1: ").arg(file);
+    QVERIFY2(result.err.contains(line) && result.err.contains(reason), qUtf8Printable(result.err));
+
+    mkScenegraph::setReader([](const QString &wanted) { return importScene(wanted); });
+    const NodePtr open = mkScenegraph::getRoot();
+    QVERIFY_EXCEPTION_THROWN(mkScenegraph::openFile(file), std::runtime_error);
+    QCOMPARE(mkScenegraph::getRoot(), open);
+}
+
+void tst_workbench::importsDeepScenes()
+{
+    constexpr int depth = 100000;
+    QByteArray nodes;
+    for (int i = 0; i < depth; ++i) {
+        nodes += QByteArray(R"({"children":[)") + QByteArray::number(i + 1) + "]},";
+    }
+    const QString file = write("deep.gltf", gltf(nodes + "{}", "0"));
+    int levels = 0;
+    osg::traverse(importScene(file).root, [&levels](const NodePtr &) {
+        ++levels;
+        return osg::Action::Continue;
+    });
+    QCOMPARE(levels, depth + 1);
+    QVERIFY_EXCEPTION_THROWN(importScene(file, [](int) { return false; }), ImportCancelled);
+}
+
+void tst_workbench::treeSelectionIsTheHosts()
+{
+    SceneWatcher watcher;
+    SceneTree tree(&watcher);
+    tree.show();
+    const auto click = [&tree](int row, Qt::KeyboardModifiers modifiers) {
+        const QModelIndex index = tree.model()->index(row, 0, tree.model()->index(0, 0));
+        QTest::mouseClick(tree.viewport(), Qt::LeftButton, modifiers,
+                          tree.visualRect(index).center());
+    };
+    const auto names = [] {
+        QStringList texts;
+        for (const mkNodePtr &node : mkSelectionManager::getSelectedNodes()) {
+            texts += mkNodeUtils::getName(node.get());
+        }
+        return texts.join(' ');
+    };
+    const auto rows = [&tree] {
+        QStringList texts;
+        for (const QModelIndex &index : tree.selectionModel()->selectedIndexes()) {
+            texts += index.data().toString();
+        }
+        texts.sort();
+        return texts.join(' ');
+    };
+
+    click(1, {});
+    click(3, Qt::ControlModifier);
+    QCOMPARE(names(), QString("b d"));
+    mkUndo::stack()->undo();
+    QCOMPARE(rows(), QString("b"));
+
+    mkSelectionManager::selectNodes({ host.node("g2"), host.node("a"), host.node("c") });
+    QCOMPARE(rows(), QString("a c g2"));
+    QCOMPARE(names(), QString("g2 a c"));
+    // A node that nobody has told the tree about yet.
+    const NodePtr added = osg::Node::create();
+    added->setName("new");
+    host.node("group")->addChild(added);
+    mkSelectionManager::selectNode(added);
+    QCOMPARE(rows(), QString("new"));
+
+    mkScenegraph::removeNode(added);
+    QCoreApplication::processEvents();
+    QCOMPARE(rows(), QString());
+    click(0, {});
+    QCOMPARE(names(), QString("a"));
+}
+
+void tst_workbench::treeRevealsNodes()
+{
+    SceneWatcher watcher;
+    SceneTree tree(&watcher);
+    tree.resize(200, 120);
+    tree.show();
+    for (int i = 0; i < 200; ++i) {
+        const NodePtr node = osg::Node::create();
+        node->setName("n" + std::to_string(i));
+        host.node("group")->addChild(node);
+    }
+    QCoreApplication::processEvents();
+    tree.collapseAll();
+    mkScenegraph::scrollToNodes({ host.node("n150"), mkNodePtr() });
+    const QModelIndex shown = tree.indexAt(tree.viewport()->rect().center());
+    QVERIFY2(shown.data().toString().startsWith("n15") || shown.data().toString() == "n149",
+             qUtf8Printable(shown.data().toString()));
+}
+
+void tst_workbench::treeFollowsRandomEdits()
+{
+    SceneWatcher watcher;
+    SceneTree tree(&watcher);
+    tree.show();
+    QAbstractItemModel *const model = tree.model();
+    const QAbstractItemModelTester tester(model, QAbstractItemModelTester::FailureReportingMode::QtTest);
+    const unsigned seed = std::random_device()();
+    std::mt19937 random(seed);
+    const auto upTo = [&random](std::size_t count) { return random() % count; };
+    int named = 0;
+    for (int round = 0; round < 150; ++round) {
+        for (std::size_t edits = 1 + upTo(12); edits > 0; --edits) {
+            std::vector<NodePtr> nodes;
+            osg::traverse(mkScenegraph::getRoot(), [&nodes](const NodePtr &node) {
+                nodes.push_back(node);
+                return osg::Action::Continue;
+            });
+            const NodePtr one = nodes[upTo(nodes.size())];
+            const NodePtr other = nodes[upTo(nodes.size())];
+            switch (upTo(4)) {
+            case 0:
+                // Also makes a small tree that is attached only when done.
+                for (NodePtr parent = one; parent; parent = upTo(2) ? parent->getChildren().back() : nullptr) {
+                    const NodePtr added = osg::Node::create();
+                    added->setName("x" + std::to_string(named++));
+                    parent->addChild(added);
+                }
+                break;
+            case 1:
+                if (one->getParent()) {
+                    one->getParent()->subChild(one);
+                }
+                break;
+            case 2:
+                if (one->getParent()) {
+                    other->addChild(one);
+                }
+                break;
+            default:
+                one->setName("y" + std::to_string(named++));
+            }
+        }
+        QCoreApplication::processEvents();
+        const QString expected = nodeText(mkScenegraph::getRoot());
+        const QString shown = rowText(model, model->index(0, 0));
+        QVERIFY2(shown == expected, qUtf8Printable(QString("seed %1, round %2:\n%3\n%4")
+                                                       .arg(seed)
+                                                       .arg(round)
+                                                       .arg(shown, expected)));
+    }
+}
+
+void tst_workbench::treeShowsHiddenNodes()
+{
+    SceneWatcher watcher;
+    SceneTree tree(&watcher);
+    AttributesView view(&watcher);
+    const auto *const table = view.findChild<QTreeWidget *>();
+    const auto foreground = [&tree](int row) {
+        return tree.model()->index(row, 0, tree.model()->index(0, 0)).data(Qt::ForegroundRole);
+    };
+    host.addLayer("A", { "a" });
+    HostFixture::flag(host.attributes(0, "a"), 1) = false;
+    host.attributes(0, "a")->setOverrideMaterial(HostFixture::material("red"));
+    mkSelectionManager::selectNode(host.node("a"));
+    QVERIFY(!table->isEnabled());
+
+    HostFixture::store()->activateLayer(0);
+    QCoreApplication::processEvents();
+    QVERIFY(foreground(0).isValid() && !foreground(1).isValid());
+    QVERIFY(table->isEnabled());
+    QCOMPARE(table->topLevelItem(0)->text(1), QString("Off"));
+    QCOMPARE(table->topLevelItem(1)->text(1), QString("On"));
+    QCOMPARE(table->topLevelItem(11)->text(1), QString("red"));
+
+    mkNodeUtils::resetRenderLayerAttributes(mkScenegraph::getRoot());
+    QCoreApplication::processEvents();
+    QVERIFY(!foreground(0).isValid());
+    QCOMPARE(table->topLevelItem(0)->text(1), QString("On"));
+    QCOMPARE(table->topLevelItem(11)->text(1), QString("Empty"));
+}
+
+void tst_workbench::treeRowsDropOnLayers()
+{
+    SceneWatcher watcher;
+    const SceneTree tree(&watcher);
+    const MaterialsModel list(&watcher);
+    host.addLayer("A");
+    HostFixture::rebuild();
+    const auto drop = [this](const QString &path, QMimeData *data) {
+        const std::unique_ptr<QMimeData> owned(data);
+        const QPoint point = host.cell(path, 0).center();
+        QDragEnterEvent enter(point, Qt::CopyAction, data, Qt::LeftButton, {});
+        QCoreApplication::sendEvent(host.tree()->viewport(), &enter);
+        QDropEvent event(point, Qt::CopyAction, data, Qt::LeftButton, {});
+        QCoreApplication::sendEvent(host.tree()->viewport(), &event);
+    };
+    mkSelectionManager::selectNodes({ host.node("b"), host.node("d") });
+    drop("A", tree.model()->mimeData(tree.selectionModel()->selectedIndexes()));
+    QCOMPARE(host.rows(), QString("A[b d]"));
+    drop("A/d", list.mimeData({ list.index(1) }));
+    QCOMPARE(host.cells("A/d").section(' ', 1), QString("blue"));
+}
+
+void tst_workbench::materials()
+{
+    SceneWatcher watcher;
+    MaterialsModel list(&watcher);
+    const QAbstractItemModelTester tester(&list, QAbstractItemModelTester::FailureReportingMode::QtTest);
+    host.addLayer("A", { "a" });
+    host.attributes(0, "a")->setOverrideMaterial(HostFixture::material("red"));
+    HostFixture::rebuild();
+
+    QVERIFY(list.setData(list.index(0), "blue", Qt::EditRole));
+    QCOMPARE(host.cells("A/a").section(' ', 1), QString("blue1"));
+    QVERIFY(mkController::isModified());
+    QVERIFY(!list.setData(list.index(0), "", Qt::EditRole));
+
+    list.remove(list.index(0));
+    QCOMPARE(list.rowCount(), 1);
+    QVERIFY(!HostFixture::material("blue1"));
+    mkMaterials::addMaterial(osg::Material::create());
+    QCoreApplication::processEvents();
+    QCOMPARE(list.rowCount(), 2);
+    host.reset();
+    QCOMPARE(list.index(0).data().toString(), QString("red"));
+}
+
+void tst_workbench::logIsBounded()
+{
+    LogView view;
+    for (int i = 0; i < 6000; ++i) {
+        view.appendPlainText(QString::number(i));
+    }
+    mkLog::warning("<b>last</b>");
+    QVERIFY(view.blockCount() <= 5001);
+    QVERIFY(view.toPlainText().endsWith("\n<b>last</b>"));
+}
+
+void tst_workbench::program_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<int>("status");
+    QTest::addColumn<QString>("out");
+    QTest::addColumn<QString>("err");
+
+    const QString studio = MK_SCENES "/studio.gltf";
+    const QString script = write("script.py", "import sys\nprint(sys.argv[1:])\n"
+                                              "createRenderLayer('Paint')\n");
+    const QString failing = write("failing.py", "raise ValueError('no good')\n");
+    QTest::newRow("scene") << QStringList{ "--batch", MK_SCENES "/courtyard.obj" } << 0 << "" << "";
+    QTest::newRow("scripts") << QStringList{ "--batch", "--script", script, "--script", script,
+                                             studio, "--", "-x", "y" }
+                             << 0 << "['-x', 'y']\n['-x', 'y']\n" << "";
+    QTest::newRow("failing script")
+        << QStringList{ "--batch", "--script", failing, "--script", script } << 1 << ""
+        << "ValueError: no good";
+    QTest::newRow("missing script") << QStringList{ "--batch", "--script", "no.py" } << 1 << ""
+                                    << "no.py";
+    QTest::newRow("bad option") << QStringList{ "--bad" } << 1 << "" << "Unknown option 'bad'";
+    QTest::newRow("two scenes") << QStringList{ "--batch", studio, studio } << 1 << ""
+                                << "Only one scene";
+    QTest::newRow("no plug-ins") << QStringList{ "--batch", "--plugins", "nowhere" } << 0 << ""
+                                 << "There is no plug-in directory 'nowhere'!";
+    QTest::newRow("version") << QStringList{ "--version" } << 0 << "workbench 15.3\n" << "";
+    QTest::newRow("picture nowhere") << QStringList{ "--snapshot", "nowhere/picture.png" } << 1 << ""
+                                     << "nowhere/picture.png: the picture cannot be written";
+}
+
+void tst_workbench::program()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(QString, err);
+    const Run result = run(arguments);
+    QTEST(result.status, "status");
+    QTEST(result.out, "out");
+    QVERIFY2(result.err.contains(err), qUtf8Printable(result.err));
+}
+
+void tst_workbench::snapshotShowsScriptsWork()
+{
+    const QString script = write("layers.py", "for i in range(30): createRenderLayer('Layer')\n");
+    const auto picture = [this](const QStringList &arguments) {
+        const QString file = directory.filePath("picture.png");
+        QFile::remove(file);
+        const Run result = run(QStringList{ "--snapshot", file, MK_SCENES "/studio.gltf" } + arguments);
+        return result.status == 0 ? QImage(file) : QImage();
+    };
+    const QImage plain = picture({});
+    const QImage layers = picture({ "--script", script });
+    QVERIFY(plain.width() > 1000 && plain.size() == layers.size());
+    QVERIFY(plain != layers);
+    QVERIFY2(QDir(directory.filePath("config")).entryList(QDir::AllEntries | QDir::NoDotAndDotDot).isEmpty(),
+             "runs without a user must not write settings");
+}
+
+void tst_workbench::askedBeforeChangesAreLost()
+{
+    MainWindow window(false);
+    window.completeLayout();
+    window.show();
+    QString informative;
+    const auto answer = [&informative](QMessageBox::StandardButton button) {
+        return [&informative, button](QWidget *widget) {
+            auto *const box = qobject_cast<QMessageBox *>(widget);
+            informative = box->informativeText();
+            box->button(button)->click();
+        };
+    };
+    {
+        const ModalAnswers ok(answer(QMessageBox::Ok));
+        QVERIFY(!window.openFile(directory.filePath("missing.gltf")));
+        QCOMPARE(informative, QString("There is no such file."));
+    }
+    QVERIFY(window.openFile(MK_SCENES "/studio.gltf"));
+    QCOMPARE(window.windowTitle(), QString("studio.gltf[*] - Workbench"));
+    mkController::setModified(1);
+    QVERIFY(window.isWindowModified());
+    {
+        const ModalAnswers cancel(answer(QMessageBox::Cancel));
+        QVERIFY(!window.close());
+        QVERIFY(informative.contains("cannot save"));
+    }
+    const ModalAnswers discard(answer(QMessageBox::Discard));
+    QVERIFY(window.close());
+    mkController::setMainWindow(host.window());
+}
+
+HOST_TEST_MAIN(tst_workbench)
+#include "tst_workbench.moc"
