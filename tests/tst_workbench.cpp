@@ -61,8 +61,8 @@ QString coreText(const NodePtr &node)
 
 QByteArray gltf(const QByteArray &nodes, const QByteArray &roots, const QByteArray &rest = {})
 {
-    return R"({"asset":{"version":"2.0"},"scene":0,"scenes":[{"nodes":[)" + roots + R"(]}],"nodes":[)"
-           + nodes + ']' + rest + '}';
+    return R"({"asset":{"version":"2.0"},"scene":0,"scenes":[{"nodes":[)" + roots
+           + R"(]}],"nodes":[)" + nodes + ']' + rest + '}';
 }
 
 struct Run
@@ -145,12 +145,13 @@ void tst_workbench::importsNodes_data()
     QTest::addColumn<QByteArray>("content");
     QTest::addColumn<QString>("scene");
 
-    const QByteArray meshes = R"(,"meshes":[{"name":"box","primitives":[{"attributes":{"POSITION":0}}]}],
+    const QByteArray meshes =
+        R"(,"meshes":[{"name":"box","primitives":[{"attributes":{"POSITION":0}}]}],
         "accessors":[{"bufferView":0,"componentType":5126,"count":3,"type":"VEC3",
                       "min":[0,0,0],"max":[1,1,0]}],
         "bufferViews":[{"buffer":0,"byteLength":36}],
         "buffers":[{"byteLength":36,"uri":"data:application/octet-stream;base64,)"
-                              + QByteArray(QByteArray(36, '\0').toBase64()) + R"("}],
+        + QByteArray(QByteArray(36, '\0').toBase64()) + R"("}],
         "cameras":[{"type":"perspective","perspective":{"yfov":1,"znear":1}}])";
 
     QTest::newRow("one root") << "one.gltf"
@@ -159,18 +160,17 @@ void tst_workbench::importsNodes_data()
     QTest::newRow("several roots")
         << "several.gltf" << gltf(R"({"name":"a"},{"name":"b","translation":[1,2,3]})", "0,1")
         << "several:Group(a:Group b:Transform)";
-    QTest::newRow("contents")
-        << "contents.gltf"
-        << gltf(R"({"name":"r","children":[1,2,3]},{"name":"plain","mesh":0},
+    QTest::newRow("contents") << "contents.gltf"
+                              << gltf(R"({"name":"r","children":[1,2,3]},{"name":"plain","mesh":0},
                    {"name":"moved","mesh":0,"translation":[1,2,3]},{"name":"eye","camera":0})",
-                "0", meshes)
-        << "r:Group(plain:Geometry moved:Transform(box:Geometry) eye:Camera)";
+                                      "0", meshes)
+                              << "r:Group(plain:Geometry moved:Transform(box:Geometry) eye:Camera)";
     QTest::newRow("a root with a mesh can be put into layers")
-        << "mesh.gltf" << gltf(R"({"name":"r","mesh":0})", "0", meshes)
-        << "r:Group(box:Geometry)";
+        << "mesh.gltf" << gltf(R"({"name":"r","mesh":0})", "0", meshes) << "r:Group(box:Geometry)";
     QTest::newRow("two materials make two geometries")
-        << "two.obj" << QByteArray("o both\nv 0 0 0\nv 1 0 0\nv 0 1 0\nusemtl m\nf 1 2 3\n"
-                                   "usemtl n\nf 3 2 1\n")
+        << "two.obj"
+        << QByteArray("o both\nv 0 0 0\nv 1 0 0\nv 0 1 0\nusemtl m\nf 1 2 3\n"
+                      "usemtl n\nf 3 2 1\n")
         << "two.obj:Group(both:Group(both:Geometry n:Geometry))";
 }
 
@@ -199,7 +199,8 @@ void tst_workbench::importsMaterials()
                 return osg::Action::Quit;
             }
         }
-        if (mkNodeUtils::getPath(node) == "/studio/car/wheels/wheel_front_left/wheel_front_left_tyre") {
+        if (mkNodeUtils::getPath(node)
+            == "/studio/car/wheels/wheel_front_left/wheel_front_left_tyre") {
             tyre = node;
         }
         return osg::Action::Continue;
@@ -222,15 +223,16 @@ void tst_workbench::refusesFiles_data()
     QTest::newRow("missing") << "missing.gltf" << QByteArray() << "There is no such file.";
     QTest::newRow("directory") << "." << QByteArray() << "It is a directory.";
     QTest::newRow("empty") << "empty.gltf" << QByteArray("") << "The file is empty.";
-    QTest::newRow("truncated") << "truncated.gltf" << studio.read(5000)
-                               << "The file is damaged or not of the format that its name promises.";
+    QTest::newRow("truncated")
+        << "truncated.gltf" << studio.read(5000)
+        << "The file is damaged or not of the format that its name promises.";
     QTest::newRow("unknown") << "unknown.txt1" << QByteArray("text")
                              << "The file is of an unknown format.";
     QTest::newRow("no scene") << "no.gltf" << QByteArray(R"({"asset":{"version":"2.0"}})")
                               << "GLTF: No scene";
     QTest::newRow("empty scene") << "nothing.gltf" << gltf("", "") << "The file holds no scene.";
-    QTest::newRow("circle") << "circle.gltf"
-                            << gltf(R"({"children":[1]},{"children":[0]})", "0") << "recursive";
+    QTest::newRow("circle") << "circle.gltf" << gltf(R"({"children":[1]},{"children":[0]})", "0")
+                            << "recursive";
 }
 
 void tst_workbench::refusesFiles()
@@ -310,7 +312,7 @@ void tst_workbench::treeSelectionIsTheHosts()
     QCOMPARE(rows(), QString("new"));
 
     mkScenegraph::removeNode(added);
-    QCoreApplication::processEvents();
+    watcher.deliver();
     QCOMPARE(rows(), QString());
     click(0, {});
     QCOMPARE(names(), QString("a"));
@@ -327,7 +329,7 @@ void tst_workbench::treeRevealsNodes()
         node->setName("n" + std::to_string(i));
         host.node("group")->addChild(node);
     }
-    QCoreApplication::processEvents();
+    watcher.deliver();
     tree.collapseAll();
     mkScenegraph::scrollToNodes({ host.node("n150"), mkNodePtr() });
     const QModelIndex shown = tree.indexAt(tree.viewport()->rect().center());
@@ -341,7 +343,8 @@ void tst_workbench::treeFollowsRandomEdits()
     SceneTree tree(&watcher);
     tree.show();
     QAbstractItemModel *const model = tree.model();
-    const QAbstractItemModelTester tester(model, QAbstractItemModelTester::FailureReportingMode::QtTest);
+    const QAbstractItemModelTester tester(model,
+                                          QAbstractItemModelTester::FailureReportingMode::QtTest);
     const unsigned seed = std::random_device()();
     std::mt19937 random(seed);
     const auto upTo = [&random](std::size_t count) { return random() % count; };
@@ -358,7 +361,8 @@ void tst_workbench::treeFollowsRandomEdits()
             switch (upTo(4)) {
             case 0:
                 // Also makes a small tree that is attached only when done.
-                for (NodePtr parent = one; parent; parent = upTo(2) ? parent->getChildren().back() : nullptr) {
+                for (NodePtr parent = one; parent;
+                     parent = upTo(2) ? parent->getChildren().back() : nullptr) {
                     const NodePtr added = osg::Node::create();
                     added->setName("x" + std::to_string(named++));
                     parent->addChild(added);
@@ -378,7 +382,7 @@ void tst_workbench::treeFollowsRandomEdits()
                 one->setName("y" + std::to_string(named++));
             }
         }
-        QCoreApplication::processEvents();
+        watcher.deliver();
         const QString expected = nodeText(mkScenegraph::getRoot());
         const QString shown = rowText(model, model->index(0, 0));
         QVERIFY2(shown == expected, qUtf8Printable(QString("seed %1, round %2:\n%3\n%4")
@@ -404,7 +408,7 @@ void tst_workbench::treeShowsHiddenNodes()
     QVERIFY(!table->isEnabled());
 
     HostFixture::store()->activateLayer(0);
-    QCoreApplication::processEvents();
+    watcher.deliver();
     QVERIFY(foreground(0).isValid() && !foreground(1).isValid());
     QVERIFY(table->isEnabled());
     QCOMPARE(table->topLevelItem(0)->text(1), QString("Off"));
@@ -412,7 +416,7 @@ void tst_workbench::treeShowsHiddenNodes()
     QCOMPARE(table->topLevelItem(11)->text(1), QString("red"));
 
     mkNodeUtils::resetRenderLayerAttributes(mkScenegraph::getRoot());
-    QCoreApplication::processEvents();
+    watcher.deliver();
     QVERIFY(!foreground(0).isValid());
     QCOMPARE(table->topLevelItem(0)->text(1), QString("On"));
     QCOMPARE(table->topLevelItem(11)->text(1), QString("Empty"));
@@ -444,7 +448,8 @@ void tst_workbench::materials()
 {
     SceneWatcher watcher;
     MaterialsModel list(&watcher);
-    const QAbstractItemModelTester tester(&list, QAbstractItemModelTester::FailureReportingMode::QtTest);
+    const QAbstractItemModelTester tester(&list,
+                                          QAbstractItemModelTester::FailureReportingMode::QtTest);
     host.addLayer("A", { "a" });
     host.attributes(0, "a")->setOverrideMaterial(HostFixture::material("red"));
     HostFixture::rebuild();
@@ -458,7 +463,7 @@ void tst_workbench::materials()
     QCOMPARE(list.rowCount(), 1);
     QVERIFY(!HostFixture::material("blue1"));
     mkMaterials::addMaterial(osg::Material::create());
-    QCoreApplication::processEvents();
+    watcher.deliver();
     QCOMPARE(list.rowCount(), 2);
     host.reset();
     QCOMPARE(list.index(0).data().toString(), QString("red"));
@@ -486,23 +491,28 @@ void tst_workbench::program_data()
     const QString script = write("script.py", "import sys\nprint(sys.argv[1:])\n"
                                               "createRenderLayer('Paint')\n");
     const QString failing = write("failing.py", "raise ValueError('no good')\n");
-    QTest::newRow("scene") << QStringList{ "--batch", MK_SCENES "/courtyard.obj" } << 0 << "" << "";
+    QTest::newRow("scene") << QStringList{ "--batch", MK_SCENES "/courtyard.obj" } << 0 << ""
+                           << "";
     QTest::newRow("scripts") << QStringList{ "--batch", "--script", script, "--script", script,
-                                             studio, "--", "-x", "y" }
-                             << 0 << "['-x', 'y']\n['-x', 'y']\n" << "";
+                                             studio,    "--",       "-x",   "y" }
+                             << 0 << "['-x', 'y']\n['-x', 'y']\n"
+                             << "";
     QTest::newRow("failing script")
         << QStringList{ "--batch", "--script", failing, "--script", script } << 1 << ""
         << "ValueError: no good";
     QTest::newRow("missing script") << QStringList{ "--batch", "--script", "no.py" } << 1 << ""
                                     << "no.py";
-    QTest::newRow("bad option") << QStringList{ "--bad" } << 1 << "" << "Unknown option 'bad'";
+    QTest::newRow("bad option") << QStringList{ "--bad" } << 1 << ""
+                                << "Unknown option 'bad'";
     QTest::newRow("two scenes") << QStringList{ "--batch", studio, studio } << 1 << ""
                                 << "Only one scene";
     QTest::newRow("no plug-ins") << QStringList{ "--batch", "--plugins", "nowhere" } << 0 << ""
                                  << "There is no plug-in directory 'nowhere'!";
-    QTest::newRow("version") << QStringList{ "--version" } << 0 << "workbench 15.3\n" << "";
-    QTest::newRow("picture nowhere") << QStringList{ "--snapshot", "nowhere/picture.png" } << 1 << ""
-                                     << "nowhere/picture.png: the picture cannot be written";
+    QTest::newRow("version") << QStringList{ "--version" } << 0 << "workbench 15.3\n"
+                             << "";
+    QTest::newRow("picture nowhere")
+        << QStringList{ "--snapshot", "nowhere/picture.png" } << 1 << ""
+        << "nowhere/picture.png: the picture cannot be written";
 }
 
 void tst_workbench::program()
@@ -521,14 +531,17 @@ void tst_workbench::snapshotShowsScriptsWork()
     const auto picture = [this](const QStringList &arguments) {
         const QString file = directory.filePath("picture.png");
         QFile::remove(file);
-        const Run result = run(QStringList{ "--snapshot", file, MK_SCENES "/studio.gltf" } + arguments);
+        const Run result = run(QStringList{ "--snapshot", file, MK_SCENES "/studio.gltf" }
+                               + arguments);
         return result.status == 0 ? QImage(file) : QImage();
     };
     const QImage plain = picture({});
     const QImage layers = picture({ "--script", script });
     QVERIFY(plain.width() > 1000 && plain.size() == layers.size());
     QVERIFY(plain != layers);
-    QVERIFY2(QDir(directory.filePath("config")).entryList(QDir::AllEntries | QDir::NoDotAndDotDot).isEmpty(),
+    QVERIFY2(QDir(directory.filePath("config"))
+                 .entryList(QDir::AllEntries | QDir::NoDotAndDotDot)
+                 .isEmpty(),
              "runs without a user must not write settings");
 }
 

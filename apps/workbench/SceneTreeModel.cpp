@@ -132,9 +132,7 @@ bool SceneTreeModel::canFetchMore(const QModelIndex &parent) const
 void SceneTreeModel::fetchMore(const QModelIndex &parent)
 {
     if (canFetchMore(parent)) {
-        const auto id = quint32(parent.internalId());
-        entries[id].read = true;
-        insertNew(id, childIds(node(parent)));
+        insertNew(quint32(parent.internalId()), childIds(node(parent)));
     }
 }
 
@@ -230,17 +228,18 @@ void SceneTreeModel::enterRoot()
 void SceneTreeModel::syncChildren(const QSet<quint32> &nodeIds)
 {
     const QScopedValueRollback<bool> guard(following, true);
-    // Removing comes first, under all parents: a node may have moved from one to another, and an
-    // id may have been used again.
+    // Removing comes first, under all parents: a node may have moved from one to another.
     std::vector<quint32> changed;
+    QSet<quint32> seen;
     std::vector<quint32> pending(nodeIds.begin(), nodeIds.end());
     while (!pending.empty()) {
         const quint32 id = pending.back();
         pending.pop_back();
         const auto found = entries.constFind(id);
-        if (found == entries.cend()) {
+        if (found == entries.cend() || seen.contains(id)) {
             continue;
         }
+        seen.insert(id);
         const std::vector<quint32> actual = childIds(nodeOf(id));
         if (!found->read) {
             // A view that has seen the row must learn whether it can be expanded now.
@@ -249,13 +248,14 @@ void SceneTreeModel::syncChildren(const QSet<quint32> &nodeIds)
             }
             entries[id].read = true;
         }
-        removeMissing(id, actual);
-        changed.push_back(id);
+        if (entries[id].children != actual) {
+            removeMissing(id, actual);
+            changed.push_back(id);
+        }
+        // Ids are used again: what looks like a child that stayed may be another node, and so may
+        // everything below it.
         for (const quint32 child : entries[id].children) {
-            // Another node of the same id and place has had no change of its own yet.
-            const Entry entry = entries.value(child);
-            if (entry.read && !nodeIds.contains(child)
-                && entry.children != childIds(nodeOf(child))) {
+            if (entries[child].read) {
                 pending.push_back(child);
             }
         }
@@ -304,6 +304,7 @@ void SceneTreeModel::removeMissing(quint32 id, const std::vector<quint32> &actua
 
 void SceneTreeModel::insertNew(quint32 id, const std::vector<quint32> &actual)
 {
+    entries[id].read = true;
     for (std::size_t i = 0; i < actual.size(); ++i) {
         const std::vector<quint32> &shown = entries[id].children;
         if (i < shown.size() && shown[i] == actual[i]) {
