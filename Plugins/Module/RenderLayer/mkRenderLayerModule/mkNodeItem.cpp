@@ -1,6 +1,7 @@
 #include "mkNodeItem.h"
 
 #include "mkEndEdit.h"
+#include "mkHostAccess.h"
 #include "mkIconManager/mkIconManager.h"
 #include "mkKernel/mkScenegraph.h"
 #include "mkNodeListWidget.h"
@@ -128,8 +129,8 @@ void mkNodeItem::updateOverrideMaterial(const osg::RaytracingGeoAttachmentPtr &a
 
 void mkNodeItem::writeAttributes()
 {
-    const osg::RaytracingGeoAttachmentPtr attributes =
-        mkScenegraph::getRenderLayer()->getAttributes(getLayerIndex(), getNode());
+    const osg::RaytracingGeoAttachmentPtr attributes = mkStore()->getAttributes(getLayerIndex(),
+                                                                                getNode());
     if (!attributes) {
         return;
     }
@@ -139,30 +140,30 @@ void mkNodeItem::writeAttributes()
     }
     mkSetRenderAttributes(attributes, flags);
     endEdit(attributes, osg::AllFields);
-    mkScenegraph::getRenderLayer()->setAttributes(getLayerIndex(), getNode(), attributes);
+    mkStore()->setAttributes(getLayerIndex(), getNode(), attributes);
 }
 
 void mkNodeItem::commitLayerName()
 {
     if (isLayer()) {
         const QByteArray name = data(mkColumn::Layer, Qt::DisplayRole).toString().toUtf8();
-        mkScenegraph::getRenderLayer()->setLayerName(getLayerIndex(), name.toStdString());
+        mkStore()->setLayerName(getLayerIndex(), name.toStdString());
     }
 }
 
 void mkNodeItem::activate()
 {
     if (isNode()) {
-        mkScenegraph::getRenderLayer()->activateNode(getLayerIndex(), getNode());
+        mkStore()->activateNode(getLayerIndex(), getNode());
     } else if (isLayer()) {
-        mkScenegraph::getRenderLayer()->activateLayer(getLayerIndex());
+        mkStore()->activateLayer(getLayerIndex());
     }
 }
 
 void mkNodeItem::clearOverrideMaterial()
 {
-    const osg::RaytracingGeoAttachmentPtr attributes =
-        mkScenegraph::getRenderLayer()->getAttributes(getLayerIndex(), getNode());
+    const osg::RaytracingGeoAttachmentPtr attributes = mkStore()->getAttributes(getLayerIndex(),
+                                                                                getNode());
     if (attributes) {
         attributes->setOverrideMaterial(osg::NullFC);
         attributes->setUseOverrideMaterial(false);
@@ -173,7 +174,14 @@ QVariant mkNodeItem::data(int column, int role) const
 {
     if (role == Qt::DecorationRole && column == mkColumn::Layer && isNode()) {
         if (const osg::NodePtr node = getNode()) {
-            return mkScenegraph::getNodeIcon(node->getCore(), node, false);
+            // The view is asking, in the middle of its rows.
+            const mkNodeListWidget::RowsInUse inUse(qobject_cast<mkNodeListWidget *>(treeWidget()),
+                                                    mkNodeListWidget::RowsInUse::RebuildLater);
+            try {
+                return mkScenegraph::getNodeIcon(node->getCore(), node, false);
+            } catch (...) {
+                mkReportFailure("mkNodeItem::data");
+            }
         }
     }
     return QTreeWidgetItem::data(column, role);

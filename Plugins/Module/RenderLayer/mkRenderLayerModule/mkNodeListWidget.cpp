@@ -174,8 +174,7 @@ void mkNodeListWidget::keyPressEvent(QKeyEvent *event)
         case Qt::Key_F2:
             return rename();
         case Qt::Key_Delete:
-            deleteLayers();
-            return deleteNodes();
+            return deleteSelected();
         default:
             break;
         }

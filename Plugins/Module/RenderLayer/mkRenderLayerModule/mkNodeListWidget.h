@@ -37,12 +37,16 @@ public:
 
     /// Draws the tree anew from the store. Expansion comes from the store. With `keepSelection`
     /// every selected layer row and visible node row is selected again, found by layer name and
-    /// node; without it, only the current row, if it was selected.
+    /// node; without it, only the current row, if it was selected. While rows are in use the
+    /// rebuild waits for the end of that, and then is one without `keepSelection`.
     void rebuildTree(bool keepSelection);
     /// Widens the first column to its contents; never makes it narrower.
     void fitFirstColumn();
     /// Activates every selected row in the store, then requests a render.
     void activateSelected();
+    /// Adds a layer and rebuilds. An empty name gives the default name; a name already taken gets
+    /// a number behind it.
+    void addLayer(const QString &name);
     /// Adds `node` to the layer named `layerName` (UTF-8) and rebuilds. Nothing when either is
     /// null.
     void addNodeToLayer(const osg::NodePtr &node, const char *layerName);
@@ -53,6 +57,25 @@ public:
 
     /// indexOfTopLevelItem() that does not search all layers anew for each of their rows.
     int topLevelRow(const QTreeWidgetItem *item) const { return indexFromItem(item).row(); }
+
+    /// To be held while rows are used across host calls: those may send a message that asks for a
+    /// rebuild, which would delete the rows. What was asked for is done when the last of these
+    /// ends, or later, with the event loop.
+    class RowsInUse
+    {
+    public:
+        enum End { RebuildAtEnd, RebuildLater };
+
+        /// `tree` may be null.
+        explicit RowsInUse(mkNodeListWidget *tree, End end = RebuildAtEnd);
+        ~RowsInUse();
+        RowsInUse(const RowsInUse &) = delete;
+        RowsInUse &operator=(const RowsInUse &) = delete;
+
+    private:
+        QPointer<mkNodeListWidget> tree;
+        End end;
+    };
 
     // The delegate lays its cells out as the view does.
     using QTreeWidget::viewOptions;
@@ -101,6 +124,14 @@ private:
     struct SelectionMemory;
     enum class Direction { Up, Down };
 
+    /// For the handler of a slot or an event: reports the exception in flight, marks the document
+    /// modified and rebuilds, since the store may have been changed half-way.
+    void recover(const char *function) noexcept;
+    /// Does the rebuild that was put off, if there is one and rows are no longer in use.
+    void catchUp() noexcept;
+    /// rebuildTree() at once, for commands that are through with their rows.
+    void drawTree(bool keepSelection);
+
     void createActions();
     void registerKeys();
 
@@ -129,6 +160,8 @@ private:
     void makeCurrent(QTreeWidgetItem *item);
     void storeExpansion(QTreeWidgetItem *item);
 
+    void removeSelectedLayers();
+    void removeSelectedNodes();
     void move(Direction direction);
     bool moveLayers(const Rows &layers, Direction direction);
     bool moveNodes(const std::vector<Rows> &groups, Direction direction);
@@ -154,5 +187,6 @@ private:
     QAction *clearOverrideMaterialAction = nullptr;
     mkOverrideMaterialItemDelegate *overrideMaterialDelegate;
     QPointer<mkAttributesGUIW> attributesDialog;
-    bool rebuilding = false;
+    int rowsInUse = 0;
+    bool rebuildPending = false;
 };

@@ -2,6 +2,7 @@
 
 #include "mkAttributesGUIW.h"
 #include "mkEndEdit.h"
+#include "mkHostAccess.h"
 #include "mkKernel/mkController.h"
 #include "mkKernel/mkScenegraph.h"
 #include "mkNodeItem.h"
@@ -12,15 +13,18 @@
 #include <QMouseEvent>
 
 void mkNodeListWidget::doubleClicked(QTreeWidgetItem *item, int col)
-{
+try {
     auto *const row = static_cast<mkNodeItem *>(item);
     if (!row || row->isLayer() || col < mkColumn::FirstAttribute || col > mkColumn::LastAttribute) {
         return;
     }
+    const RowsInUse inUse(this);
     const bool old = row->data(col, Qt::UserRole).toBool();
     row->setData(col, Qt::UserRole, !old);
     row->setData(col, Qt::DisplayRole, old ? tr("Off") : tr("On"));
     row->writeAttributes();
+} catch (...) {
+    recover("mkNodeListWidget::doubleClicked");
 }
 
 void mkNodeListWidget::mousePressEvent(QMouseEvent *event)
@@ -60,16 +64,20 @@ void mkNodeListWidget::mouseReleaseEvent(QMouseEvent *event)
 }
 
 void mkNodeListWidget::clickClearButton(mkNodeItem *row)
-{
+try {
+    const RowsInUse inUse(this);
     row->clearOverrideMaterial();
     row->writeAttributes();
     row->updateOverrideMaterial(getItemAttributes(row));
     fitFirstColumn();
     mkController::setModified(1);
+} catch (...) {
+    recover("mkNodeListWidget::mouseReleaseEvent");
 }
 
 void mkNodeListWidget::clearOverrideMaterial()
-{
+try {
+    const RowsInUse inUse(this);
     bool cleared = false;
     for (mkNodeItem *row : selectedRows(false)) {
         if (row->isNode()) {
@@ -78,14 +86,17 @@ void mkNodeListWidget::clearOverrideMaterial()
         }
     }
     if (cleared) {
-        rebuildTree(false);
+        drawTree(false);
         fitFirstColumn();
         mkController::setModified(1);
     }
+} catch (...) {
+    recover("mkNodeListWidget::clearOverrideMaterial");
 }
 
 void mkNodeListWidget::setOverrideMaterial(mkNodeItem *item, const osg::MaterialPtr &material)
 {
+    const RowsInUse inUse(this);
     const osg::RaytracingGeoAttachmentPtr attributes = getItemAttributes(item);
     if (!attributes) {
         return;
@@ -103,7 +114,7 @@ osg::RaytracingGeoAttachmentPtr mkNodeListWidget::getItemAttributes(mkNodeItem *
     if (!item || !item->isNode() || !item->getNode()) {
         return osg::NullFC;
     }
-    const osg::RenderLayersPtr content = mkScenegraph::getRenderLayer()->getAttachment();
+    const osg::RenderLayersPtr content = mkStore()->getAttachment();
     const osg::RenderLayerPtr layer = content ? content->getLayer(item->getLayerIndex())
                                               : osg::RenderLayerPtr();
     const int index = item->getAttributeIndex();
@@ -137,7 +148,7 @@ mkNodeListWidget::Rows mkNodeListWidget::getTargetNodeItems() const
 }
 
 void mkNodeListWidget::applyAttributesToSelected()
-{
+try {
     if (!selectionModel()->hasSelection()) {
         return;
     }
@@ -150,9 +161,10 @@ void mkNodeListWidget::applyAttributesToSelected()
     if (!self || !attributesDialog || result != QDialog::Accepted) {
         return;
     }
+    const RowsInUse inUse(this);
     const mkRenderAttributeFlags flags = attributesDialog->getFlags();
     const Rows targets = getTargetNodeItems();
-    mkRenderLayer *const store = mkScenegraph::getRenderLayer();
+    mkRenderLayer *const store = mkStore();
     for (const mkNodeItem *row : targets) {
         const unsigned index = row->getLayerIndex();
         const osg::NodePtr node = row->getNode();
@@ -162,6 +174,8 @@ void mkNodeListWidget::applyAttributesToSelected()
             store->setAttributes(index, node, attributes);
         }
     }
-    rebuildTree(true);
+    drawTree(true);
     mkController::setModified(1);
+} catch (...) {
+    recover("mkNodeListWidget::applyAttributesToSelected");
 }

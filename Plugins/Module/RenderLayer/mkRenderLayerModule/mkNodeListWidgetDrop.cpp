@@ -1,5 +1,6 @@
 // What can be dropped on the tree: scene nodes on a layer row, a material on a node row.
 
+#include "mkHostAccess.h"
 #include "mkKernel/mkController.h"
 #include "mkKernel/mkScenegraph.h"
 #include "mkKernel/mkTypeConverter.h"
@@ -60,7 +61,7 @@ void mkNodeListWidget::acceptDrag(QDragMoveEvent *event)
 }
 
 void mkNodeListWidget::dropEvent(QDropEvent *event)
-{
+try {
     auto *const row = static_cast<mkNodeItem *>(itemAt(event->pos()));
     if (!row) {
         return;
@@ -72,6 +73,8 @@ void mkNodeListWidget::dropEvent(QDropEvent *event)
         fitFirstColumn();
         mkController::setModified(1);
     }
+} catch (...) {
+    recover("mkNodeListWidget::dropEvent");
 }
 
 void mkNodeItem::processDrop(const QDropEvent *event)
@@ -95,7 +98,7 @@ void mkNodeItem::dropNodes(const QDropEvent *event)
     const unsigned index = getLayerIndex();
     // Adding runs host code, which may rebuild the tree and so delete this row.
     const QPointer<mkNodeListWidget> tree = qobject_cast<mkNodeListWidget *>(treeWidget());
-    mkRenderLayer *const store = mkScenegraph::getRenderLayer();
+    mkRenderLayer *const store = mkStore();
     const std::vector<mkNodePtr> nodes = mkScenegraph::getSelectedRootNodes();
     if (nodes.size() == 1 && nodes.front() == mkScenegraph::getRoot()) {
         QMessageBox::warning(nullptr, QCoreApplication::translate("mkNodeItem", "Render Layer"),
@@ -114,13 +117,15 @@ void mkNodeItem::dropNodes(const QDropEvent *event)
 
 void mkNodeItem::dropMaterial(const QDropEvent *event)
 {
+    auto *const tree = qobject_cast<mkNodeListWidget *>(treeWidget());
+    const mkNodeListWidget::RowsInUse inUse(tree);
     const mkdMaterial dropped = readDroppedMaterial(event->mimeData(), materialFormat());
     const osg::MaterialPtr material = mkTypeConverter::convertMaterial(dropped);
     if (!material) {
         std::cerr << "ERROR dropped" << std::endl;
         return;
     }
-    if (auto *const tree = qobject_cast<mkNodeListWidget *>(treeWidget())) {
+    if (tree) {
         tree->setOverrideMaterial(this, material);
     }
 }

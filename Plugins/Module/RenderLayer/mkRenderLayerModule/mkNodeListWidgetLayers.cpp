@@ -1,5 +1,6 @@
 // Commands on the list of layers, moves, and the selection of scene nodes.
 
+#include "mkHostAccess.h"
 #include "mkKernel/mkController.h"
 #include "mkKernel/mkScenegraph.h"
 #include "mkKernel/mkSelectionManager.h"
@@ -28,7 +29,7 @@ void appendNodesBelow(const mkNodeItem *layer, std::vector<mkNodePtr> &nodes)
 std::vector<std::string> namesOfLayers()
 {
     std::vector<std::string> names;
-    if (const osg::RenderLayersPtr content = mkScenegraph::getRenderLayer()->getAttachment()) {
+    if (const osg::RenderLayersPtr content = mkStore()->getAttachment()) {
         for (const osg::FieldContainerPtr &entry : content->getLayers()) {
             if (const osg::RenderLayerPtr layer{ entry }) {
                 names.push_back(layer->getName());
@@ -48,10 +49,15 @@ void selectInHost(const std::vector<mkNodePtr> &nodes)
 } // namespace
 
 void mkNodeListWidget::createLayer(QString name)
+try {
+    addLayer(name);
+} catch (...) {
+    recover("mkNodeListWidget::createLayer");
+}
+
+void mkNodeListWidget::addLayer(const QString &wanted)
 {
-    if (name.isEmpty()) {
-        name = tr("Layer");
-    }
+    const QString name = wanted.isEmpty() ? tr("Layer") : wanted;
     QSet<QString> taken;
     for (int i = 0; i < topLevelItemCount(); ++i) {
         taken.insert(topLevelItem(i)->text(mkColumn::Layer));
@@ -60,7 +66,7 @@ void mkNodeListWidget::createLayer(QString name)
     for (int counter = 1; taken.contains(candidate); ++counter) {
         candidate = name + QString::number(counter);
     }
-    mkScenegraph::getRenderLayer()->addLayer(candidate.toUtf8().toStdString());
+    mkStore()->addLayer(candidate.toUtf8().toStdString());
     rebuildTree(false);
     fitFirstColumn();
     mkController::setModified(1);
@@ -75,7 +81,7 @@ void mkNodeListWidget::renameLayer()
 }
 
 void mkNodeListWidget::changedItem(QTreeWidgetItem *item, int)
-{
+try {
     auto *const row = static_cast<mkNodeItem *>(item);
     if (!row || !row->isLayer()) {
         return;
@@ -102,10 +108,13 @@ void mkNodeListWidget::changedItem(QTreeWidgetItem *item, int)
         fitFirstColumn();
         rebuildTree(false);
     }
+} catch (...) {
+    recover("mkNodeListWidget::changedItem");
 }
 
 void mkNodeListWidget::duplicateLayer()
-{
+try {
+    const RowsInUse inUse(this);
     const Rows layers = getSelectedLayerItems();
     if (layers.empty()) {
         return;
@@ -115,21 +124,27 @@ void mkNodeListWidget::duplicateLayer()
         const std::string base = row->text(mkColumn::Layer).toUtf8().toStdString();
         taken.push_back(mkNodeUtils::getUniqueName(base, taken));
         osg::RenderLayerPtr copy;
-        mkScenegraph::getRenderLayer()->copyLayer(row->getLayerIndex(), taken.back(), &copy);
+        mkStore()->copyLayer(row->getLayerIndex(), taken.back(), &copy);
     }
-    rebuildTree(false);
+    drawTree(false);
     fitFirstColumn();
     mkController::setModified(1);
+} catch (...) {
+    recover("mkNodeListWidget::duplicateLayer");
 }
 
 void mkNodeListWidget::moveUpNode()
-{
+try {
     move(Direction::Up);
+} catch (...) {
+    recover("mkNodeListWidget::moveUpNode");
 }
 
 void mkNodeListWidget::moveDownNode()
-{
+try {
     move(Direction::Down);
+} catch (...) {
+    recover("mkNodeListWidget::moveDownNode");
 }
 
 void mkNodeListWidget::move(Direction direction)
@@ -137,6 +152,7 @@ void mkNodeListWidget::move(Direction direction)
     if (!selectionModel()->hasSelection()) {
         return;
     }
+    const RowsInUse inUse(this);
     std::vector<Rows> groups;
     const std::size_t nodes = getSelectedNodeItemsByLayer(groups);
     const Rows layers = getSelectedLayerItems();
@@ -153,7 +169,7 @@ void mkNodeListWidget::move(Direction direction)
     } else if (!(layers.empty() ? moveNodes(groups, direction) : moveLayers(layers, direction))) {
         return;
     }
-    rebuildTree(total >= 2);
+    drawTree(total >= 2);
 }
 
 bool mkNodeListWidget::moveLayers(const Rows &layers, Direction direction)
@@ -194,7 +210,7 @@ bool mkNodeListWidget::moveNodes(const std::vector<Rows> &groups, Direction dire
 
 void mkNodeListWidget::moveInStore(const mkNodeItem *row, unsigned layerIndex, Direction direction)
 {
-    mkRenderLayer *const store = mkScenegraph::getRenderLayer();
+    mkRenderLayer *const store = mkStore();
     if (direction == Direction::Up) {
         row->isLayer() ? store->moveUpLayer(layerIndex)
                        : store->moveUpNode(layerIndex, row->getNode());
@@ -205,10 +221,11 @@ void mkNodeListWidget::moveInStore(const mkNodeItem *row, unsigned layerIndex, D
 }
 
 void mkNodeListWidget::selectNodes()
-{
+try {
     if (!selectionModel()->hasSelection()) {
         return;
     }
+    const RowsInUse inUse(this);
     const Rows nodeRows = selectedRows(false);
     const Rows layers = getSelectedLayerItems();
     std::vector<mkNodePtr> nodes;
@@ -238,6 +255,8 @@ void mkNodeListWidget::selectNodes()
         appendNodesBelow(layer, nodes);
     }
     selectInHost(nodes);
+} catch (...) {
+    mkReportFailure("mkNodeListWidget::selectNodes");
 }
 
 void mkNodeListWidget::addNodeToLayer(const osg::NodePtr &node, const char *layerName)
@@ -245,7 +264,7 @@ void mkNodeListWidget::addNodeToLayer(const osg::NodePtr &node, const char *laye
     if (!node || !layerName) {
         return;
     }
-    mkScenegraph::getRenderLayer()->addNode(std::string(layerName), node);
+    mkStore()->addNode(std::string(layerName), node);
     rebuildTree(false);
     fitFirstColumn();
     mkController::setModified(1);

@@ -1,5 +1,6 @@
 // Commands that take layers and nodes out, put scene nodes in, and clean up.
 
+#include "mkHostAccess.h"
 #include "mkKernel/mkController.h"
 #include "mkKernel/mkScenegraph.h"
 #include "mkNodeItem.h"
@@ -9,9 +10,25 @@
 #include <set>
 
 void mkNodeListWidget::deleteSelected()
-{
-    deleteLayers();
-    deleteNodes();
+try {
+    removeSelectedLayers();
+    removeSelectedNodes();
+} catch (...) {
+    recover("mkNodeListWidget::deleteSelected");
+}
+
+void mkNodeListWidget::deleteLayers()
+try {
+    removeSelectedLayers();
+} catch (...) {
+    recover("mkNodeListWidget::deleteLayers");
+}
+
+void mkNodeListWidget::deleteNodes()
+try {
+    removeSelectedNodes();
+} catch (...) {
+    recover("mkNodeListWidget::deleteNodes");
 }
 
 QStringList mkNodeListWidget::getSelectedLayerNames() const
@@ -23,29 +40,30 @@ QStringList mkNodeListWidget::getSelectedLayerNames() const
     return names;
 }
 
-void mkNodeListWidget::deleteLayers()
+void mkNodeListWidget::removeSelectedLayers()
 {
     const QStringList names = getSelectedLayerNames();
     if (names.isEmpty()) {
         return;
     }
     for (const QString &name : names) {
-        mkScenegraph::getRenderLayer()->subLayer(name.toUtf8().toStdString());
+        mkStore()->subLayer(name.toUtf8().toStdString());
     }
     rebuildTree(true);
     mkController::setModified(1);
 }
 
-void mkNodeListWidget::deleteNodes()
+void mkNodeListWidget::removeSelectedNodes()
 {
+    const RowsInUse inUse(this);
     const Rows rows = selectedRows(false);
     if (rows.empty()) {
         return;
     }
     for (const mkNodeItem *row : rows) {
-        mkScenegraph::getRenderLayer()->subNode(row->getLayerIndex(), row->getNode());
+        mkStore()->subNode(row->getLayerIndex(), row->getNode());
     }
-    rebuildTree(false);
+    drawTree(false);
     mkController::setModified(1);
 }
 
@@ -66,7 +84,8 @@ mkNodeListWidget::Rows mkNodeListWidget::getTargetLayerItems() const
 }
 
 void mkNodeListWidget::addSelectedNodes()
-{
+try {
+    const RowsInUse inUse(this);
     const Rows targets = getTargetLayerItems();
     if (targets.empty()) {
         return;
@@ -75,17 +94,21 @@ void mkNodeListWidget::addSelectedNodes()
     for (const mkNodeItem *layer : targets) {
         const unsigned index = layer->getLayerIndex();
         for (const mkNodePtr &node : nodes) {
-            mkScenegraph::getRenderLayer()->addNode(index, node.get());
+            mkStore()->addNode(index, node.get());
         }
     }
-    rebuildTree(false);
+    drawTree(false);
     fitFirstColumn();
     mkController::setModified(1);
+} catch (...) {
+    recover("mkNodeListWidget::addSelectedNodes");
 }
 
 void mkNodeListWidget::cleanup()
-{
+try {
     const mkNodePtr root = mkScenegraph::getRootNode();
-    mkScenegraph::getRenderLayer()->cleanup(root.get());
+    mkStore()->cleanup(root.get());
     rebuildTree(false);
+} catch (...) {
+    recover("mkNodeListWidget::cleanup");
 }

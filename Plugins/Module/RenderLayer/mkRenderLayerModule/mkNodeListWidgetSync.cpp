@@ -1,5 +1,6 @@
 // The rebuild of the tree, expansion, and how the selection survives.
 
+#include "mkHostAccess.h"
 #include "mkKernel/mkController.h"
 #include "mkKernel/mkScenegraph.h"
 #include "mkNodeItem.h"
@@ -9,7 +10,6 @@
 #include <QHash>
 #include <QHeaderView>
 #include <QScopeGuard>
-#include <QScopedValueRollback>
 #include <QSignalBlocker>
 
 #include <algorithm>
@@ -107,13 +107,61 @@ mkNodeListWidget::SelectionMemory mkNodeListWidget::rememberSelection(bool keepS
     return memory;
 }
 
+mkNodeListWidget::RowsInUse::RowsInUse(mkNodeListWidget *user, End whenDone)
+    : tree(user)
+    , end(whenDone)
+{
+    if (tree) {
+        ++tree->rowsInUse;
+    }
+}
+
+mkNodeListWidget::RowsInUse::~RowsInUse()
+{
+    if (tree) {
+        --tree->rowsInUse;
+        if (end == RebuildAtEnd) {
+            tree->catchUp();
+        }
+    }
+}
+
 void mkNodeListWidget::rebuildTree(bool keepSelection)
 {
-    // The host may send a message that asks for a rebuild while one reads the store.
-    if (rebuilding) {
-        return;
+    if (rowsInUse == 0) {
+        drawTree(keepSelection);
+    } else if (!rebuildPending) {
+        rebuildPending = true;
+        QMetaObject::invokeMethod(this, &mkNodeListWidget::catchUp, Qt::QueuedConnection);
     }
-    const QScopedValueRollback<bool> guard(rebuilding, true);
+}
+
+void mkNodeListWidget::catchUp() noexcept
+try {
+    if (rebuildPending && rowsInUse == 0) {
+        drawTree(false);
+    }
+} catch (...) {
+    mkReportFailure("mkNodeListWidget::rebuildTree");
+}
+
+void mkNodeListWidget::recover(const char *function) noexcept
+{
+    mkReportFailure(function);
+    rebuildPending = true;
+    catchUp();
+    try {
+        mkController::setModified(1);
+    } catch (...) {
+        mkReportFailure("mkNodeListWidget::recover");
+    }
+}
+
+void mkNodeListWidget::drawTree(bool keepSelection)
+{
+    // A message that comes while the store is read may be about what was read already.
+    const RowsInUse inUse(this, RowsInUse::RebuildLater);
+    rebuildPending = false;
 
     SelectionMemory memory = rememberSelection(keepSelection);
     clear();
@@ -228,6 +276,7 @@ void mkNodeListWidget::makeCurrent(QTreeWidgetItem *item)
 
 void mkNodeListWidget::storeExpansion(QTreeWidgetItem *item)
 {
+    const RowsInUse inUse(this);
     const auto *const row = static_cast<mkNodeItem *>(item);
     mkRenderLayer *const store = mkScenegraph::getRenderLayer();
     if (row && store && !store->isEmpty() && row->isLayer()) {
@@ -236,14 +285,18 @@ void mkNodeListWidget::storeExpansion(QTreeWidgetItem *item)
 }
 
 void mkNodeListWidget::expanded(QTreeWidgetItem *item)
-{
+try {
     storeExpansion(item);
     fitFirstColumn();
+} catch (...) {
+    mkReportFailure("mkNodeListWidget::expanded");
 }
 
 void mkNodeListWidget::collapsed(QTreeWidgetItem *item)
-{
+try {
     storeExpansion(item);
+} catch (...) {
+    mkReportFailure("mkNodeListWidget::collapsed");
 }
 
 void mkNodeListWidget::fitFirstColumn()
@@ -257,6 +310,7 @@ void mkNodeListWidget::fitFirstColumn()
 
 void mkNodeListWidget::activateSelected()
 {
+    const RowsInUse inUse(this);
     for (mkNodeItem *row : selectedRows(true)) {
         row->activate();
     }

@@ -2,6 +2,7 @@
 
 #include "OSGSystem/NFIOBase.h"
 #include "mkEndEdit.h"
+#include "mkHostAccess.h"
 #include "mkIconManager/mkIconManager.h"
 #include "mkKernel/mkController.h"
 #include "mkKernel/mkScenegraph.h"
@@ -91,7 +92,7 @@ void mkRenderLayerModule::updateStoredRenderStateIds()
 }
 
 void mkRenderLayerModule::materialRenamedCB(mkMessage &message)
-{
+try {
     osg::MaterialPtr material;
     if (!panel || !message.get("material", material)) {
         return;
@@ -101,16 +102,20 @@ void mkRenderLayerModule::materialRenamedCB(mkMessage &message)
         return;
     }
     mkScenegraph::the();
-    if (mkScenegraph::getRenderLayer()->isMaterialInUse(material)) {
+    if (mkStore()->isMaterialInUse(material) && panel) {
         panel->_layer->rebuildTree(false);
     }
+} catch (...) {
+    mkReportFailure("mkRenderLayerModule::materialRenamedCB");
 }
 
 void mkRenderLayerModule::updateLayersCB(mkMessage &)
-{
+try {
     if (panel) {
         panel->_layer->rebuildTree(false);
     }
+} catch (...) {
+    mkReportFailure("mkRenderLayerModule::updateLayersCB");
 }
 
 void mkRenderLayerModule::changedTransformationCB(mkMessage &)
@@ -192,15 +197,19 @@ void mkRenderLayerModule::confirmDeleteSelected()
 }
 
 void mkRenderLayerModule::reset()
-{
-    mkNodeUtils::resetRenderLayerAttributes(mkScenegraph::getRootNode().get());
+try {
+    resetRenderLayers();
+} catch (...) {
+    mkReportFailure("mkRenderLayerModule::reset");
 }
 
 void mkRenderLayerModule::activate()
-{
+try {
     if (panel) {
         panel->_layer->activateSelected();
     }
+} catch (...) {
+    mkReportFailure("mkRenderLayerModule::activate");
 }
 
 void mkRenderLayerModule::updateStatusBar(QAction *action)

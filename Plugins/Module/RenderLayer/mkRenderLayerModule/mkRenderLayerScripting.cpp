@@ -48,7 +48,7 @@ std::vector<RowPosition> findRows(const QTreeWidget *tree, const QString &text)
 void mkRenderLayerModule::createRenderLayer(const char *name)
 {
     if (panel) {
-        panel->_layer->createLayer(QString::fromUtf8(name));
+        panel->_layer->addLayer(QString::fromUtf8(name));
     }
 }
 
