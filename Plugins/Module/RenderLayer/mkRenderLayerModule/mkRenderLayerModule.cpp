@@ -18,6 +18,7 @@
 #include <QMenu>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QScopeGuard>
 #include <QStatusBar>
 
 namespace {
@@ -35,6 +36,11 @@ QPointer<mkRenderLayerGUIW> mkRenderLayerModule::panel;
 mkRenderLayerModule::mkRenderLayerModule()
     : mkModuleBase("Render Layer", "Rendering", wantedMessages, nullptr)
 {
+    // A construction that fails is tried again: it leaves nothing behind.
+    auto undo = qScopeGuard([] {
+        unsubscribe();
+        delete panel.data();
+    });
     panel = new mkRenderLayerGUIW(mkController::getMainWindow(), QStringLiteral("Module"));
     mkController::getDockWindowManager()->add("Render Layer", QStringLiteral("Rendering"), panel,
                                               QStringLiteral("Toolclip_Layers"),
@@ -44,13 +50,21 @@ mkRenderLayerModule::mkRenderLayerModule()
     mkController::addCB(materialRenamed, materialRenamedCB);
     mkController::addCB(updateLayers, updateLayersCB);
     mkController::addCB(changedTransformation, changedTransformationCB);
+    undo.dismiss();
 }
 
 mkRenderLayerModule::~mkRenderLayerModule()
 {
+    unsubscribe();
+}
+
+void mkRenderLayerModule::unsubscribe() noexcept
+try {
     mkController::subCB(materialRenamed, materialRenamedCB);
     mkController::subCB(updateLayers, updateLayersCB);
     mkController::subCB(changedTransformation, changedTransformationCB);
+} catch (...) {
+    mkReportFailure("mkRenderLayerModule::unsubscribe");
 }
 
 QWidget *mkRenderLayerModule::getWidget()

@@ -63,6 +63,7 @@ private Q_SLOTS:
 
 private:
     void createQuickActions();
+    static void unsubscribe() noexcept;
     static void updateStoredRenderStateIds();
 
     static void materialRenamedCB(mkMessage &message);
