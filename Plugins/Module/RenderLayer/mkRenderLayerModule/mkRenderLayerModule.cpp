@@ -42,8 +42,9 @@ mkRenderLayerModule::mkRenderLayerModule()
         delete panel.data();
     });
     panel = new mkRenderLayerGUIW(mkController::getMainWindow(), QStringLiteral("Module"));
-    mkController::getDockWindowManager()->add("Render Layer", QStringLiteral("Rendering"), panel,
-                                              QStringLiteral("Toolclip_Layers"),
+    // The host keeps these texts, so they must not lie in the library, which may be unloaded.
+    mkController::getDockWindowManager()->add("Render Layer", QLatin1String("Rendering"), panel,
+                                              QLatin1String("Toolclip_Layers"),
                                               mkIconManager::getIcon("ModuleRenderLayer", ""),
                                               tr("Layers"), Qt::NoDockWidgetArea, true, nullptr);
     createQuickActions();
