@@ -108,6 +108,11 @@ void HostFixture::reset()
     statusBar()->clearMessage();
 }
 
+QString HostFixture::pluginFile()
+{
+    return QStringLiteral(MK_PLUGIN_DIR "/mkRenderLayerModule.so");
+}
+
 osg::NodePtr HostFixture::node(const QString &name) const
 {
     osg::NodePtr found;

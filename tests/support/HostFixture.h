@@ -35,6 +35,9 @@ public:
 
     void reset();
 
+    /// The plug-in's library.
+    static QString pluginFile();
+
     static mkRenderLayer *store() { return mkScenegraph::getRenderLayer(); }
     osg::NodePtr node(const QString &name) const;
     static osg::MaterialPtr material(const char *name);
