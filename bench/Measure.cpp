@@ -1,9 +1,9 @@
 #include "Measure.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
 #include <cstdio>
+#include <ctime>
 
 void Report::line(const QString &name, double value, const QString &unit, double limit,
                   const QString &spread)
@@ -15,11 +15,18 @@ void Report::line(const QString &name, double value, const QString &unit, double
     std::fflush(stdout);
 }
 
+double processorSeconds()
+{
+    timespec time{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return double(time.tv_sec) + double(time.tv_nsec) * 1e-9;
+}
+
 double secondsOf(const std::function<void()> &work)
 {
-    const auto start = std::chrono::steady_clock::now();
+    const double start = processorSeconds();
     work();
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    return processorSeconds() - start;
 }
 
 double median(std::vector<double> values)
