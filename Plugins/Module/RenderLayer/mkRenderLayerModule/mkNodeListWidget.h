@@ -155,6 +155,7 @@ private:
     Rows getTargetNodeItems() const;
 
     SelectionMemory rememberSelection(bool keepSelection) const;
+    void deleteRows();
     void createRows(const osg::RenderLayersPtr &content);
     void restoreSelection(SelectionMemory &memory);
     void makeCurrent(QTreeWidgetItem *item);

@@ -164,7 +164,7 @@ void mkNodeListWidget::drawTree(bool keepSelection)
     rebuildPending = false;
 
     SelectionMemory memory = rememberSelection(keepSelection);
-    clear();
+    deleteRows();
     const osg::RenderLayersPtr content = showableContent();
     if (!content) {
         return;
@@ -180,6 +180,18 @@ void mkNodeListWidget::drawTree(bool keepSelection)
         currentItem()->setSelected(true);
     }
     update();
+}
+
+void mkNodeListWidget::deleteRows()
+{
+    // With updates on, the view would look for the place on screen of every range that is no
+    // longer selected: quadratic in an open tree with many ranges.
+    const auto restoreUpdates = qScopeGuard(
+        [this, wereOff = testAttribute(Qt::WA_ForceUpdatesDisabled)] {
+            setUpdatesEnabled(!wereOff);
+        });
+    setUpdatesEnabled(false);
+    clear();
 }
 
 void mkNodeListWidget::createRows(const osg::RenderLayersPtr &content)
