@@ -31,6 +31,11 @@ quint32 idOf(const osg::NodePtr &node)
     return node ? node->getId() : 0;
 }
 
+QString nameOf(const osg::NodePtr &node)
+{
+    return QString::fromUtf8(mkNodeUtils::getName(node));
+}
+
 } // namespace
 
 mkAttributeCells::mkAttributeCells()
@@ -55,13 +60,20 @@ mkNodeItem::mkNodeItem(QTreeWidget *tree, const osg::NodePtr &node)
     , nodeId(idOf(node))
 {
     if (node) {
-        setData(mkColumn::Layer, Qt::DisplayRole, QString::fromUtf8(mkNodeUtils::getName(node)));
+        setData(mkColumn::Layer, Qt::DisplayRole, nameOf(node));
     }
 }
 
 mkNodeItem::mkNodeItem(const osg::NodePtr &node)
     : mkNodeItem(nullptr, node)
 {}
+
+mkNodeItem::mkNodeItem(const osg::NodePtr &node, const mkNodeItem &alike)
+    : QTreeWidgetItem(alike)
+    , nodeId(idOf(node))
+{
+    setData(mkColumn::Layer, Qt::DisplayRole, nameOf(node));
+}
 
 mkNodeItem::~mkNodeItem() = default;
 

@@ -42,6 +42,9 @@ public:
     /// A row in `view`, which may be null, for `node`, which may be null.
     mkNodeItem(QTreeWidget *view, const osg::NodePtr &node);
     explicit mkNodeItem(const osg::NodePtr &node);
+    /// A row for `node`, not null, that shows the same attributes as `alike`. The two share their
+    /// cells until one of them is changed.
+    mkNodeItem(const osg::NodePtr &node, const mkNodeItem &alike);
     ~mkNodeItem() override;
 
     /// Layer rows can be edited, other rows cannot.
