@@ -56,6 +56,8 @@ public:
     /// The row's node; null for layer rows, for a node that is gone, and for an id that now
     /// belongs to something else.
     osg::NodePtr getNode() const;
+    /// The id of the node that the row was made for, 0 for none; the node may be gone since.
+    quint32 getNodeId() const { return nodeId; }
     /// The position of the row's layer; 0 for a row that is in no tree.
     unsigned getLayerIndex() const;
 

@@ -317,12 +317,22 @@ mkNodeItem *mkNodeListWidget::getSibling(const mkNodeItem *item, int step) const
 void mkNodeListWidget::collectSelection(QStringList &layerNames, std::vector<osg::NodePtr> &nodes,
                                         QStringList &nodeLayerNames) const
 {
+    const QTreeWidgetItem *layer = nullptr;
+    QString layerName;
+    bool expanded = false;
     for (const mkNodeItem *row : selectedItemRows()) {
         if (row->isLayer()) {
             layerNames += row->text(mkColumn::Layer);
-        } else if (row->isNode() && row->parent() && row->parent()->isExpanded()) {
+            continue;
+        }
+        if (row->isNode() && row->parent() && row->parent() != layer) {
+            layer = row->parent();
+            layerName = layer->text(mkColumn::Layer);
+            expanded = layer->isExpanded();
+        }
+        if (row->isNode() && row->parent() && expanded) {
             nodes.push_back(row->getNode());
-            nodeLayerNames += row->parent()->text(mkColumn::Layer);
+            nodeLayerNames += layerName;
         }
     }
 }

@@ -14,16 +14,9 @@
 
 #include <algorithm>
 #include <memory>
+#include <utility>
 
 namespace {
-
-/// A node row, by what identifies it across a rebuild. Id 0 is a node that no longer exists.
-using NodeKey = QPair<quint32, QString>;
-
-NodeKey nodeKey(const osg::NodePtr &node, const QString &layerName)
-{
-    return { node ? node->getId() : 0, layerName };
-}
 
 /// Takes one of the entries remembered under `key`; false when there is none left.
 template <typename Key>
@@ -103,12 +96,70 @@ private:
     QHash<quint64, const mkNodeItem *> filled;
 };
 
+using NodeIds = std::vector<quint32>;
+
+/// A bag of node ids. Ids are dense, so an array does what a hash would, and faster.
+class NodeBag
+{
+public:
+    bool isEmpty() const { return size == 0; }
+    void add(quint32 id)
+    {
+        if (id >= counts.size()) {
+            counts.resize(id + 1);
+        }
+        ++counts[id];
+        ++size;
+    }
+    /// False when there is none left.
+    bool takeOne(quint32 id)
+    {
+        if (id >= counts.size() || counts[id] == 0) {
+            return false;
+        }
+        --counts[id];
+        --size;
+        return true;
+    }
+
+private:
+    std::vector<int> counts;
+    std::size_t size = 0;
+};
+
+/// Runs of neighbouring rows, from first to last.
+class RowRuns
+{
+public:
+    /// Rows come in ascending order.
+    void add(int row)
+    {
+        if (!runs.empty() && runs.back().second + 1 == row) {
+            runs.back().second = row;
+        } else {
+            runs.emplace_back(row, row);
+        }
+    }
+    void appendTo(QItemSelection &selection, const QAbstractItemModel *model,
+                  const QModelIndex &parent) const
+    {
+        for (const auto &[first, last] : runs) {
+            selection.append({ model->index(first, 0, parent),
+                               model->index(last, mkColumn::Count - 1, parent) });
+        }
+    }
+
+private:
+    std::vector<std::pair<int, int>> runs;
+};
+
 } // namespace
 
 struct mkNodeListWidget::SelectionMemory
 {
     QHash<QString, int> layers;
-    QHash<NodeKey, int> nodes;
+    /// By the name of the layer. Id 0 is a node that no longer exists.
+    QHash<QString, NodeIds> nodes;
     /// Keeps the ids of remembered nodes from being given out again during the rebuild.
     std::vector<osg::NodePtr> nodesAlive;
 };
@@ -123,9 +174,14 @@ mkNodeListWidget::SelectionMemory mkNodeListWidget::rememberSelection(bool keepS
         for (const QString &name : qAsConst(layerNames)) {
             ++memory.layers[name];
         }
-        memory.nodes.reserve(int(memory.nodesAlive.size()));
+        NodeIds *ids = nullptr;
         for (std::size_t i = 0; i < memory.nodesAlive.size(); ++i) {
-            ++memory.nodes[nodeKey(memory.nodesAlive[i], nodeLayerNames.at(int(i)))];
+            const QString &layerName = nodeLayerNames.at(int(i));
+            if (i == 0 || layerName != nodeLayerNames.at(int(i) - 1)) {
+                ids = &memory.nodes[layerName];
+            }
+            const osg::NodePtr &node = memory.nodesAlive[i];
+            ids->push_back(node ? node->getId() : 0);
         }
         return memory;
     }
@@ -137,7 +193,7 @@ mkNodeListWidget::SelectionMemory mkNodeListWidget::rememberSelection(bool keepS
     const QString name = row->text(mkColumn::Layer);
     if (const osg::NodePtr node = row->getNode()) {
         const QString layerName = row->parent() ? row->parent()->text(mkColumn::Layer) : QString();
-        memory.nodes.insert(nodeKey(node, layerName), 1);
+        memory.nodes.insert(layerName, { node->getId() });
         memory.nodesAlive.push_back(node);
     } else if (!name.isEmpty()) {
         memory.layers.insert(name, 1);
@@ -222,13 +278,13 @@ void mkNodeListWidget::drawTree(bool keepSelection)
 
 void mkNodeListWidget::deleteRows()
 {
-    // With updates on, the view would look for the place on screen of every range that is no
-    // longer selected: quadratic in an open tree with many ranges.
-    const auto restoreUpdates = qScopeGuard(
-        [this, wereOff = testAttribute(Qt::WA_ForceUpdatesDisabled)] {
-            setUpdatesEnabled(!wereOff);
-        });
-    setUpdatesEnabled(false);
+    if (selectionModel()->hasSelection()) {
+        // Told by its selection model, the view would look for the place on screen of every range,
+        // which is quadratic, and visit every cell, all for rows that go anyway.
+        const QSignalBlocker blocker(selectionModel());
+        selectionModel()->clearSelection();
+        Q_EMIT itemSelectionChanged();
+    }
     clear();
 }
 
@@ -276,20 +332,8 @@ void mkNodeListWidget::restoreSelection(SelectionMemory &memory)
     // stand in the order of the rows, in which later commands meet them.
     QItemSelection selection;
     QTreeWidgetItem *first = nullptr;
-    const auto extend = [&](const QModelIndex &parent, int row, QTreeWidgetItem *item) {
-        if (!first) {
-            first = item;
-        }
-        if (!selection.isEmpty() && selection.last().parent() == parent
-            && selection.last().bottom() + 1 == row) {
-            const QModelIndex top = selection.last().topLeft();
-            selection.last() = { top, model()->index(row, mkColumn::Count - 1, parent) };
-        } else {
-            selection.append({ model()->index(row, 0, parent),
-                               model()->index(row, mkColumn::Count - 1, parent) });
-        }
-    };
-
+    RowRuns layerRuns;
+    NodeBag wanted;
     for (int i = 0; i < topLevelItemCount(); ++i) {
         if (memory.layers.isEmpty() && memory.nodes.isEmpty()) {
             break;
@@ -297,20 +341,53 @@ void mkNodeListWidget::restoreSelection(SelectionMemory &memory)
         mkNodeItem *const layer = layerItem(i);
         const QString layerName = layer->text(mkColumn::Layer);
         if (takeOne(memory.layers, layerName)) {
-            extend(QModelIndex(), i, layer);
+            layerRuns.add(i);
+            first = first ? first : layer;
         }
-        const QModelIndex layerIndex = model()->index(i, 0);
-        for (int j = 0; j < layer->childCount() && !memory.nodes.isEmpty(); ++j) {
+        const auto ids = memory.nodes.find(layerName);
+        if (ids == memory.nodes.end()) {
+            continue;
+        }
+        for (const quint32 id : *ids) {
+            wanted.add(id);
+        }
+        RowRuns runs;
+        for (int j = 0; j < layer->childCount() && !wanted.isEmpty(); ++j) {
             mkNodeItem *const row = nodeItem(layer, j);
-            if (takeOne(memory.nodes, nodeKey(row->getNode(), layerName))) {
-                extend(layerIndex, j, row);
+            if (wanted.takeOne(row->getNodeId())) {
+                runs.add(j);
+                first = first ? first : row;
             }
+        }
+        runs.appendTo(selection, model(), model()->index(i, 0));
+        // What this layer does not have may be in another one of the same name.
+        ids->erase(std::remove_if(ids->begin(), ids->end(),
+                                  [&wanted](quint32 id) { return !wanted.takeOne(id); }),
+                   ids->end());
+        if (ids->empty()) {
+            memory.nodes.erase(ids);
         }
     }
     if (first) {
         makeCurrent(first);
-        selectionModel()->select(selection, QItemSelectionModel::Select);
+        layerRuns.appendTo(selection, model(), QModelIndex());
+        select(selection);
     }
+}
+
+void mkNodeListWidget::select(const QItemSelection &rows)
+{
+    QItemSelection firstCells;
+    firstCells.reserve(rows.size());
+    for (const QItemSelectionRange &range : rows) {
+        firstCells.append({ range.topLeft(), range.bottomRight().sibling(range.bottom(), 0) });
+    }
+    // Told of any of its cells, the tree notes a row as selected; told of all, it does so for each.
+    {
+        const QSignalBlocker blocker(selectionModel());
+        selectionModel()->select(rows, QItemSelectionModel::Select);
+    }
+    Q_EMIT selectionModel()->selectionChanged(firstCells, QItemSelection());
 }
 
 void mkNodeListWidget::makeCurrent(QTreeWidgetItem *item)
