@@ -159,8 +159,8 @@ private:
     void createRows(const osg::RenderLayersPtr &content);
     void restoreSelection(SelectionMemory &memory);
     void makeCurrent(QTreeWidgetItem *item);
-    /// Adds full-width ranges to the selection.
-    void select(const QItemSelection &rows);
+    /// Selects full-width ranges and nothing else. The current row is one of them.
+    void replaceSelection(const QItemSelection &rows);
     void storeExpansion(QTreeWidgetItem *item);
 
     void removeSelectedLayers();

@@ -140,13 +140,15 @@ public:
             runs.emplace_back(row, row);
         }
     }
-    void appendTo(QItemSelection &selection, const QAbstractItemModel *model,
-                  const QModelIndex &parent) const
+    /// Appends them to `selection`, over the full width, and forgets them.
+    void moveTo(QItemSelection &selection, const QAbstractItemModel *model,
+                const QModelIndex &parent)
     {
         for (const auto &[first, last] : runs) {
             selection.append({ model->index(first, 0, parent),
                                model->index(last, mkColumn::Count - 1, parent) });
         }
+        runs.clear();
     }
 
 private:
@@ -359,7 +361,9 @@ void mkNodeListWidget::restoreSelection(SelectionMemory &memory)
                 first = first ? first : row;
             }
         }
-        runs.appendTo(selection, model(), model()->index(i, 0));
+        // Commands go by the order of the selection, which is that of the rows.
+        layerRuns.moveTo(selection, model(), QModelIndex());
+        runs.moveTo(selection, model(), model()->index(i, 0));
         // What this layer does not have may be in another one of the same name.
         ids->erase(std::remove_if(ids->begin(), ids->end(),
                                   [&wanted](quint32 id) { return !wanted.takeOne(id); }),
@@ -368,14 +372,14 @@ void mkNodeListWidget::restoreSelection(SelectionMemory &memory)
             memory.nodes.erase(ids);
         }
     }
+    layerRuns.moveTo(selection, model(), QModelIndex());
     if (first) {
         makeCurrent(first);
-        layerRuns.appendTo(selection, model(), QModelIndex());
-        select(selection);
+        replaceSelection(selection);
     }
 }
 
-void mkNodeListWidget::select(const QItemSelection &rows)
+void mkNodeListWidget::replaceSelection(const QItemSelection &rows)
 {
     QItemSelection firstCells;
     firstCells.reserve(rows.size());
@@ -383,8 +387,10 @@ void mkNodeListWidget::select(const QItemSelection &rows)
         firstCells.append({ range.topLeft(), range.bottomRight().sibling(range.bottom(), 0) });
     }
     // Told of any of its cells, the tree notes a row as selected; told of all, it does so for each.
+    // Where nothing was selected before, Qt has nothing to compare range by range.
     {
         const QSignalBlocker blocker(selectionModel());
+        selectionModel()->clearSelection();
         selectionModel()->select(rows, QItemSelectionModel::Select);
     }
     Q_EMIT selectionModel()->selectionChanged(firstCells, QItemSelection());
