@@ -22,14 +22,28 @@ BareTree::BareTree()
     resize(1400, 800);
 }
 
+QTreeWidgetItem BareTree::filledRow() const
+{
+    QTreeWidgetItem row;
+    row.setData(0, Qt::DisplayRole, QString());
+    if (!nodeIcon.isNull()) {
+        row.setData(0, Qt::DecorationRole, nodeIcon);
+    }
+    for (int column = 1; column <= 11; ++column) {
+        const bool on = column <= 10;
+        row.setData(column, Qt::DisplayRole, on ? QStringLiteral("On") : QStringLiteral("Off"));
+        row.setData(column, Qt::UserRole, on);
+    }
+    row.setData(12, Qt::DisplayRole, QStringLiteral("Empty"));
+    row.setData(12, Qt::DecorationRole, QIcon());
+    return row;
+}
+
 void BareTree::build(const TreeShape &shape, const std::vector<std::string> &nodeNames)
 {
-    const QVariant on(QStringLiteral("On"));
-    const QVariant off(QStringLiteral("Off"));
-    const QVariant yes(true);
-    const QVariant no(false);
-    const QVariant empty(QStringLiteral("Empty"));
-    const QVariant noIcon{ QIcon() };
+    // Copies share the cells of the row that they are made from: a third of the cost of writing
+    // the same cells row by row.
+    const QTreeWidgetItem filled = filledRow();
 
     clear();
     setUpdatesEnabled(false);
@@ -41,19 +55,8 @@ void BareTree::build(const TreeShape &shape, const std::vector<std::string> &nod
         QList<QTreeWidgetItem *> nodes;
         nodes.reserve(shape.nodes);
         for (int j = 0; j < shape.nodes; ++j) {
-            auto *const node = new QTreeWidgetItem;
+            auto *const node = new QTreeWidgetItem(filled);
             node->setData(0, Qt::DisplayRole, QString::fromStdString(nodeNames[std::size_t(j)]));
-            if (!nodeIcon.isNull()) {
-                node->setData(0, Qt::DecorationRole, nodeIcon);
-            }
-            for (int column = 1; column <= 10; ++column) {
-                node->setData(column, Qt::DisplayRole, on);
-                node->setData(column, Qt::UserRole, yes);
-            }
-            node->setData(11, Qt::DisplayRole, off);
-            node->setData(11, Qt::UserRole, no);
-            node->setData(12, Qt::DisplayRole, empty);
-            node->setData(12, Qt::DecorationRole, noIcon);
             nodes.append(node);
         }
         layer->addChildren(nodes);
@@ -66,6 +69,19 @@ void BareTree::build(const TreeShape &shape, const std::vector<std::string> &nod
     blockSignals(false);
     setUpdatesEnabled(true);
 }
+
+namespace {
+
+void replaceSelection(QTreeWidget *tree, const QItemSelection &selection)
+{
+    // A visible tree looks for the place on screen of every range, which is quadratic. Whoever
+    // selects here is only preparing.
+    tree->setUpdatesEnabled(false);
+    tree->selectionModel()->select(selection, QItemSelectionModel::ClearAndSelect);
+    tree->setUpdatesEnabled(true);
+}
+
+} // namespace
 
 void selectNodeRows(QTreeWidget *tree, int step)
 {
@@ -90,7 +106,12 @@ void selectNodeRows(QTreeWidget *tree, int step, int count)
             selection.append({ model->index(j, 0, layer), model->index(j, lastColumn, layer) });
         }
     }
-    tree->selectionModel()->select(selection, QItemSelectionModel::ClearAndSelect);
+    replaceSelection(tree, selection);
+}
+
+void selectNothing(QTreeWidget *tree)
+{
+    replaceSelection(tree, QItemSelection());
 }
 
 void selectLayerRows(QTreeWidget *tree, int step)
@@ -100,5 +121,5 @@ void selectLayerRows(QTreeWidget *tree, int step)
     for (int i = step > 1 ? 1 : 0; i < tree->topLevelItemCount(); i += step) {
         selection.append({ model->index(i, 0), model->index(i, model->columnCount() - 1) });
     }
-    tree->selectionModel()->select(selection, QItemSelectionModel::ClearAndSelect);
+    replaceSelection(tree, selection);
 }

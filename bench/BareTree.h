@@ -36,6 +36,9 @@ public:
     void setNodeIcon(const QPixmap &icon) { nodeIcon = icon; }
 
 private:
+    /// A node row with all cells but its name.
+    QTreeWidgetItem filledRow() const;
+
     QPixmap nodeIcon;
 };
 
@@ -43,5 +46,6 @@ private:
 void selectNodeRows(QTreeWidget *tree, int step);
 /// Selects the first `count` rows that are `step` apart, over all layers.
 void selectNodeRows(QTreeWidget *tree, int step, int count);
+void selectNothing(QTreeWidget *tree);
 /// Selects every `step`-th layer row.
 void selectLayerRows(QTreeWidget *tree, int step);

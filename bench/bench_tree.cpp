@@ -8,6 +8,7 @@
 #include "mkKernel/mkController.h"
 #include "mkKernel/mkSelectionManager.h"
 #include "mkKernelServices/mkdMaterial.h"
+#include "mkOpenSGUtils/mkMaterials.h"
 #include "mkRenderAttributes.h"
 #include "mkRenderLayerModule.h"
 
@@ -57,10 +58,26 @@ private:
     /// The command's time as a ratio to the rebuild of the tree that it starts from.
     void reportCommand(const QString &name, const TreeShape &shape, const Select &select,
                        const Timed &work, bool withMaterial = false);
-    double growthOf(const Select &select, const Timed &work, bool withMaterial);
+    /// A command whose cost is measured over trees of 1,000, 10,000 and 100,000 rows.
+    struct Growth
+    {
+        const char *name;
+        Select select;
+        Timed work;
+        bool withMaterial = false;
+        /// What grows is the number of layers, not of nodes in each.
+        bool inLayers = false;
+    };
+    double growthOf(const Growth &one);
 
     Timed slot(const char *name);
     Timed applyAttributes();
+    static Timed messageAfterReading();
+    Timed contextMenu();
+    /// All layers without nodes and selected, all scene nodes selected in the host.
+    Select emptiedLayers();
+    /// Every node carries attributes of its own.
+    static Select activatedScene();
     void dropMaterial(const QPoint &point);
     QPoint cellCentre(int node, int column) const;
     void sendMouse(QEvent::Type type, const QPoint &point);
@@ -82,7 +99,7 @@ Select everyNode()
 
 Select nothing()
 {
-    return [](QTreeWidget *tree) { tree->clearSelection(); };
+    return selectNothing;
 }
 
 double TreeBench::rebuildSeconds()
@@ -110,6 +127,50 @@ Timed TreeBench::applyAttributes()
     };
 }
 
+Select TreeBench::emptiedLayers()
+{
+    return [this](QTreeWidget *tree) {
+        for (int layer = 0; layer < tree->topLevelItemCount(); ++layer) {
+            for (const mkNodePtr &node : host.nodes()) {
+                BenchHost::store()->subNode(unsigned(layer), node.get());
+            }
+        }
+        host.tree()->rebuildTree(false);
+        mkSelectionManager::selectNodes(host.nodes());
+        selectLayerRows(tree, 1);
+    };
+}
+
+Select TreeBench::activatedScene()
+{
+    return [](QTreeWidget *tree) {
+        selectNothing(tree);
+        BenchHost::store()->activateLayer(0);
+    };
+}
+
+Timed TreeBench::messageAfterReading()
+{
+    return [] {
+        mkMessage message("sceneLoaded", mkMessage::SceneLoaded);
+        return secondsOf([&] { mkController::sendMessage(message); });
+    };
+}
+
+Timed TreeBench::contextMenu()
+{
+    return [this] {
+        const QPoint point(40, 40);
+        QWidget *const viewport = host.tree()->viewport();
+        const double seconds = secondsOf([&] {
+            QContextMenuEvent event(QContextMenuEvent::Mouse, point, viewport->mapToGlobal(point));
+            QApplication::sendEvent(viewport, &event);
+        });
+        host.tree()->popupMenu()->hide();
+        return seconds;
+    };
+}
+
 void TreeBench::reportCommand(const QString &name, const TreeShape &shape, const Select &select,
                               const Timed &work, bool withMaterial)
 {
@@ -120,7 +181,6 @@ void TreeBench::reportCommand(const QString &name, const TreeShape &shape, const
         host.open(shape, withMaterial);
         const double plain = std::min(rebuildSeconds(), rebuildSeconds());
         select(host.tree());
-        QApplication::processEvents();
         ratios.push_back(work() / plain);
     }
     std::sort(ratios.begin(), ratios.end());
@@ -139,7 +199,7 @@ void TreeBench::rebuild()
             host.open(shape);
             bare.build(shape, host.nodeNames());
             const Comparison result = compare(
-                shape.rows() > 20000 ? 9 : 25, [this] { return rebuildSeconds(); },
+                shape.rows() > 20000 ? 7 : 25, [this] { return rebuildSeconds(); },
                 [&] { return secondsOf([&] { bare.build(shape, host.nodeNames()); }); });
             report.line(QStringLiteral("rebuild/") + shape.name(), result.ratio,
                         QStringLiteral("x_bare"), 1.10, result.spread);
@@ -152,7 +212,12 @@ void TreeBench::restore()
 {
     const std::map<QString, Select> selections{
         { "nothing", nothing() },
-        { "everything", [](QTreeWidget *tree) { tree->selectAll(); } },
+        { "everything",
+          [](QTreeWidget *tree) {
+              tree->setUpdatesEnabled(false);
+              tree->selectAll();
+              tree->setUpdatesEnabled(true);
+          } },
         { "second_rows", everySecondNode(50000) },
         { "layers", [](QTreeWidget *tree) { selectLayerRows(tree, 1); } },
     };
@@ -160,15 +225,13 @@ void TreeBench::restore()
         host.open(shape);
         for (const auto &[name, select] : selections) {
             const Comparison result = compare(
-                shape.rows() > 20000 ? 7 : 15,
+                shape.rows() > 20000 ? 5 : 15,
                 [this, &selectRows = select] {
                     selectRows(host.tree());
-                    QApplication::processEvents();
                     return secondsOf([this] { host.tree()->rebuildTree(true); });
                 },
                 [this] {
-                    host.tree()->clearSelection();
-                    QApplication::processEvents();
+                    selectNothing(host.tree());
                     return rebuildSeconds();
                 });
             report.line(QStringLiteral("restore/") + shape.name() + QLatin1Char('/') + name,
@@ -195,23 +258,9 @@ void TreeBench::commands()
     reportCommand("delete_layers_1000", many, thousandLayers, slot("deleteLayers"));
     reportCommand("duplicate_layers_1000", many, thousandLayers, slot("duplicateLayer"));
     reportCommand("move_layers_up_1000", many, thousandLayers, slot("moveUpNode"));
-    reportCommand(
-        "add_1000_nodes_to_10_layers", { 10, 1000 },
-        [this](QTreeWidget *tree) {
-            for (unsigned layer = 0; layer < 10; ++layer) {
-                for (const mkNodePtr &node : host.nodes()) {
-                    BenchHost::store()->subNode(layer, node.get());
-                }
-            }
-            host.tree()->rebuildTree(false);
-            mkSelectionManager::selectNodes(host.nodes());
-            selectLayerRows(tree, 1);
-        },
-        slot("addSelectedNodes"));
-    reportCommand("message_after_reading", wide, nothing(), [] {
-        mkMessage message("sceneLoaded", mkMessage::SceneLoaded);
-        return secondsOf([&] { mkController::sendMessage(message); });
-    });
+    reportCommand("add_1000_nodes_to_10_layers", { 10, 1000 }, emptiedLayers(),
+                  slot("addSelectedNodes"));
+    reportCommand("message_after_reading", { 1, 100000 }, activatedScene(), messageAfterReading());
 }
 
 QPoint TreeBench::cellCentre(int node, int column) const
@@ -312,25 +361,14 @@ void TreeBench::interaction()
         bareMenu.addAction(QStringLiteral("Action %1").arg(i));
     }
     const QPoint point(40, 40);
-    const Comparison menu = compare(
-        9,
-        [&] {
-            const double seconds = secondsOf([&] {
-                QContextMenuEvent event(QContextMenuEvent::Mouse, point,
-                                        host.tree()->viewport()->mapToGlobal(point));
-                QApplication::sendEvent(host.tree()->viewport(), &event);
-            });
-            host.tree()->popupMenu()->hide();
-            return seconds;
-        },
-        [&] {
-            const double seconds = secondsOf([&] {
-                bareMenu.setEnabled(!bare.selectedItems().isEmpty());
-                bareMenu.popup(bare.viewport()->mapToGlobal(point));
-            });
-            bareMenu.hide();
-            return seconds;
+    const Comparison menu = compare(9, contextMenu(), [&] {
+        const double seconds = secondsOf([&] {
+            bareMenu.setEnabled(!bare.selectedItems().isEmpty());
+            bareMenu.popup(bare.viewport()->mapToGlobal(point));
         });
+        bareMenu.hide();
+        return seconds;
+    });
     report.line("context_menu_100000_selected", menu.ratio, "x_bare", 1.5, menu.spread);
     bare.hide();
     bare.clear();
@@ -431,18 +469,17 @@ void TreeBench::painting()
     bare.setNodeIcon(QPixmap());
 }
 
-double TreeBench::growthOf(const Select &select, const Timed &work, bool withMaterial)
+double TreeBench::growthOf(const Growth &one)
 {
     std::vector<double> sizes;
     std::vector<double> seconds;
-    for (const int nodes : { 100, 1000, 10000 }) {
-        const TreeShape shape{ 10, nodes };
+    for (const int size : { 100, 1000, 10000 }) {
+        const TreeShape shape = one.inLayers ? TreeShape{ size, 10 } : TreeShape{ 10, size };
         std::vector<double> runs;
-        for (int run = 0; run < (nodes < 10000 ? 9 : 3); ++run) {
-            host.open(shape, withMaterial);
-            select(host.tree());
-            QApplication::processEvents();
-            runs.push_back(work());
+        for (int run = 0; run < (size < 10000 ? 7 : 3); ++run) {
+            host.open(shape, one.withMaterial);
+            one.select(host.tree());
+            runs.push_back(one.work());
         }
         sizes.push_back(shape.rows());
         seconds.push_back(median(runs));
@@ -452,34 +489,51 @@ double TreeBench::growthOf(const Select &select, const Timed &work, bool withMat
 
 void TreeBench::growth()
 {
-    struct Case
-    {
-        const char *name;
-        Select select;
-        Timed work;
-        bool withMaterial;
-    };
     const Select half = [](QTreeWidget *tree) { selectNodeRows(tree, 2); };
-    const Case cases[] = {
-        { "rebuild", nothing(), [this] { return rebuildSeconds(); }, false },
-        { "rebuild_keeping_half", half,
-          [this] { return secondsOf([this] { host.tree()->rebuildTree(true); }); }, false },
-        { "delete_half", half, slot("deleteNodes"), false },
-        { "move_half", half, slot("moveUpNode"), false },
-        { "clear_half", half, slot("clearOverrideMaterial"), true },
-        { "apply_all", everyNode(), applyAttributes(), false },
-        { "select_nodes_half", half, slot("selectNodes"), false },
-        { "activate_half", half,
-          [this] { return secondsOf([this] { host.tree()->activateSelected(); }); }, false },
-        { "duplicate_all", [](QTreeWidget *tree) { selectLayerRows(tree, 1); },
-          slot("duplicateLayer"), false },
-        { "delete_layers", [](QTreeWidget *tree) { selectLayerRows(tree, 2); },
-          slot("deleteLayers"), false },
-        { "select_all", nothing(), slot("clickedSelectAll"), false },
+    const Select allLayers = [](QTreeWidget *tree) { selectLayerRows(tree, 1); };
+    const Select halfOfLayers = [](QTreeWidget *tree) { selectLayerRows(tree, 2); };
+    const Timed rename = [this] {
+        QTreeWidgetItem *const last = host.tree()->topLevelItem(host.tree()->topLevelItemCount()
+                                                                - 1);
+        return secondsOf([last] { last->setText(0, QStringLiteral("renamed")); });
     };
-    for (const Case &one : cases) {
-        report.line(QStringLiteral("growth/") + QLatin1String(one.name),
-                    growthOf(one.select, one.work, one.withMaterial), "exponent", 1.15);
+    const Timed renameMaterial = [this] {
+        mkMessage message("materialRenamed");
+        message.set("material", osg::MaterialPtr(mkMaterials::getMaterials().front()));
+        return secondsOf([&] { mkController::sendMessage(message); });
+    };
+    const Timed rebuildKeeping = [this] {
+        return secondsOf([this] { host.tree()->rebuildTree(true); });
+    };
+    const Timed activate = [this] {
+        return secondsOf([this] { host.tree()->activateSelected(); });
+    };
+    const Growth cases[] = {
+        { "rebuild", nothing(), [this] { return rebuildSeconds(); } },
+        { "rebuild_keeping_half", half, rebuildKeeping },
+        { "delete_half", half, slot("deleteNodes") },
+        { "move_up_half", half, slot("moveUpNode") },
+        { "move_down_half", half, slot("moveDownNode") },
+        { "clear_material_half", half, slot("clearOverrideMaterial"), true },
+        { "apply_all", everyNode(), applyAttributes() },
+        { "select_nodes_half", half, slot("selectNodes") },
+        { "activate_half", half, activate },
+        { "activate_layers", allLayers, activate },
+        { "add_selected_nodes", emptiedLayers(), slot("addSelectedNodes") },
+        { "select_all", nothing(), slot("clickedSelectAll") },
+        { "context_menu", everyNode(), contextMenu() },
+        { "message_after_reading", activatedScene(), messageAfterReading() },
+        { "material_renamed", nothing(), renameMaterial, true },
+        { "cleanup", nothing(), slot("cleanup") },
+        { "create_layer", nothing(), slot("createLayer"), false, true },
+        { "rename_layer", nothing(), rename, false, true },
+        { "duplicate_layers", halfOfLayers, slot("duplicateLayer"), false, true },
+        { "delete_layers", halfOfLayers, slot("deleteLayers"), false, true },
+        { "move_layers_up", halfOfLayers, slot("moveUpNode"), false, true },
+    };
+    for (const Growth &one : cases) {
+        report.line(QStringLiteral("growth/") + QLatin1String(one.name), growthOf(one), "exponent",
+                    1.15);
     }
 }
 
