@@ -10,9 +10,9 @@
 #include <QFile>
 #include <QFileInfo>
 
-#include <atomic>
 #include <chrono>
 #include <condition_variable>
+#include <cstdint>
 #include <exception>
 #include <mutex>
 #include <thread>
@@ -26,77 +26,119 @@ constexpr std::chrono::milliseconds heartbeatInterval(50);
 
 bool stopped = false;
 int exitStatus = 0;
-std::atomic<int> runningStatements = 0;
-std::atomic<bool> interruptRequested = false;
 std::function<void()> heartbeatFunction;
 
-/// Called by the interpreter between two instructions of a statement.
-int raiseInterrupt(void *)
-{
-    // The request may be meant for a statement that has ended since.
-    if (!interruptRequested.exchange(false)) {
-        return 0;
-    }
-    PyErr_SetNone(PyExc_KeyboardInterrupt);
-    return -1;
-}
-
-/// The thread that asks the interpreter for heartbeats. It touches no Python object.
-class Heart
+/// The thread that calls the interpreter's attention to interrupts and heartbeats while a statement
+/// runs. A request made without Python's lock would stay unseen until the interpreter looks up by
+/// itself; taking the lock makes it look. It also makes this thread, and nobody else, wait while
+/// the statement is in C code.
+class Attention
 {
 public:
-    static Heart &the()
+    /// Lives as long as the process, which may end without a word to it.
+    static Attention &the()
     {
-        static Heart heart;
-        return heart;
+        static auto *const attention = new Attention;
+        return *attention;
     }
 
-    ~Heart()
+    void start() { thread = std::thread(&Attention::work, this); }
+
+    void stop()
     {
-        {
-            const std::lock_guard<std::mutex> lock(mutex);
-            ending = true;
-        }
-        wake.notify_one();
-        if (thread.joinable()) {
-            thread.join();
-        }
+        change([this] { ending = true; });
+        PyThreadState *const state = PyEval_SaveThread();
+        thread.join();
+        PyEval_RestoreThread(state);
+    }
+
+    void enterStatement()
+    {
+        change([this] {
+            if (depth++ == 0) {
+                ++statement;
+                interrupted = false;
+            }
+        });
+    }
+
+    void leaveStatement()
+    {
+        change([this] { --depth; });
+    }
+
+    int getDepth()
+    {
+        const std::lock_guard<std::mutex> lock(mutex);
+        return depth;
+    }
+
+    void interrupt()
+    {
+        change([this] { interrupted = depth > 0; });
     }
 
     void setBeating(bool on)
     {
-        {
-            const std::lock_guard<std::mutex> lock(mutex);
-            beating = on;
-        }
-        if (on && !thread.joinable()) {
-            thread = std::thread(&Heart::work, this);
-        }
-        wake.notify_one();
+        change([this, on] { beating = on; });
     }
 
 private:
+    template <typename Change>
+    void change(const Change &apply)
+    {
+        {
+            const std::lock_guard<std::mutex> lock(mutex);
+            apply();
+        }
+        changed.notify_one();
+    }
+
     void work()
     {
         std::unique_lock<std::mutex> lock(mutex);
         while (!ending) {
-            wake.wait(lock, [this] { return beating || ending; });
-            const bool changed = wake.wait_for(lock, heartbeatInterval,
-                                               [this] { return !beating || ending; });
-            // One request at a time: while the statement is in C code, none is answered.
-            if (!changed && !requested.exchange(true) && Py_AddPendingCall(beat, this) != 0) {
-                requested = false;
+            changed.wait(lock, [this] {
+                return ending || (depth > 0 && !requested && (beating || interrupted));
+            });
+            const std::uintptr_t current = statement;
+            changed.wait_for(lock, heartbeatInterval, [this, current] {
+                return ending || depth == 0 || statement != current || interrupted;
+            });
+            if (ending || depth == 0 || statement != current) {
+                continue;
             }
+            requested = true;
+            lock.unlock();
+            const PyGILState_STATE state = PyGILState_Ensure();
+            if (Py_AddPendingCall(&Attention::serve, reinterpret_cast<void *>(current)) != 0) {
+                change([this] { requested = false; });
+            }
+            PyGILState_Release(state);
+            lock.lock();
         }
     }
 
-    static int beat(void *self)
+    /// Called by the interpreter between two instructions of a statement.
+    static int serve(void *requestedStatement)
     {
-        static_cast<Heart *>(self)->requested = false;
-        const std::function<void()> function = heartbeatFunction;
-        if (function && runningStatements > 0) {
+        bool current = false;
+        bool interrupting = false;
+        the().change([&] {
+            the().requested = false;
+            // The request may have been meant for a statement that has ended since.
+            current = the().depth > 0
+                      && the().statement == reinterpret_cast<std::uintptr_t>(requestedStatement);
+            interrupting = current && std::exchange(the().interrupted, false);
+        });
+        if (interrupting) {
+            PyErr_SetNone(PyExc_KeyboardInterrupt);
+            return -1;
+        }
+        const std::function<void()> heartbeat = heartbeatFunction;
+        if (current && heartbeat) {
             try {
-                function();
+                heartbeat();
             } catch (const std::exception &failure) {
                 mkLog::error("mkScript: The heartbeat failed: %s", failure.what());
             }
@@ -105,9 +147,12 @@ private:
     }
 
     std::mutex mutex;
-    std::condition_variable wake;
-    std::atomic<bool> requested = false;
+    std::condition_variable changed;
+    int depth = 0;
+    std::uintptr_t statement = 0;
+    bool interrupted = false;
     bool beating = false;
+    bool requested = false;
     bool ending = false;
     std::thread thread;
 };
@@ -249,6 +294,7 @@ void start()
                      status.err_msg ? status.err_msg : "unknown reason");
         return;
     }
+    Attention::the().start();
     run("import mkHost");
 }
 
@@ -259,6 +305,7 @@ void stop()
     }
     guarded([] { python::import("atexit").attr("_run_exitfuncs")(); });
     setHeartbeat({});
+    Attention::the().stop();
     stopped = true;
 }
 
@@ -325,43 +372,31 @@ int getExitStatus()
 
 void interrupt()
 {
-    if (runningStatements > 0) {
-        interruptRequested = true;
-        Py_AddPendingCall(raiseInterrupt, nullptr);
-    }
+    Attention::the().interrupt();
 }
 
 void setHeartbeat(std::function<void()> heartbeat)
 {
     heartbeatFunction = std::move(heartbeat);
-    if (runningStatements > 0) {
-        Heart::the().setBeating(bool(heartbeatFunction));
-    }
+    Attention::the().setBeating(bool(heartbeatFunction));
 }
 
 Statement::Statement()
 {
-    if (runningStatements++ == 0) {
-        interruptRequested = false;
-        if (heartbeatFunction) {
-            Heart::the().setBeating(true);
-        }
-    }
+    Attention::the().enterStatement();
 }
 
 Statement::~Statement()
 {
-    if (--runningStatements == 0) {
-        if (heartbeatFunction) {
-            Heart::the().setBeating(false);
-        }
+    Attention::the().leaveStatement();
+    if (depth() == 0) {
         flushStreams();
     }
 }
 
 int Statement::depth()
 {
-    return runningStatements;
+    return Attention::the().getDepth();
 }
 
 } // namespace mkScript

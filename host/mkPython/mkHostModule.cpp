@@ -197,12 +197,17 @@ python::object getNodeAttributes(const mkPythonNode &node)
     return toDictionary(mkNodeUtils::getRenderAttributes(node.live()));
 }
 
+osg::RenderLayersPtr getLayers()
+{
+    const mkRenderLayer *const store = mkScenegraph::getRenderLayer();
+    return store ? store->getAttachment() : osg::RenderLayersPtr();
+}
+
 python::list getLayerNames()
 {
     python::list names;
-    const mkRenderLayer *const store = mkScenegraph::getRenderLayer();
-    if (store) {
-        for (const osg::FieldContainerPtr &entry : store->getAttachment()->getLayers()) {
+    if (const osg::RenderLayersPtr layers = getLayers()) {
+        for (const osg::FieldContainerPtr &entry : layers->getLayers()) {
             if (const RenderLayerPtr layer{ entry }) {
                 names.append(layer->getName());
             }
@@ -213,8 +218,8 @@ python::list getLayerNames()
 
 RenderLayerPtr findLayer(const std::string &name)
 {
-    const mkRenderLayer *const store = mkScenegraph::getRenderLayer();
-    const RenderLayerPtr layer = store ? store->getAttachment()->findLayer(name) : nullptr;
+    const osg::RenderLayersPtr layers = getLayers();
+    const RenderLayerPtr layer = layers ? layers->findLayer(name) : RenderLayerPtr();
     if (!layer) {
         raise(PyExc_LookupError, "There is no render layer '" + name + "'.");
     }
