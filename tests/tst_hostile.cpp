@@ -23,6 +23,7 @@
 #include <QToolBar>
 
 #include <stdexcept>
+#include <utility>
 
 namespace {
 
@@ -166,6 +167,12 @@ std::vector<Command> commands()
         { "transform message", nothing, sending("mkTransform::changedTransformation") },
         { "merge message", nothing, sending("sceneMerged", mkMessage::SceneMerged) },
         { "script: create", nothing, running("createRenderLayer('X')"), true },
+        { "script: add", nothing, running("addNodesToRenderLayer(mkHost.getSelectedNodes(), 'A')"),
+          true },
+        { "script: set flags", nothing,
+          running("setNodeVisibilityFlags(mkHost.findNode('c'), *[True] * 11, 'red')"), true },
+        { "script: reset flags", nothing,
+          running("resetNodeVisibilityFlags(mkHost.findNode('group'))"), true },
         { "script: activate", nothing, running("activateRenderLayer('A')"), true },
         { "script: reset", nothing, running("resetRenderLayers()"), true },
         { "script: restore", nothing, running("activateRenderLayerState('s')"), true },
@@ -192,10 +199,14 @@ std::vector<Attack> attacks()
         return true;
     };
     return {
-        { "throws", fail, false },           { "throws oddly", failOddly, false },
-        { "keeps throwing", fail, true },    { "answers nothing", emptyAnswer, false },
-        { "has nothing", emptyAnswer, true }, { "rebuilds", rebuild, false },
-        { "keeps rebuilding", rebuild, true }, { "drops a layer", dropLayer, false },
+        { "throws", fail, false },
+        { "throws oddly", failOddly, false },
+        { "keeps throwing", fail, true },
+        { "answers nothing", emptyAnswer, false },
+        { "has nothing", emptyAnswer, true },
+        { "rebuilds", rebuild, false },
+        { "keeps rebuilding", rebuild, true },
+        { "drops a layer", dropLayer, false },
         { "drops layers and tells", dropAndTell, false },
     };
 }
@@ -232,13 +243,14 @@ private:
     void recovers();
 
     std::unique_ptr<HostFixture> host;
+    bool withPython = true;
 };
 
 void tst_Hostile::init()
 {
     if (!host) {
-        // The interpreter knows one life of the library only.
-        host = std::make_unique<HostFixture>(!mkScript::isRunning());
+        // The interpreter cannot be started twice.
+        host = std::make_unique<HostFixture>(std::exchange(withPython, false));
     }
     host->reset();
     host->addLayer("A", { "a", "b" });
@@ -312,8 +324,8 @@ void tst_Hostile::eachCallOfEachCommand()
                 left = true;
             }
             mkTrace::setInterceptor({});
-            const QByteArray story = QByteArray(attack.name) + " at call " +
-                                     QByteArray::number(position) + ", " + victim;
+            const QByteArray story = QByteArray(attack.name) + " at call "
+                                     + QByteArray::number(position) + ", " + victim;
             QVERIFY2(!left || (command.script && !victim.isEmpty()), story);
             QVERIFY2(!thrown || left || !log.lines.isEmpty(), story);
             QCoreApplication::processEvents();

@@ -24,7 +24,6 @@
 #include <rapidcheck.h>
 
 #include <iostream>
-#include <random>
 
 namespace {
 
@@ -88,6 +87,7 @@ private:
     static osg::MaterialPtr anyMaterial(unsigned choice);
     OwnValues ownValues() const;
     void expectActivation(const PanelModel::Positions &rows);
+    void expectReset(const std::function<bool(const osg::NodePtr &)> &reached);
     void type(const QString &text, bool commit);
     bool drop(const QString &format, const QByteArray &bytes, std::optional<Position> position);
     void press(const QString &button) const;
@@ -270,9 +270,8 @@ void Session::expectActivation(const PanelModel::Positions &rows)
         }
         const auto &members = model.store[std::size_t(index)].members;
         const auto entryOf = [&members](const osg::Node *wanted) {
-            return std::find_if(members.begin(), members.end(), [wanted](const auto &other) {
-                return other.node == wanted;
-            });
+            return std::find_if(members.begin(), members.end(),
+                                [wanted](const auto &other) { return other.node == wanted; });
         };
         const auto entry = entryOf(node);
         if (entry == members.end() || !entry->attributes) {
@@ -440,10 +439,7 @@ void Session::command(const Step &step)
         break;
     default:
         tell("reset");
-        own = ownValues();
-        for (auto &value : *own) {
-            value.second = value.second == "none" ? value.second : QString("11111111110 Empty");
-        }
+        expectReset([](const osg::NodePtr &) { return true; });
         press("Reset Layer");
     }
 }
@@ -556,7 +552,8 @@ void Session::rowEdit(const Step &step)
     case 26: {
         QByteArray bytes;
         QDataStream stream(&bytes, QIODevice::WriteOnly);
-        const osg::MaterialPtr material = step.b % 5 != 0 ? anyMaterial(step.b) : osg::MaterialPtr();
+        const osg::MaterialPtr material = step.b % 5 != 0 ? anyMaterial(step.b)
+                                                          : osg::MaterialPtr();
         stream << mkdMaterial(material ? QString::fromStdString(material->getName()) : "unknown");
         if (step.b % 7 == 0) {
             bytes.chop(int(step.b % unsigned(bytes.size())) + 1);
@@ -609,7 +606,8 @@ void Session::message(const Step &step)
         return;
     }
     const bool told = step.b % 3 != 0;
-    tell(QString("rename material %1%2").arg(mkMaterials::getName(material), told ? "" : ", untold"));
+    tell(QString("rename material %1%2")
+             .arg(mkMaterials::getName(material), told ? "" : ", untold"));
     material->setName(step.b % 2 == 0 ? "red" : "gold" + std::to_string(step.b % 4));
     if (told) {
         model.materialRenamed(material);
@@ -752,8 +750,8 @@ void Session::storeBehindThePanel(const Step &step)
         break;
     case 4:
         if (member) {
-            tell("behind the panel: take "
-                 + QString::fromStdString(memberNode->getName()) + " from " + target);
+            tell("behind the panel: take " + QString::fromStdString(memberNode->getName())
+                 + " from " + target);
             model.storeSubNode(int(index), memberNode.get());
             HostFixture::store()->subNode(index, memberNode);
         }
@@ -784,11 +782,26 @@ void Session::storeBehindThePanel(const Step &step)
     }
 }
 
+/// What resetting these nodes makes of the scene's own attributes.
+void Session::expectReset(const std::function<bool(const osg::NodePtr &)> &reached)
+{
+    own = ownValues();
+    for (const osg::NodePtr &node : sceneNodes()) {
+        QString &value = (*own)[node.get()];
+        if (value != "none" && reached(node)) {
+            value = PanelModel::values(PanelModel::Attributes());
+        }
+    }
+}
+
 void Session::script(const Step &step)
 {
     const QString name = names[int(step.b % unsigned(names.size()))];
+    // The first of that name, as the script finds it.
+    const osg::NodePtr node = host.node(name);
+    const auto isBelow = [&node](const osg::NodePtr &other) { return node->isAncestorOf(other); };
     QString statement;
-    switch (step.a % 3) {
+    switch (step.a % 7) {
     case 0:
         if (model.store.size() >= manyLayers) {
             return;
@@ -814,13 +827,48 @@ void Session::script(const Step &step)
         }
         break;
     }
-    default: {
-        statement = "resetRenderLayers()";
+    case 2:
+        statement = "addNodesToRenderLayer(mkHost.getSelectedNodes(), '" + name + "')";
+        for (const mkNodePtr &selected : mkSelectionManager::getSelectedNodes()) {
+            if (model.layerNamed(name) >= 0) {
+                model.storeAddNode(model.layerNamed(name), selected.get().get());
+            }
+            model.rebuild(false);
+            model.modified = true;
+        }
+        break;
+    case 3: {
+        PanelModel::Attributes wanted;
+        QString arguments;
+        for (std::size_t i = 0; i < wanted.flags.size(); ++i) {
+            wanted.flags[i] = (step.b >> i) % 2 != 0;
+            arguments += wanted.flags[i] ? "True, " : "False, ";
+        }
+        wanted.material = wanted.flags.back() ? HostFixture::material("red") : osg::MaterialPtr();
+        statement = "setNodeVisibilityFlags(mkHost.findNode('" + name + "'), " + arguments
+                    + "'red')";
         own = ownValues();
         for (auto &value : *own) {
-            value.second = value.second == "none" ? value.second : QString("11111111110 Empty");
+            if (node && isBelow(osg::NodePtr(value.first))) {
+                value.second = PanelModel::values(wanted);
+            }
         }
+        break;
     }
+    case 4:
+        statement = "resetNodeVisibilityFlags(mkHost.findNode('" + name + "'))";
+        expectReset([&](const osg::NodePtr &other) { return node && isBelow(other); });
+        break;
+    case 5:
+        // Nobody stored a state, so that every drawable is reset.
+        statement = "activateRenderLayerState('" + name + "')";
+        expectReset([](const osg::NodePtr &other) {
+            return osg::Ptr<osg::DrawableBase>(other->getCore()) != osg::NullFC;
+        });
+        break;
+    default:
+        statement = "resetRenderLayers()";
+        expectReset([](const osg::NodePtr &) { return true; });
     }
     tell("script: " + statement);
     if (!mkScript::run(statement.toUtf8())) {
@@ -888,34 +936,37 @@ void tst_Random::sessions()
 {
     constexpr std::size_t length = 50;
     const std::uint64_t steps = fromEnvironment("MK_RANDOM_STEPS", 300 * length);
-    rc::detail::TestParams params;
-    params.seed = fromEnvironment("MK_RANDOM_SEED", 1);
-    params.maxSuccess = int((steps + length - 1) / length);
+    const std::uint64_t seed = fromEnvironment("MK_RANDOM_SEED", 1);
+    qputenv("RC_PARAMS", QString("seed=%1 max_success=%2")
+                             .arg(seed)
+                             .arg((steps + length - 1) / length)
+                             .toUtf8());
 
     // Ranges are used to the full from the first sequence on.
-    const auto step = rc::gen::resize(rc::kNominalSize, rc::gen::apply(
-        [](int kind, unsigned a, unsigned b) {
-            return Step{ kind, a, b };
-        },
-        rc::gen::noShrink(rc::gen::inRange(0, Session::kinds)), rc::gen::inRange(0U, 2520U),
-        rc::gen::inRange(0U, 2520U)));
-    const auto sequence = rc::gen::shrink(
-        rc::gen::container<std::vector<Step>>(length, step),
-        [](const std::vector<Step> &longer) { return rc::shrink::removeChunks(longer); });
+    const auto step = rc::gen::resize(rc::kNominalSize,
+                                      rc::gen::apply(
+                                          [](int kind, unsigned a, unsigned b) {
+                                              return Step{ kind, a, b };
+                                          },
+                                          rc::gen::noShrink(rc::gen::inRange(0, Session::kinds)),
+                                          rc::gen::inRange(0U, 2520U),
+                                          rc::gen::inRange(0U, 2520U)));
+    const auto sequence = rc::gen::shrink(rc::gen::container<std::vector<Step>>(length, step),
+                                          [](const std::vector<Step> &longer) {
+                                              return rc::shrink::removeChunks(longer);
+                                          });
 
     HostFixture host(true);
-    const auto result = rc::detail::checkTestable(
-        [&] {
-            Session session(host);
-            return session.play(*sequence).toStdString();
-        },
-        rc::detail::TestMetadata{ "sessions", "sessions" }, params);
+    QVERIFY(mkScript::run("import mkHost"));
+    const auto result = rc::detail::checkTestable([&] {
+        Session session(host);
+        return session.play(*sequence).toStdString();
+    });
     if (result.is<rc::detail::FailureResult>()) {
-        std::cerr << result.get<rc::detail::FailureResult>().description << "\nMK_RANDOM_SEED="
-                  << params.seed << std::endl;
+        std::cerr << result.get<rc::detail::FailureResult>().description
+                  << "\nMK_RANDOM_SEED=" << seed << std::endl;
     }
-    QVERIFY2(result.is<rc::detail::SuccessResult>(),
-             qPrintable(QString("with seed %1").arg(params.seed)));
+    QVERIFY2(result.is<rc::detail::SuccessResult>(), qPrintable(QString("with seed %1").arg(seed)));
 }
 
 HOST_TEST_MAIN(tst_Random)

@@ -82,9 +82,8 @@ PanelModel::Positions PanelModel::visibleRows() const
 
 int PanelModel::layerNamed(const QString &name) const
 {
-    const auto found = std::find_if(store.begin(), store.end(), [&](const Layer &layer) {
-        return layer.name == name;
-    });
+    const auto found = std::find_if(store.begin(), store.end(),
+                                    [&](const Layer &layer) { return layer.name == name; });
     return found == store.end() ? -1 : int(found - store.begin());
 }
 
