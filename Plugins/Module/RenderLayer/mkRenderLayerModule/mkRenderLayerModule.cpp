@@ -17,6 +17,7 @@
 #include <QMainWindow>
 #include <QMenu>
 #include <QMessageBox>
+#include <QMetaMethod>
 #include <QPushButton>
 #include <QScopeGuard>
 #include <QStatusBar>
@@ -28,6 +29,14 @@ constexpr quint64 wantedMessages = mkMessage::SceneLoaded | mkMessage::SceneMerg
 constexpr char materialRenamed[] = "materialRenamed";
 constexpr char updateLayers[] = "mkRenderLayerModuleUpdateLayers";
 constexpr char changedTransformation[] = "mkTransform::changedTransformation";
+
+/// Makes QAction* a meta type, with Qt's own code for it: with that of this library, Qt would go
+/// on calling it once the library is unloaded.
+void registerActionType()
+{
+    const QMetaObject &menu = QMenu::staticMetaObject;
+    menu.method(menu.indexOfSignal("hovered(QAction*)")).parameterType(0);
+}
 
 } // namespace
 
@@ -142,7 +151,7 @@ void mkRenderLayerModule::changedTransformationCB(mkMessage &)
 
 void mkRenderLayerModule::createQuickActions()
 {
-    qRegisterMetaType<QAction *>();
+    registerActionType();
     QMenu *const menu = panel->_layer->popupMenu();
     connect(menu, SIGNAL(hovered(QAction *)), this, SLOT(updateStatusBar(QAction *)));
     connect(menu, SIGNAL(aboutToShow()), this, SLOT(clearStatusBar()));
