@@ -67,12 +67,10 @@ HostFixture::HostFixture(bool python)
     mkController::setMainWindow(mainWindow.get());
     new QMKDockWindowManager(mainWindow.get());
     mkScenegraph::newScene("empty");
-    const QString plugins = QStringLiteral(MK_PLUGIN_DIR);
     if (python) {
-        mkMicroKernel::start(loader, plugins);
+        mkMicroKernel::start(loader, QStringLiteral(MK_PLUGIN_DIR));
     } else {
-        loader.loadAll(plugins);
-        loader.initAll();
+        loadPlugin();
     }
     mainWindow->resize(1600, 800);
     mainWindow->show();
@@ -88,6 +86,20 @@ HostFixture::~HostFixture()
     mkScript::stop();
     mainWindow.reset();
     loader.unloadAll();
+}
+
+void HostFixture::loadPlugin()
+{
+    loader.loadAll(QStringLiteral(MK_PLUGIN_DIR));
+    loader.initAll();
+}
+
+void HostFixture::unloadPlugin()
+{
+    delete panel();
+    loader.unloadAll();
+    // The dock window follows its panel with the next events.
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
 }
 
 void HostFixture::reset()

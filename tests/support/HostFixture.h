@@ -37,6 +37,9 @@ public:
 
     /// The plug-in's library.
     static QString pluginFile();
+    /// Deletes the panel and unloads the plug-in at once; loadPlugin() brings both back.
+    void unloadPlugin();
+    void loadPlugin();
 
     static mkRenderLayer *store() { return mkScenegraph::getRenderLayer(); }
     osg::NodePtr node(const QString &name) const;
