@@ -13,7 +13,8 @@ std::map<int, mkLog::Listener> &listeners()
     return all;
 }
 
-void write(mkLog::Severity severity, const char *prefix, const char *format, va_list arguments)
+void Q_ATTRIBUTE_FORMAT_PRINTF(3, 0)
+    write(mkLog::Severity severity, const char *prefix, const char *format, va_list arguments)
 {
     const QString line = QString::vasprintf(format, arguments);
     std::fprintf(stderr, "%s%s\n", prefix, line.toUtf8().constData());
