@@ -4,10 +4,16 @@ set -euo pipefail
 
 root_dir=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 
-# Prints the packages of packages.txt that are not installed, one a line.
+# missing_packages [SECTION...]: prints those packages of packages.txt that are not installed, one
+# a line: what stands before the first section, and the sections named.
 missing_packages() {
     local package packages
-    mapfile -t packages < <(sed 's/#.*//; s/[[:space:]]//g; /^$/d' "$root_dir/scripts/packages.txt")
+    mapfile -t packages < <(
+        awk -v wanted=" $* " '
+            { sub(/#.*/, ""); gsub(/[[:space:]]/, "") }
+            /^\[.*\]$/ { skip = !index(wanted, " " substr($0, 2, length($0) - 2) " "); next }
+            $0 != "" && !skip' "$root_dir/scripts/packages.txt"
+    )
     for package in "${packages[@]}"; do
         if ! grep -qx installed < <(dpkg-query -W -f '${db:Status-Status}\n' "$package" 2>/dev/null); then
             echo "$package"
@@ -15,14 +21,14 @@ missing_packages() {
     done
 }
 
-# Installs what is missing; silent when nothing is.
+# install_packages [SECTION...]: installs what is missing; silent when nothing is.
 install_packages() {
     if ! command -v dpkg-query >/dev/null; then
         echo "This is no Debian system; what scripts/packages.txt lists must be there already." >&2
         return
     fi
     local missing
-    mapfile -t missing < <(missing_packages)
+    mapfile -t missing < <(missing_packages "$@")
     if ((${#missing[@]} == 0)); then
         return
     fi
