@@ -85,9 +85,9 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
     host.addLayer("not yet shown");
     const QString before = host.rows();
 
-    const std::string name = readText<3>(stream, { "materialRenamed",
-                                                   "mkRenderLayerModuleUpdateLayers",
-                                                   "mkTransform::changedTransformation" });
+    const std::string name = readText<3>(stream,
+                                         { "materialRenamed", "mkRenderLayerModuleUpdateLayers",
+                                           "mkTransform::changedTransformation" });
     const std::uint64_t id = readId(stream);
     mkMessage message(name, id);
     while (!stream.atEnd()) {
