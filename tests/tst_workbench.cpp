@@ -208,7 +208,8 @@ void tst_workbench::importsMaterials()
     QVERIFY(tyre && drawables > 20);
     const osg::Ptr<osg::Geometry> geometry(tyre->getChildren().front()->getCore());
     QCOMPARE(geometry->getMaterial()->getName(), std::string("rubber"));
-    QVERIFY(document.materials.size() >= 8);
+    QCOMPARE(document.materials.size(), std::size_t(13));
+    QCOMPARE(document.materials.back()->getName(), std::string("clay"));
     QVERIFY(document.materials.front()->getColor() != osg::Material::Color({ 1, 1, 1, 1 }));
 }
 

@@ -157,7 +157,7 @@ public:
         }
         mkScenegraph::Document document;
         document.root = convertNodes();
-        document.materials = materials;
+        document.materials = namedOrUsedMaterials();
         document.file = file;
         return document;
     }
@@ -188,6 +188,28 @@ private:
             material->setColor({ color.r, color.g, color.b, color.a });
             materials.push_back(material);
         }
+    }
+
+    /// The library adds a default material also where every mesh has one of its own.
+    std::vector<osg::MaterialPtr> namedOrUsedMaterials() const
+    {
+        std::vector<bool> keep(materials.size());
+        for (unsigned i = 0; i < scene.mNumMaterials; ++i) {
+            keep[i] = scene.mMaterials[i]->GetName().length > 0;
+        }
+        for (unsigned i = 0; i < scene.mNumMeshes; ++i) {
+            const unsigned used = scene.mMeshes[i]->mMaterialIndex;
+            if (used < keep.size()) {
+                keep[used] = true;
+            }
+        }
+        std::vector<osg::MaterialPtr> kept;
+        for (std::size_t i = 0; i < keep.size(); ++i) {
+            if (keep[i]) {
+                kept.push_back(materials[i]);
+            }
+        }
+        return kept;
     }
 
     /// Nodes that show the same mesh share its geometry.

@@ -7,6 +7,7 @@
 
 #include <QDataStream>
 #include <QGuiApplication>
+#include <QIcon>
 #include <QMimeData>
 #include <QPalette>
 #include <QScopedValueRollback>
@@ -39,6 +40,14 @@ bool isHidden(const osg::NodePtr &node)
 {
     const auto attributes = mkNodeUtils::getRenderAttributes(node);
     return attributes && !attributes->getVisible();
+}
+
+/// Faded icons could not be seen on the selection's colour.
+QIcon nodeIcon(const osg::NodePtr &node)
+{
+    QIcon icon(mkScenegraph::getNodeIcon(node->getCore(), node, true));
+    icon.addPixmap(mkScenegraph::getNodeIcon(node->getCore(), node, false), QIcon::Selected);
+    return icon;
 }
 
 QString treeItemFormat()
@@ -147,7 +156,7 @@ QVariant SceneTreeModel::data(const QModelIndex &index, int role) const
     case Qt::EditRole:
         return QString::fromUtf8(mkNodeUtils::getName(shown));
     case Qt::DecorationRole:
-        return mkScenegraph::getNodeIcon(shown->getCore(), shown, true);
+        return nodeIcon(shown);
     case Qt::ForegroundRole:
         return isHidden(shown)
                    ? QGuiApplication::palette().brush(QPalette::Disabled, QPalette::Text)
