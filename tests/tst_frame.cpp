@@ -25,6 +25,7 @@ private Q_SLOTS:
     void enabling();
     void commands_data();
     void commands();
+    void renamingNeedsASelectedRow();
 
 private:
     /// One digit for each of the tree's own entries, in the menu's order.
@@ -281,6 +282,15 @@ void tst_Frame::commands()
     }
     QCOMPARE(happened, done);
     QCOMPARE(host.selected(), selected);
+}
+
+void tst_Frame::renamingNeedsASelectedRow()
+{
+    host.select({ "B" });
+    host.key(Qt::Key_Space, Qt::ControlModifier);
+    QCOMPARE(host.tree()->currentItem(), host.row("B"));
+    host.key(Qt::Key_F2);
+    QVERIFY(!host.tree()->findChild<QLineEdit *>());
 }
 
 HOST_TEST_MAIN(tst_Frame)

@@ -153,8 +153,9 @@ void tst_Layers::duplication_data()
     };
     row({}, "");
     row({ "D" }, "copyLayer(3, D1)");
-    row({ "C", "A" }, "copyLayer(0, A2) copyLayer(2, C1)");
-    row({ "A", "A1" }, "copyLayer(0, A2) copyLayer(4, A11)");
+    row({ "C", "A" }, "copyLayer(0, A11) copyLayer(2, C1)");
+    // The names given out count, too.
+    row({ "A", "A1" }, "copyLayer(0, A11) copyLayer(4, A12)");
     row({ "A/a", "B", "B/a" }, "copyLayer(1, B1)");
     row({ "A/a", "B/a" }, "");
 }
@@ -163,7 +164,9 @@ void tst_Layers::duplication()
 {
     QFETCH(QStringList, selection);
     QFETCH(QString, calls);
-    host.addLayer("A1");
+    for (int i = 1; i <= 10; ++i) {
+        host.addLayer('A' + QString::number(i));
+    }
     host.rebuild();
     host.select(selection);
     // A name is taken if the store has it, whatever the tree shows and whatever else is there.

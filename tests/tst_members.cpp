@@ -49,7 +49,8 @@ void tst_Members::deletion_data()
     row({ "C", "Bäume" }, "subLayer(Bäume) subLayer(C)" + end, "A[a b c]");
     row({ "Bäume/d", "A/c", "A/a" }, "subNode(1, d) subNode(0, c) subNode(0, a)" + end,
         "A[b] Bäume[a] C[a e]");
-    row({ "Bäume/a", "A" }, "subLayer(A)" + end + " subNode(0, a)" + end, "Bäume[d] C[a e]");
+    row({ "A", "Bäume/d", "Bäume/a" }, "subLayer(A)" + end + " subNode(0, a) subNode(0, d)" + end,
+        "Bäume[] C[a e]");
     row({ "A/b", "A" }, "subLayer(A)" + end, "Bäume[a d] C[a e]");
     // Rows under a closed layer are spared.
     row({ "C/a" }, "", "A[a b c] Bäume[a d] C[a e]", "C/a*");

@@ -230,8 +230,10 @@ void tst_Module::transformationRepaints()
         int paints = 0;
     } watcher;
     host->tree()->viewport()->installEventFilter(&watcher);
-    QApplication::processEvents();
-    watcher.paints = 0;
+    do {
+        watcher.paints = 0;
+        QTest::qWait(50);
+    } while (watcher.paints > 0);
     send("mkTransform::changedTransformation");
     QTRY_COMPARE(watcher.paints, 1);
 }

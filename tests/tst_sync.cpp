@@ -140,9 +140,6 @@ void tst_Sync::missingAttributes()
         QVERIFY(!host.row("A/a")->data(column, Qt::UserRole).isValid());
     }
     QCOMPARE(host.cells("A/b"), QStringLiteral("11101111110 Empty"));
-    // The row is the first of its layer all the same.
-    host.doubleClick("A/b", 4);
-    QCOMPARE(host.values(host.attributes(0, "b")), QStringLiteral("11111111110 Empty"));
 }
 
 void tst_Sync::expansionIsTheStores()
