@@ -7,7 +7,7 @@ import sys
 from pathlib import Path
 
 PLUGIN = Path("Plugins/Module/RenderLayer/mkRenderLayerModule")
-PRESET = "debug"
+PRESET = "release"
 SECONDS_A_TEST = "60"
 
 
@@ -69,7 +69,7 @@ def main():
     if failure:
         sys.exit(f"{failure} fails without any fault")
 
-    made = 0
+    found = []
     missed = []
     for file, old, new in read_mutations((root / "tests" / "mutations.txt").read_text()):
         title = f"{file}: {old}  ->  {new or 'nothing'}"
@@ -78,19 +78,19 @@ def main():
         path = copy / PLUGIN / file
         original = path.read_text()
         if original.count(old) != 1:
-            sys.exit(f"{title}: not found exactly once")
-        path.write_text(original.replace(old, new))
-        built = build(copy, "--target", "mkRenderLayerModule")
-        failure = "" if built.returncode else first_failure(copy)
-        path.write_text(original)
-        if built.returncode:
-            sys.exit(f"{title}: does not compile\n{built.stdout}")
-        made += 1
-        if not failure:
-            missed.append(title)
-        print(f"{'found by ' + failure if failure else 'MISSED'}: {title}", flush=True)
+            verdict = "NOT FOUND ONCE"
+        else:
+            path.write_text(original.replace(old, new))
+            if build(copy, "--target", "mkRenderLayerModule").returncode:
+                verdict = "DOES NOT COMPILE"
+            else:
+                failure = first_failure(copy)
+                verdict = f"found by {failure}" if failure else "MISSED"
+            path.write_text(original)
+        (missed if verdict.isupper() else found).append(title)
+        print(f"{verdict}: {title}", flush=True)
     build(copy, "--target", "mkRenderLayerModule")
-    print(f"{made - len(missed)} of {made} faults found")
+    print(f"{len(found)} of {len(found) + len(missed)} faults found")
     sys.exit(bool(missed))
 
 

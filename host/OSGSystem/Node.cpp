@@ -47,7 +47,7 @@ Node::~Node()
     // deeper than the stack.
     std::vector<NodePtr> orphans;
     const auto disown = [&orphans](Node &node) {
-        for (NodePtr &child : node.children) {
+        for (const NodePtr &child : node.children) {
             child->parent = nullptr;
         }
         std::move(node.children.begin(), node.children.end(), std::back_inserter(orphans));
