@@ -1,5 +1,4 @@
-// Speed and memory of the layer tree against bare Qt code in the same run. README.md explains the
-// figures.
+// Speed and memory of the layer tree against bare Qt code in the same run.
 
 #include "BareTree.h"
 #include "BenchHost.h"

@@ -96,9 +96,10 @@ try {
     if (!name.isEmpty() && namesakes == 0) {
         row->commitLayerName();
     }
-    // While a warning is open the host may rebuild the tree or close the panel: the row is not
-    // touched from here on.
+    // The row's editor closes behind this: a rebuild asked for while a warning is open would delete
+    // it first. The host may still close the panel meanwhile.
     const QPointer<mkNodeListWidget> self(this);
+    const RowsInUse inUse(this);
     for (; namesakes > 0; --namesakes) {
         QMessageBox::warning(nullptr, tr("Render Layer"),
                              tr("Name is not unique, please choose a different one."),
@@ -106,7 +107,7 @@ try {
     }
     if (self) {
         fitFirstColumn();
-        rebuildTree(false);
+        drawTree(false);
     }
 } catch (...) {
     recover("mkNodeListWidget::changedItem");
