@@ -935,7 +935,7 @@ private Q_SLOTS:
 void tst_Random::sessions()
 {
     constexpr std::size_t length = 50;
-    const std::uint64_t steps = fromEnvironment("MK_RANDOM_STEPS", 300 * length);
+    const std::uint64_t steps = fromEnvironment("MK_RANDOM_STEPS", 100 * length);
     const std::uint64_t seed = fromEnvironment("MK_RANDOM_SEED", 1);
     qputenv("RC_PARAMS", QString("seed=%1 max_success=%2")
                              .arg(seed)
