@@ -552,9 +552,11 @@ void Session::rowEdit(const Step &step)
     case 26: {
         QByteArray bytes;
         QDataStream stream(&bytes, QIODevice::WriteOnly);
-        const osg::MaterialPtr material = step.b % 5 != 0 ? anyMaterial(step.b)
-                                                          : osg::MaterialPtr();
-        stream << mkdMaterial(material ? QString::fromStdString(material->getName()) : "unknown");
+        const osg::MaterialPtr dragged = step.b % 5 != 0 ? anyMaterial(step.b) : osg::MaterialPtr();
+        const std::string dropped = dragged ? dragged->getName() : "unknown";
+        // A drag carries only the name: of two materials with one name, the first is dropped.
+        const osg::MaterialPtr material = mkMaterials::findMaterial(dropped.c_str()).get();
+        stream << mkdMaterial(QString::fromStdString(dropped));
         if (step.b % 7 == 0) {
             bytes.chop(int(step.b % unsigned(bytes.size())) + 1);
         }
@@ -935,7 +937,7 @@ private Q_SLOTS:
 void tst_Random::sessions()
 {
     constexpr std::size_t length = 50;
-    const std::uint64_t steps = fromEnvironment("MK_RANDOM_STEPS", 100 * length);
+    const std::uint64_t steps = fromEnvironment("MK_RANDOM_STEPS", 300 * length);
     const std::uint64_t seed = fromEnvironment("MK_RANDOM_SEED", 1);
     qputenv("RC_PARAMS", QString("seed=%1 max_success=%2")
                              .arg(seed)
