@@ -19,6 +19,12 @@ bool openAndRun(const CommandLine &commandLine, MainWindow &window)
     if (!commandLine.scene.isEmpty() && !window.openFile(commandLine.scene)) {
         return false;
     }
+    if (commandLine.isUnattended()) {
+        // Without a window, Ctrl+C in the terminal is the only way to stop a script.
+        mkScript::run("import signal as _signal\n"
+                      "_signal.signal(_signal.SIGINT, _signal.default_int_handler)\n"
+                      "del _signal");
+    }
     for (const QString &script : commandLine.scripts) {
         if (!mkScript::runFile(script, commandLine.scriptArguments)) {
             return false;
