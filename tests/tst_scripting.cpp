@@ -286,9 +286,17 @@ void tst_Scripting::activate()
                            "mkController::updateRender(false)" }));
     QCOMPARE(host->selected(), "a*");
 
+    // What is selected does not depend on the keys that the user holds down meanwhile.
+    QWindow *const window = host->window()->windowHandle();
+    QTest::keyPress(window, Qt::Key_Control, Qt::ControlModifier);
+    QCOMPARE(QGuiApplication::keyboardModifiers(), Qt::ControlModifier);
+    py("activateRenderLayer('Last')");
+    QTest::keyRelease(window, Qt::Key_Control);
+    QCOMPARE(host->selected(), "Last*");
+
     HostCalls::clear();
     QCOMPARE(py("activateRenderLayer(None)"), "None");
-    QCOMPARE(host->selected(), "a*");
+    QCOMPARE(host->selected(), "Last*");
     QCOMPARE(py("activateRenderLayer('last')"),
              "mkRenderLayerModule::activateRenderLayer: Couldn't find layer 'last'!|None");
     QCOMPARE(host->selected(), QString());
@@ -671,6 +679,23 @@ void tst_Scripting::exceptions()
     }
     mkTrace::setInterceptor({});
     QCOMPARE(py("createRenderLayer('x')"), "None");
+
+    // Where only the rebuild fails, what was added is shown and not lost.
+    for (const char *call : { "createRenderLayer('y')", "addNodesToRenderLayer([n], 'y')" }) {
+        mkController::setModified(0);
+        bool failed = false;
+        mkTrace::setInterceptor([&failed](const char *name) -> bool {
+            if (!qstrcmp(name, "mkRenderLayer::getAttachment") && !std::exchange(failed, true)) {
+                throw std::runtime_error("the host is out of order");
+            }
+            return true;
+        });
+        QVERIFY(errorsOf([call] { QVERIFY(!mkScript::run(call)); }).contains("out of order"));
+        mkTrace::setInterceptor({});
+        QCOMPARE(host->rows(), HostFixture::stored());
+        QVERIFY(mkController::isModified());
+    }
+    QCOMPARE(HostFixture::stored(), "A[a b] a[] x[] y[a]");
 }
 
 void tst_Scripting::interruptions()

@@ -254,7 +254,7 @@ void SceneTree::storeState()
         osg::traverse(selected.get(), [&name](const osg::NodePtr &node) {
             osg::RaytracingGeoAttachmentPtr own = mkNodeUtils::getRenderAttributes(node);
             if (!own) {
-                own = osg::RaytracingGeoAttachment::create();
+                own = osg::RaytracingGeoAttachment::make();
                 node->addAttachment(own);
                 node->changed(osg::AttachmentContainer::AttachmentsFieldMask,
                               osg::ChangeOrigin::External);

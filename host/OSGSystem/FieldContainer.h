@@ -62,7 +62,8 @@ inline constexpr std::nullptr_t NullFC = nullptr;
 class MK_HOST_API FieldContainerPtr
 {
 public:
-    /// While set, edits of containers are not announced to them (endEdit and its like).
+    /// While set, whoever ends an edit of a container's fields does not announce it to the
+    /// container. The host's own operations announce what they change all the same.
     static bool _ignore_change;
 
     FieldContainerPtr() = default;

@@ -107,7 +107,8 @@ bool Node::isAncestorOf(const NodePtr &node) const
 }
 
 Action::ResultE traverse(const NodePtr &root,
-                         const std::function<Action::ResultE(const NodePtr &)> &visit)
+                         // NOLINTNEXTLINE(performance-unnecessary-value-param): the interface
+                         std::function<Action::ResultE(const NodePtr &)> visit)
 {
     mkTrace::call("osg::traverse", root);
     if (!root) {

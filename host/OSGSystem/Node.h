@@ -109,6 +109,6 @@ struct Action
 /// scene: the children visited are those that a node has right after its visit. Returns Quit when
 /// `visit` did, else Continue. A null root is not visited.
 MK_HOST_API Action::ResultE traverse(const NodePtr &root,
-                                     const std::function<Action::ResultE(const NodePtr &)> &visit);
+                                     std::function<Action::ResultE(const NodePtr &)> visit);
 
 } // namespace osg

@@ -10,6 +10,26 @@
 
 #include <algorithm>
 #include <exception>
+#include <functional>
+
+namespace {
+
+/// What `receive` returns; false, and a line in the log, when it throws.
+bool guarded(const mkMessage &message, const std::function<bool()> &receive)
+{
+    try {
+        return receive();
+    } catch (const std::exception &failure) {
+        mkLog::error("mkController::sendMessage: A subscriber of '%s' failed: %s",
+                     message.name().c_str(), failure.what());
+    } catch (...) {
+        mkLog::error("mkController::sendMessage: A subscriber of '%s' failed!",
+                     message.name().c_str());
+    }
+    return false;
+}
+
+} // namespace
 
 mkController *mkController::the()
 {
@@ -66,21 +86,17 @@ void mkController::sendMessage(mkMessage &message)
             || std::find(current.begin(), current.end(), entry) == current.end()) {
             continue;
         }
-        try {
+        guarded(message, [&] {
             entry.second(message);
-        } catch (const std::exception &failure) {
-            mkLog::error("mkController::sendMessage: A subscriber of '%s' failed: %s",
-                         message.name().c_str(), failure.what());
-        } catch (...) {
-            mkLog::error("mkController::sendMessage: A subscriber of '%s' failed!",
-                         message.name().c_str());
-        }
+            return false;
+        });
     }
     const auto modules = the()->modules;
     for (mkModuleBase *module : modules) {
         const auto &current = the()->modules;
         const bool alive = std::find(current.begin(), current.end(), module) != current.end();
-        if (alive && (module->getFlags() & message.id()) != 0 && module->receivedMessage(message)) {
+        if (alive && (module->getFlags() & message.id()) != 0
+            && guarded(message, [&] { return module->receivedMessage(message); })) {
             break;
         }
     }

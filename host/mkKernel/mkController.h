@@ -35,8 +35,8 @@ public:
     static void addCB(const std::string &message, Callback callback);
     static void subCB(const std::string &message, Callback callback);
     /// Delivers a message: to the subscribers of its name in the order of their subscription,
-    /// then, if it has an id, to the message hook of the modules that want it. A subscriber that
-    /// throws is reported in the log; the others are still told.
+    /// then, if it has an id, to the message hook of the modules that want it. A subscriber or a
+    /// hook that throws is reported in the log; the others are still told.
     static void sendMessage(mkMessage &message);
 
     /// Marks the document modified (non-zero) or unmodified (0).

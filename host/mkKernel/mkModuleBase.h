@@ -27,7 +27,7 @@ public:
 
     /// The module's main widget, or null.
     virtual QWidget *getWidget();
-    /// Called once, when all plug-ins have been initialised.
+    /// Called when all plug-ins have been initialised, and again when more were loaded since.
     virtual void initialised();
     /// Called before a requested render.
     virtual void update();

@@ -141,6 +141,8 @@ private:
                 heartbeat();
             } catch (const std::exception &failure) {
                 mkLog::error("mkScript: The heartbeat failed: %s", failure.what());
+            } catch (...) {
+                mkLog::error("mkScript: The heartbeat failed!");
             }
         }
         return 0;

@@ -28,6 +28,8 @@ void mkPythonRegisterFactory::run(Level level)
         } catch (const std::exception &failure) {
             mkLog::error("mkPythonRegisterFactory::run: Level %d failed: %s", int(level),
                          failure.what());
+        } catch (...) {
+            mkLog::error("mkPythonRegisterFactory::run: Level %d failed!", int(level));
         }
     }
 }

@@ -14,6 +14,11 @@ RaytracingGeoAttachmentPtr RaytracingGeoAttachmentBase::create()
     if (!mkTrace::call("RaytracingGeoAttachment::create")) {
         return NullFC;
     }
+    return RaytracingGeoAttachment::make();
+}
+
+RaytracingGeoAttachmentPtr RaytracingGeoAttachment::make()
+{
     return RaytracingGeoAttachmentPtr(new RaytracingGeoAttachment);
 }
 

@@ -76,12 +76,15 @@ private:
 class MK_HOST_API RaytracingGeoAttachment : public RaytracingGeoAttachmentBase
 {
 public:
+    /// create() for the host itself, which is no plug-in whose calls are announced.
+    static RaytracingGeoAttachmentPtr make();
+
     void setOverrideMaterial(const MaterialPtr &material);
 
     /// Stores the current values under `name`, replacing what was stored there. `layerId` is the
     /// id of the render layer that they come from, 0 for none.
     void storeState(const std::string &name, std::uint32_t layerId = 0);
-    /// Makes the state of this name current; false, and no change, when there is none.
+    /// Makes the state of exactly this name current; false, and no change, when there is none.
     bool restoreState(const std::string &name);
     bool hasState(const std::string &name) const { return states.count(name) > 0; }
     /// The layer id kept with a state; 0 for none.

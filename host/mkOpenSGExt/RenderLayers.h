@@ -34,7 +34,9 @@ class RenderLayer;
 using RenderLayerPtr = Ptr<RenderLayer>;
 
 /// One render layer: member nodes in order and, parallel to them, one attribute entry a node. An
-/// entry is a RaytracingGeoAttachment, but may be null or of another type in a damaged scene.
+/// entry is a RaytracingGeoAttachment, but may be null or of another type in a damaged scene. A
+/// member stays alive, with its entry, when it is taken out of the scene, so that it can come back;
+/// cleanup of the store lets go of it.
 ///
 /// Looking a node up, adding, exchanging neighbours and removing take constant time; the first
 /// read of a list after removals closes the gaps, once for all of them.

@@ -40,7 +40,8 @@ public:
     void moveDownNode(unsigned index, const osg::NodePtr &node);
 
     /// Writes the layer's attributes into its nodes' own attachments and those of everything below
-    /// them. Below a member, another member of the layer goes by its own entry.
+    /// them. Below a member, another member of the layer goes by its own entry. Of several layers
+    /// that hold a node, the one activated last counts.
     void activateLayer(unsigned index);
     void activateNode(unsigned index, const osg::NodePtr &node);
 

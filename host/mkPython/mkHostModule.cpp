@@ -177,7 +177,7 @@ int storeRenderLayerState(const std::string &name)
         }
         RaytracingGeoAttachmentPtr attributes = mkNodeUtils::getRenderAttributes(node);
         if (!attributes) {
-            attributes = RaytracingGeoAttachment::create();
+            attributes = RaytracingGeoAttachment::make();
             node->addAttachment(attributes);
             node->changed(osg::AttachmentContainer::AttachmentsFieldMask,
                           osg::ChangeOrigin::External);

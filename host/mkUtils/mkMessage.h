@@ -17,7 +17,7 @@ public:
     /// can name the messages it wants (mkModuleBase).
     enum Id : std::uint64_t {
         NoId = 0,
-        SceneLoaded = 16,    ///< a file was read and its scene replaced the open one
+        SceneLoaded = 16,    ///< another scene, read from a file or new, replaced the open one
         SceneMerged = 32768, ///< a file was read into the open scene
     };
 

@@ -9,9 +9,10 @@
 #include <functional>
 #include <string>
 
-/// The host-call trace, a diagnostic for people who write plug-ins. Every host operation that a
-/// plug-in calls announces itself here: one line a call, name and arguments, in the logging
-/// category "mk.host" at debug level. It is off by default and then costs next to nothing.
+/// The host-call trace, a diagnostic for people who write plug-ins. Host operations announce
+/// themselves here when they are called: one line a call, name and arguments, in the logging
+/// category "mk.host" at debug level. It is off by default and then costs next to nothing. Silent
+/// is what views ask for row by row (names, icons of nodes, look-ups by id) and access to fields.
 ///
 /// An interceptor sees each call before it is carried out and can make it throw, call back into
 /// the plug-in, or answer with nothing, which is how a plug-in is tried against a failing host.

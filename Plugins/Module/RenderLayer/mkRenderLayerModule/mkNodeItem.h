@@ -53,8 +53,8 @@ public:
     bool isLayer() const { return itemType == LayerRow; }
     bool isNode() const { return itemType == NodeRow; }
 
-    /// The row's node; null for layer rows, for a node that is gone, and for an id that now
-    /// belongs to something else.
+    /// The row's node; null for layer rows, for a node that no longer exists, and for an id that
+    /// now belongs to something else.
     osg::NodePtr getNode() const;
     /// The id of the node that the row was made for, 0 for none; the node may be gone since.
     quint32 getNodeId() const { return nodeId; }

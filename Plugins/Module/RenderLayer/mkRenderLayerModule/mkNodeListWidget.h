@@ -45,10 +45,10 @@ public:
     /// Activates every selected row in the store, then requests a render.
     void activateSelected();
     /// Adds a layer and rebuilds. An empty name gives the default name; a name already taken gets
-    /// a number behind it.
+    /// a number behind it. What the host throws goes on to the caller.
     void addLayer(const QString &name);
     /// Adds `node` to the layer named `layerName` (UTF-8) and rebuilds. Nothing when either is
-    /// null.
+    /// null. What the host throws goes on to the caller.
     void addNodeToLayer(const osg::NodePtr &node, const char *layerName);
     /// Makes `material`, which may be null, the override material of a node row.
     void setOverrideMaterial(mkNodeItem *item, const osg::MaterialPtr &material);
@@ -124,9 +124,11 @@ private:
     struct SelectionMemory;
     enum class Direction { Up, Down };
 
-    /// For the handler of a slot or an event: reports the exception in flight, marks the document
-    /// modified and rebuilds, since the store may have been changed half-way.
+    /// For the handler of a slot or an event: reports the exception in flight and shows what the
+    /// command left behind.
     void recover(const char *function) noexcept;
+    /// Rebuilds and marks the document modified, since the store may have been changed half-way.
+    void redrawAfterFailure() noexcept;
     /// Does the rebuild that was put off, if there is one and rows are no longer in use.
     void catchUp() noexcept;
     /// rebuildTree() at once, for commands that are through with their rows.

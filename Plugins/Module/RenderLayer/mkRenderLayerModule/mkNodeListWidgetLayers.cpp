@@ -52,11 +52,11 @@ void mkNodeListWidget::createLayer(QString name)
 try {
     addLayer(name);
 } catch (...) {
-    recover("mkNodeListWidget::createLayer");
+    mkReportFailure("mkNodeListWidget::createLayer");
 }
 
 void mkNodeListWidget::addLayer(const QString &wanted)
-{
+try {
     const QString name = wanted.isEmpty() ? tr("Layer") : wanted;
     QSet<QString> taken;
     for (int i = 0; i < topLevelItemCount(); ++i) {
@@ -70,6 +70,9 @@ void mkNodeListWidget::addLayer(const QString &wanted)
     rebuildTree(false);
     fitFirstColumn();
     mkController::setModified(1);
+} catch (...) {
+    redrawAfterFailure();
+    throw;
 }
 
 void mkNodeListWidget::renameLayer()
@@ -261,7 +264,7 @@ try {
 }
 
 void mkNodeListWidget::addNodeToLayer(const osg::NodePtr &node, const char *layerName)
-{
+try {
     if (!node || !layerName) {
         return;
     }
@@ -269,4 +272,7 @@ void mkNodeListWidget::addNodeToLayer(const osg::NodePtr &node, const char *laye
     rebuildTree(false);
     fitFirstColumn();
     mkController::setModified(1);
+} catch (...) {
+    redrawAfterFailure();
+    throw;
 }

@@ -244,12 +244,17 @@ try {
 void mkNodeListWidget::recover(const char *function) noexcept
 {
     mkReportFailure(function);
+    redrawAfterFailure();
+}
+
+void mkNodeListWidget::redrawAfterFailure() noexcept
+{
     rebuildPending = true;
     catchUp();
     try {
         mkController::setModified(1);
     } catch (...) {
-        mkReportFailure("mkNodeListWidget::recover");
+        mkReportFailure("mkNodeListWidget::redrawAfterFailure");
     }
 }
 
