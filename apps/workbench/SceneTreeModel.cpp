@@ -307,7 +307,7 @@ void SceneTreeModel::removeMissing(quint32 id, const std::vector<quint32> &actua
         runs = { { 0, int(shown.size()) - 1 } };
     }
     for (auto run = runs.rbegin(); run != runs.rend(); ++run) {
-        removeRows(id, run->first, run->second);
+        takeRowsOut(id, run->first, run->second);
     }
 }
 
@@ -323,13 +323,13 @@ void SceneTreeModel::insertNew(quint32 id, const std::vector<quint32> &actual)
         while (end < actual.size() && (i >= shown.size() || actual[end] != shown[i])) {
             ++end;
         }
-        insertRows(id, int(i),
-                   { actual.begin() + std::ptrdiff_t(i), actual.begin() + std::ptrdiff_t(end) });
+        putRowsIn(id, int(i),
+                  { actual.begin() + std::ptrdiff_t(i), actual.begin() + std::ptrdiff_t(end) });
         i = end - 1;
     }
 }
 
-void SceneTreeModel::removeRows(quint32 id, int first, int last)
+void SceneTreeModel::takeRowsOut(quint32 id, int first, int last)
 {
     beginRemoveRows(indexOf(id), first, last);
     std::vector<quint32> &children = entries[id].children;
@@ -344,13 +344,13 @@ void SceneTreeModel::removeRows(quint32 id, int first, int last)
     endRemoveRows();
 }
 
-void SceneTreeModel::insertRows(quint32 id, int row, const std::vector<quint32> &ids)
+void SceneTreeModel::putRowsIn(quint32 id, int row, const std::vector<quint32> &ids)
 {
     for (const quint32 child : ids) {
         // A node that moved here and whose old parent has not been looked at yet.
         const auto stale = entries.constFind(child);
         if (stale != entries.cend()) {
-            removeRows(stale->parent, stale->row, stale->row);
+            takeRowsOut(stale->parent, stale->row, stale->row);
         }
     }
     beginInsertRows(indexOf(id), row, row + int(ids.size()) - 1);

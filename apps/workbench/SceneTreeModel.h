@@ -58,8 +58,8 @@ private:
     void syncChildren(const QSet<quint32> &nodeIds);
     void removeMissing(quint32 id, const std::vector<quint32> &actual);
     void insertNew(quint32 id, const std::vector<quint32> &actual);
-    void removeRows(quint32 id, int first, int last);
-    void insertRows(quint32 id, int row, const std::vector<quint32> &ids);
+    void takeRowsOut(quint32 id, int first, int last);
+    void putRowsIn(quint32 id, int row, const std::vector<quint32> &ids);
     void renumber(quint32 id, int first);
     QModelIndex indexOf(quint32 id) const;
 
