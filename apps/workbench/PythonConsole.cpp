@@ -94,6 +94,13 @@ PythonConsole::PythonConsole(QWidget *parent)
     setFocusProxy(input);
     input->installEventFilter(this);
     transcript->installEventFilter(this);
+    // Follows the end, also when its own size changes, as long as the reader has not scrolled up.
+    QScrollBar *const bar = transcript->verticalScrollBar();
+    connect(bar, &QScrollBar::rangeChanged, this, [bar, end = 0](int, int newEnd) mutable {
+        if (bar->value() >= std::exchange(end, newEnd)) {
+            bar->setValue(newEnd);
+        }
+    });
     connect(stopButton, &QToolButton::clicked, this, &PythonConsole::interrupt);
     connect(input, &QPlainTextEdit::textChanged, this, &PythonConsole::fitInput);
     idle.setSingleShot(true);
@@ -213,8 +220,8 @@ void PythonConsole::submit()
     // What a statement makes the host say belongs to its answer.
     const int listener = mkLog::addListener([this](mkLog::Severity severity, const QString &line) {
         write(severity == mkLog::Severity::Info      ? Kind::Output
-                  : severity == mkLog::Severity::Warning ? Kind::Warning
-                                                         : Kind::Error,
+              : severity == mkLog::Severity::Warning ? Kind::Warning
+                                                     : Kind::Error,
               line + QLatin1Char('\n'));
     });
     const auto removeListener = qScopeGuard([listener] { mkLog::removeListener(listener); });
@@ -230,9 +237,9 @@ void PythonConsole::breakLine()
     while (indentation < line.size() && line.at(indentation).isSpace()) {
         ++indentation;
     }
-    cursor.insertText(QLatin1Char('\n') + line.left(indentation)
-                      + (line.trimmed().endsWith(QLatin1Char(':')) ? QStringLiteral("    ")
-                                                                   : QString()));
+    cursor.insertText(
+        QLatin1Char('\n') + line.left(indentation)
+        + (line.trimmed().endsWith(QLatin1Char(':')) ? QStringLiteral("    ") : QString()));
     input->ensureCursorVisible();
 }
 
@@ -291,6 +298,8 @@ void PythonConsole::interrupt()
 void PythonConsole::fitInput()
 {
     const int lines = qMin(input->blockCount(), maxInputLines);
+    input->setVerticalScrollBarPolicy(lines < input->blockCount() ? Qt::ScrollBarAsNeeded
+                                                                  : Qt::ScrollBarAlwaysOff);
     const int margins = qRound(2 * input->document()->documentMargin());
     input->setFixedHeight(lines * input->fontMetrics().lineSpacing() + margins);
 }
@@ -320,9 +329,6 @@ void PythonConsole::write(Kind kind, const QString &text)
 
 void PythonConsole::flush()
 {
-    // Follows the end as long as the reader has not scrolled up.
-    QScrollBar *const bar = transcript->verticalScrollBar();
-    const bool atEnd = bar->value() == bar->maximum();
     QTextCursor cursor(transcript->document());
     cursor.movePosition(QTextCursor::End);
     cursor.beginEditBlock();
@@ -343,9 +349,6 @@ void PythonConsole::flush()
     }
     cursor.endEditBlock();
     pendingSize = 0;
-    if (atEnd) {
-        bar->setValue(bar->maximum());
-    }
 }
 
 void PythonConsole::refresh()

@@ -9,7 +9,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QScopedValueRollback>
+#include <QScopeGuard>
 
 #include <chrono>
 #include <condition_variable>
@@ -56,7 +56,7 @@ public:
         signal.attr("signal")(attentionSignal,
                               python::object(python::handle<>(PyCFunction_New(&handler, nullptr))));
         // The module has taken SIGINT. Ctrl+C in a terminal ends the program, as ever.
-        signal.attr("signal")(SIGINT, signal.attr("SIG_DFL"));
+        signal.attr("signal")(SIGINT, python::object(signal.attr("SIG_DFL")));
         guiThread = pthread_self();
         thread = std::thread(&Attention::work, this);
     }
@@ -92,7 +92,11 @@ public:
 
     void interrupt()
     {
-        change([this] { interrupted = urgent = depth > 0; });
+        change([this] {
+            interrupted = depth > 0;
+            // At the end of a heartbeat it is seen anyway.
+            urgent = interrupted && !withinBeat;
+        });
     }
 
     void setBeating(bool on)
@@ -151,13 +155,17 @@ private:
 
     void beat()
     {
-        bool due = false;
         // The call may have been meant for a statement that has ended since.
-        change([this, &due] { due = !withinBeat && depth > 0 && calledFor == statement; });
-        const std::function<void()> heartbeat = heartbeatFunction;
-        if (due && heartbeat) {
-            const QScopedValueRollback<bool> within(withinBeat, true);
-            heartbeat();
+        bool due = false;
+        change([this, &due] {
+            due = !withinBeat && depth > 0 && calledFor == statement;
+            withinBeat = withinBeat || due;
+        });
+        if (due) {
+            const auto done = qScopeGuard([this] { change([this] { withinBeat = false; }); });
+            if (const std::function<void()> heartbeat = heartbeatFunction) {
+                heartbeat();
+            }
         }
     }
 
