@@ -144,7 +144,7 @@ void MainWindow::showEvent(QShowEvent *event)
             resizeDocks({ sceneDock, panel }, { width() / 5, width() * 4 / 5 }, Qt::Horizontal);
             resizeDocks({ sceneDock, attributesDock }, { height() / 2, height() / 2 },
                         Qt::Vertical);
-            resizeDocks({ panel, logDock }, { height() * 4 / 5, height() / 5 }, Qt::Vertical);
+            resizeDocks({ panel, logDock }, { height() * 3 / 4, height() / 4 }, Qt::Vertical);
         });
     }
 }

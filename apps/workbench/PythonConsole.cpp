@@ -332,7 +332,10 @@ void PythonConsole::flush()
     QTextCursor cursor(transcript->document());
     cursor.movePosition(QTextCursor::End);
     cursor.beginEditBlock();
-    for (const Piece &piece : std::exchange(pending, {})) {
+    for (Piece &piece : std::exchange(pending, {})) {
+        // Laying out very long lines takes seconds.
+        static const QRegularExpression longLine(QStringLiteral("[^\\n]{2000}(?=[^\\n])"));
+        piece.text.replace(longLine, QStringLiteral("\\0\\n"));
         QTextCharFormat format;
         if (piece.kind == Kind::Input) {
             format.setFontWeight(QFont::Bold);
