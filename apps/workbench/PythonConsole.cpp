@@ -334,8 +334,8 @@ void PythonConsole::flush()
     cursor.beginEditBlock();
     for (Piece &piece : std::exchange(pending, {})) {
         // Laying out very long lines takes seconds.
-        static const QRegularExpression longLine(QStringLiteral("[^\\n]{2000}(?=[^\\n])"));
-        piece.text.replace(longLine, QStringLiteral("\\0\\n"));
+        static const QRegularExpression longLine(QStringLiteral("([^\\n]{2000})(?=[^\\n])"));
+        piece.text.replace(longLine, QStringLiteral("\\1\n"));
         QTextCharFormat format;
         if (piece.kind == Kind::Input) {
             format.setFontWeight(QFont::Bold);
