@@ -10,21 +10,6 @@ namespace {
 
 constexpr int maxLines = 5000;
 
-/// Readable on light and on dark backgrounds.
-QColor colorOf(mkLog::Severity severity, const QPalette &palette)
-{
-    const bool dark = palette.color(QPalette::Base).lightness() < 128;
-    switch (severity) {
-    case mkLog::Severity::Error:
-        return dark ? QColor(255, 120, 110) : QColor(185, 20, 20);
-    case mkLog::Severity::Warning:
-        return dark ? QColor(240, 190, 90) : QColor(150, 90, 0);
-    case mkLog::Severity::Info:
-        break;
-    }
-    return palette.color(QPalette::Text);
-}
-
 } // namespace
 
 LogView::LogView(QWidget *parent)
@@ -42,6 +27,20 @@ LogView::LogView(QWidget *parent)
 LogView::~LogView()
 {
     mkLog::removeListener(listener);
+}
+
+QColor LogView::colorOf(mkLog::Severity severity, const QPalette &palette)
+{
+    const bool dark = palette.color(QPalette::Base).lightness() < 128;
+    switch (severity) {
+    case mkLog::Severity::Error:
+        return dark ? QColor(255, 120, 110) : QColor(185, 20, 20);
+    case mkLog::Severity::Warning:
+        return dark ? QColor(240, 190, 90) : QColor(150, 90, 0);
+    case mkLog::Severity::Info:
+        break;
+    }
+    return palette.color(QPalette::Text);
 }
 
 void LogView::append(mkLog::Severity severity, const QString &line)

@@ -13,6 +13,9 @@ public:
     explicit LogView(QWidget *parent = nullptr);
     ~LogView() override;
 
+    /// The colour of a line, readable on light and on dark backgrounds.
+    static QColor colorOf(mkLog::Severity severity, const QPalette &palette);
+
 protected:
     void contextMenuEvent(QContextMenuEvent *event) override;
 

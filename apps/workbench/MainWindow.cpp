@@ -3,12 +3,14 @@
 #include "AttributesView.h"
 #include "LogView.h"
 #include "MaterialsView.h"
+#include "PythonConsole.h"
 #include "RecentFiles.h"
 #include "SceneImporter.h"
 #include "SceneTree.h"
 #include "SceneWatcher.h"
 #include "mkIconManager/mkIconManager.h"
 #include "mkKernel/mkController.h"
+#include "mkKernel/mkScript.h"
 #include "mkKernelServices/mkScopedUndo.h"
 #include "mkQt4Ext/QMKDockWindowManager.h"
 #include "mkShortcut/mkShortcut.h"
@@ -50,6 +52,9 @@ MainWindow::MainWindow(bool isUnattended)
     connect(mkScenegraph::the(), &mkScenegraph::sceneChanged, this, &MainWindow::updateTitle);
     connect(mkController::the(), &mkController::modifiedChanged, this,
             &MainWindow::setWindowModified);
+    closing.setSingleShot(true);
+    closing.setInterval(200);
+    connect(&closing, &QTimer::timeout, this, &MainWindow::close);
     updateTitle();
 }
 
@@ -96,6 +101,8 @@ void MainWindow::createDocks()
     materialsDock = addDock("Materials", new MaterialsView(watcher), "Material",
                             Qt::LeftDockWidgetArea);
     logDock = addDock("Log", new LogView, "Log", Qt::BottomDockWidgetArea);
+    console = new PythonConsole;
+    addDock("Python Console", console, "Console", Qt::BottomDockWidgetArea);
 }
 
 QDockWidget *MainWindow::addDock(const char *name, QWidget *widget, const char *icon,
@@ -130,13 +137,14 @@ void MainWindow::showEvent(QShowEvent *event)
     if (!arranged) {
         // Sizes of docks count once the window has its own.
         arranged = true;
+        console->start();
         QTimer::singleShot(0, this, [this] {
             // Without a central widget all sides must be told their size.
             QDockWidget *const panel = docks->getDockWidgets().last();
             resizeDocks({ sceneDock, panel }, { width() / 5, width() * 4 / 5 }, Qt::Horizontal);
             resizeDocks({ sceneDock, attributesDock }, { height() / 2, height() / 2 },
                         Qt::Vertical);
-            resizeDocks({ panel, logDock }, { height() * 5 / 6, height() / 6 }, Qt::Vertical);
+            resizeDocks({ panel, logDock }, { height() * 3 / 4, height() / 4 }, Qt::Vertical);
         });
     }
 }
@@ -247,6 +255,15 @@ bool MainWindow::mayDiscardChanges(const QString &question, const QString &disca
 
 void MainWindow::closeEvent(QCloseEvent *event)
 {
+    if (mkScript::isBusy()) {
+        // It needs the window. One that goes on in spite of the interrupt gets the next.
+        mkScript::interrupt();
+        statusBar()->showMessage(tr("Waiting for the running statement to stop…"));
+        closing.start();
+        event->ignore();
+        return;
+    }
+    statusBar()->clearMessage();
     event->setAccepted(mayDiscardChanges(tr("Quit and lose the changes to the scene?"),
                                          tr("Discard Changes and Quit")));
 }

@@ -3,7 +3,9 @@
 #include "mkKernel/mkScenegraph.h"
 
 #include <QMainWindow>
+#include <QTimer>
 
+class PythonConsole;
 class QMKDockWindowManager;
 class RecentFiles;
 class SceneWatcher;
@@ -59,4 +61,7 @@ private:
     QDockWidget *attributesDock = nullptr;
     QDockWidget *materialsDock = nullptr;
     QDockWidget *logDock = nullptr;
+    PythonConsole *console = nullptr;
+    /// Tries again to close, which a running statement has put off.
+    QTimer closing;
 };

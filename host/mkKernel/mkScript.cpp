@@ -9,12 +9,15 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QScopeGuard>
 
 #include <chrono>
 #include <condition_variable>
+#include <csignal>
 #include <cstdint>
 #include <exception>
 #include <mutex>
+#include <pthread.h>
 #include <thread>
 #include <utility>
 
@@ -28,10 +31,13 @@ bool stopped = false;
 int exitStatus = 0;
 std::function<void()> heartbeatFunction;
 
+/// What Python calls this signal's handler for. Nobody else uses it, and by default it does
+/// nothing.
+constexpr int attentionSignal = SIGURG;
+
 /// The thread that calls the interpreter's attention to interrupts and heartbeats while a statement
-/// runs. A request made without Python's lock would stay unseen until the interpreter looks up by
-/// itself; taking the lock makes it look. It also makes this thread, and nobody else, wait while
-/// the statement is in C code.
+/// runs. It sends the GUI thread a signal, because nothing else reaches Python code that waits in a
+/// system call: the call returns, Python runs its handler, and goes on waiting unless that raises.
 class Attention
 {
 public:
@@ -42,14 +48,25 @@ public:
         return *attention;
     }
 
-    void start() { thread = std::thread(&Attention::work, this); }
+    /// To be called on the GUI thread, which Python takes for its main thread.
+    void start()
+    {
+        static PyMethodDef handler{ "attend", &Attention::attend, METH_VARARGS, nullptr };
+        const python::object signal = python::import("signal");
+        signal.attr("signal")(attentionSignal,
+                              python::object(python::handle<>(PyCFunction_New(&handler, nullptr))));
+        // The module has taken SIGINT. Ctrl+C in a terminal ends the program, as ever.
+        signal.attr("signal")(SIGINT, python::object(signal.attr("SIG_DFL")));
+        guiThread = pthread_self();
+        thread = std::thread(&Attention::work, this);
+    }
 
     void stop()
     {
         change([this] { ending = true; });
-        PyThreadState *const state = PyEval_SaveThread();
-        thread.join();
-        PyEval_RestoreThread(state);
+        if (thread.joinable()) {
+            thread.join();
+        }
     }
 
     void enterStatement()
@@ -75,7 +92,11 @@ public:
 
     void interrupt()
     {
-        change([this] { interrupted = depth > 0; });
+        change([this] {
+            interrupted = depth > 0;
+            // At the end of a heartbeat it is seen anyway.
+            urgent = interrupted && !withinBeat;
+        });
     }
 
     void setBeating(bool on)
@@ -98,64 +119,69 @@ private:
     {
         std::unique_lock<std::mutex> lock(mutex);
         while (!ending) {
-            changed.wait(lock, [this] {
-                return ending || (depth > 0 && !requested && (beating || interrupted));
-            });
-            const std::uintptr_t current = statement;
-            changed.wait_for(lock, heartbeatInterval, [this, current] {
-                return ending || depth == 0 || statement != current || interrupted;
-            });
-            if (ending || depth == 0 || statement != current) {
-                continue;
+            changed.wait(lock,
+                         [this] { return ending || (depth > 0 && (beating || interrupted)); });
+            const std::uint64_t current = statement;
+            const auto over = [this, current] {
+                return ending || depth == 0 || statement != current;
+            };
+            changed.wait_for(lock, heartbeatInterval,
+                             [this, over] { return over() || std::exchange(urgent, false); });
+            // An interrupt may be missed just before a system call; then the next one is seen.
+            if (!over()) {
+                calledFor = current;
+                pthread_kill(guiThread, attentionSignal);
             }
-            requested = true;
-            lock.unlock();
-            const PyGILState_STATE state = PyGILState_Ensure();
-            if (Py_AddPendingCall(&Attention::serve, reinterpret_cast<void *>(current)) != 0) {
-                change([this] { requested = false; });
-            }
-            PyGILState_Release(state);
-            lock.lock();
         }
     }
 
-    /// Called by the interpreter between two instructions of a statement.
-    static int serve(void *requestedStatement)
+    /// Called by the interpreter on the GUI thread, between two instructions or from within a
+    /// waiting system call.
+    static PyObject *attend(PyObject *, PyObject *)
     {
-        bool current = false;
+        try {
+            the().beat();
+        } catch (const std::exception &failure) {
+            mkLog::error("mkScript: The heartbeat failed: %s", failure.what());
+        } catch (...) {
+            mkLog::error("mkScript: The heartbeat failed!");
+        }
         bool interrupting = false;
-        the().change([&] {
-            the().requested = false;
-            // The request may have been meant for a statement that has ended since.
-            current = the().depth > 0
-                      && the().statement == reinterpret_cast<std::uintptr_t>(requestedStatement);
-            interrupting = current && std::exchange(the().interrupted, false);
-        });
+        the().change([&] { interrupting = std::exchange(the().interrupted, false); });
         if (interrupting) {
             PyErr_SetNone(PyExc_KeyboardInterrupt);
-            return -1;
+            return nullptr;
         }
-        const std::function<void()> heartbeat = heartbeatFunction;
-        if (current && heartbeat) {
-            try {
+        Py_RETURN_NONE;
+    }
+
+    void beat()
+    {
+        // The call may have been meant for a statement that has ended since.
+        bool due = false;
+        change([this, &due] {
+            due = !withinBeat && depth > 0 && calledFor == statement;
+            withinBeat = withinBeat || due;
+        });
+        if (due) {
+            const auto done = qScopeGuard([this] { change([this] { withinBeat = false; }); });
+            if (const std::function<void()> heartbeat = heartbeatFunction) {
                 heartbeat();
-            } catch (const std::exception &failure) {
-                mkLog::error("mkScript: The heartbeat failed: %s", failure.what());
-            } catch (...) {
-                mkLog::error("mkScript: The heartbeat failed!");
             }
         }
-        return 0;
     }
 
     std::mutex mutex;
     std::condition_variable changed;
     int depth = 0;
-    std::uintptr_t statement = 0;
+    std::uint64_t statement = 0;
+    std::uint64_t calledFor = 0;
     bool interrupted = false;
+    bool urgent = false;
     bool beating = false;
-    bool requested = false;
+    bool withinBeat = false;
     bool ending = false;
+    pthread_t guiThread = {};
     std::thread thread;
 };
 
@@ -200,20 +226,21 @@ int reportException()
     return 1;
 }
 
-/// Carries out `body`, which runs Python code; false when it raises.
-template <typename Body>
-bool guarded(const Body &body)
+/// While one lives, interrupts and heartbeats reach Python. The outermost flushes Python's streams.
+class Statement
 {
-    const mkScript::Statement statement;
-    int status = 0;
-    try {
-        body();
-    } catch (const python::error_already_set &) {
-        status = reportException();
+public:
+    Statement() { Attention::the().enterStatement(); }
+    ~Statement()
+    {
+        Attention::the().leaveStatement();
+        if (!mkScript::isBusy()) {
+            flushStreams();
+        }
     }
-    exitStatus = status;
-    return status == 0;
-}
+    Statement(const Statement &) = delete;
+    Statement &operator=(const Statement &) = delete;
+};
 
 python::dict scriptNamespace()
 {
@@ -286,7 +313,6 @@ void start()
     PyImport_AppendInittab("mkHost", &PyInit_mkHost);
     PyConfig config;
     PyConfig_InitPythonConfig(&config);
-    // Ctrl+C in a terminal ends the program, as ever.
     config.install_signal_handlers = 0;
     config.parse_argv = 0;
     const PyStatus status = Py_InitializeFromConfig(&config);
@@ -296,7 +322,7 @@ void start()
                      status.err_msg ? status.err_msg : "unknown reason");
         return;
     }
-    Attention::the().start();
+    call([] { Attention::the().start(); });
     run("import mkHost");
 }
 
@@ -305,7 +331,7 @@ void stop()
     if (!isRunning()) {
         return;
     }
-    guarded([] { python::import("atexit").attr("_run_exitfuncs")(); });
+    call([] { python::import("atexit").attr("_run_exitfuncs")(); });
     setHeartbeat({});
     Attention::the().stop();
     stopped = true;
@@ -319,11 +345,11 @@ bool isRunning()
 bool run(const char *statements)
 {
     mkTrace::call("mkScript::run", statements);
-    if (!statements || !isRunning()) {
+    if (!statements) {
         exitStatus = 1;
         return false;
     }
-    return guarded([statements] {
+    return call([statements] {
         const python::handle<> code(Py_CompileString(statements, "<string>", Py_file_input));
         evaluate(code.get());
     });
@@ -343,7 +369,7 @@ bool runFile(const QString &file, const QStringList &arguments)
         return false;
     }
     const QByteArray source = script.readAll();
-    return guarded([&] {
+    return call([&] {
         ScriptSurroundings surroundings(file, arguments);
         try {
             // The builtin, unlike the C function, heeds every byte and the encoding line.
@@ -367,9 +393,31 @@ bool runFile(const QString &file, const QStringList &arguments)
     });
 }
 
+bool call(const std::function<void()> &body)
+{
+    exitStatus = 1;
+    if (!isRunning()) {
+        return false;
+    }
+    const Statement statement;
+    int status = 0;
+    try {
+        body();
+    } catch (const python::error_already_set &) {
+        status = reportException();
+    }
+    exitStatus = status;
+    return status == 0;
+}
+
 int getExitStatus()
 {
     return exitStatus;
+}
+
+bool isBusy()
+{
+    return Attention::the().getDepth() > 0;
 }
 
 void interrupt()
@@ -381,24 +429,6 @@ void setHeartbeat(std::function<void()> heartbeat)
 {
     heartbeatFunction = std::move(heartbeat);
     Attention::the().setBeating(bool(heartbeatFunction));
-}
-
-Statement::Statement()
-{
-    Attention::the().enterStatement();
-}
-
-Statement::~Statement()
-{
-    Attention::the().leaveStatement();
-    if (depth() == 0) {
-        flushStreams();
-    }
-}
-
-int Statement::depth()
-{
-    return Attention::the().getDepth();
 }
 
 } // namespace mkScript

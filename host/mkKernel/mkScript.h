@@ -36,34 +36,24 @@ MK_HOST_API bool run(const char *statements);
 /// holds `file` and `arguments`, and its directory leads sys.path. False, with the reason on
 /// sys.stderr, when it cannot be read.
 MK_HOST_API bool runFile(const QString &file, const QStringList &arguments = {});
-/// The exit status of the last run() or runFile(), as the python program would have it: 0, what
+/// Carries out `body`, which evaluates Python code by other means, in the same way.
+MK_HOST_API bool call(const std::function<void()> &body);
+/// The exit status of the last of these, as the python program would have it: 0, what
 /// SystemExit carried, or 1.
 MK_HOST_API int getExitStatus();
 
-/// Makes the running statement raise KeyboardInterrupt as soon as it is back in Python code; one
-/// that waits in C, as in time.sleep(), does so when it returns. Nothing while no statement runs.
-/// May be called from any thread.
+/// True while a statement runs: anything that the operations above started.
+MK_HOST_API bool isBusy();
+/// Makes the running statement raise KeyboardInterrupt, also while it waits, as in time.sleep();
+/// what computes in C does so as soon as it is back in Python code. Nothing while no statement
+/// runs. May be called from any thread.
 MK_HOST_API void interrupt();
 
-/// A function that is called on the GUI thread about twenty times a second while a statement
-/// runs, between two of its instructions; an application keeps its windows alive with it. Short
+/// A function that is called on the GUI thread about twenty times a second while a statement runs
+/// or waits, between two of its instructions; an application keeps its windows alive with it. Short
 /// statements never see it, and it costs running ones nothing: a thread asks the interpreter for
-/// the call, there is no trace function. An empty one switches it off.
+/// the call, by the signal SIGURG. Statements within the function get no calls of their own. An
+/// empty one switches it off.
 MK_HOST_API void setHeartbeat(std::function<void()> heartbeat);
-
-/// Stands for a running statement: while one lives, interrupt() and the heartbeat work. run() and
-/// runFile() have their own; whoever evaluates Python code by other means makes one. The outermost
-/// one that ends flushes Python's streams.
-class MK_HOST_API Statement
-{
-public:
-    Statement();
-    ~Statement();
-    Statement(const Statement &) = delete;
-    Statement &operator=(const Statement &) = delete;
-
-    /// How many statements are running, each from within the one before.
-    static int depth();
-};
 
 } // namespace mkScript

@@ -246,8 +246,9 @@ python::object getLayerAttributes(const std::string &layerName, const mkPythonNo
 }
 
 constexpr char moduleDoc[] =
-    "The host as scripts see it: the scene's nodes and materials, the selection, the log, and "
-    "the render layers for reading.\n\n"
+    "The host as scripts see it.\n\n"
+    "The scene's nodes and materials, the selection, the log, and the render layers for "
+    "reading.\n\n"
     "Functions that find something return None when there is nothing of that name. Asking a "
     "layer that does not exist raises LookupError. A node that has left the scene raises "
     "ReferenceError.\n\n"

@@ -1,0 +1,370 @@
+#include "PythonConsole.h"
+
+#include "LogView.h"
+#include "mkKernel/mkScript.h"
+#include "mkPython/mkPythonSession.h"
+#include "mkShortcut/mkShortcut.h"
+#include "mkUtils/mkLog.h"
+
+#include <QCoreApplication>
+#include <QFontDatabase>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QPlainTextEdit>
+#include <QRegularExpression>
+#include <QScopeGuard>
+#include <QScrollBar>
+#include <QStyle>
+#include <QTextBlock>
+#include <QToolButton>
+#include <QVBoxLayout>
+
+#include <utility>
+
+namespace {
+
+constexpr int maxTranscriptLines = 10000;
+constexpr int maxHistory = 500;
+constexpr int maxInputLines = 10;
+/// Of what is printed between two looks at it, only the end is shown.
+constexpr int maxPendingSize = 200000;
+constexpr int keepAliveMilliseconds = 20;
+constexpr int idleMilliseconds = 200;
+
+QPlainTextEdit *createEdit(const QString &name, QWidget *parent)
+{
+    auto *const edit = new QPlainTextEdit(parent);
+    edit->setObjectName(name);
+    edit->setFrameShape(QFrame::NoFrame);
+    edit->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
+    return edit;
+}
+
+QString commonStart(const QStringList &texts)
+{
+    QString start = texts.first();
+    for (const QString &text : texts) {
+        while (!text.startsWith(start)) {
+            start.chop(1);
+        }
+    }
+    return start;
+}
+
+} // namespace
+
+PythonConsole::PythonConsole(QWidget *parent)
+    : QWidget(parent)
+    , transcript(createEdit(QStringLiteral("transcript"), this))
+    , input(createEdit(QStringLiteral("input"), this))
+    , prompt(new QLabel(QStringLiteral(">>>"), this))
+    , stopButton(new QToolButton(this))
+{
+    setObjectName(QStringLiteral("pythonConsole"));
+    // One sheet in the colour of the editors.
+    setBackgroundRole(QPalette::Base);
+    setAutoFillBackground(true);
+    transcript->setReadOnly(true);
+    transcript->setUndoRedoEnabled(false);
+    transcript->setMaximumBlockCount(maxTranscriptLines);
+    input->setLineWrapMode(QPlainTextEdit::NoWrap);
+    input->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    input->setAccessibleName(tr("Python statement"));
+    input->setPlaceholderText(tr("Python statement"));
+    input->setEnabled(false);
+    prompt->setFont(input->font());
+    prompt->setContentsMargins(4, int(input->document()->documentMargin()), 0, 0);
+    prompt->setForegroundRole(QPalette::Text);
+    stopButton->setObjectName(QStringLiteral("stop"));
+    stopButton->setIcon(style()->standardIcon(QStyle::SP_BrowserStop));
+    stopButton->setToolTip(tr("Stop the running statement (Ctrl+C)"));
+    stopButton->setAutoRaise(true);
+    stopButton->setFocusPolicy(Qt::NoFocus);
+
+    auto *const row = new QHBoxLayout;
+    row->addWidget(prompt, 0, Qt::AlignTop);
+    row->addWidget(input, 1);
+    row->addWidget(stopButton, 0, Qt::AlignTop);
+    auto *const layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addWidget(transcript, 1);
+    layout->addLayout(row);
+
+    setFocusProxy(input);
+    input->installEventFilter(this);
+    transcript->installEventFilter(this);
+    // Follows the end, also when its own size changes, as long as the reader has not scrolled up.
+    QScrollBar *const bar = transcript->verticalScrollBar();
+    connect(bar, &QScrollBar::rangeChanged, this, [bar, end = 0](int, int newEnd) mutable {
+        if (bar->value() >= std::exchange(end, newEnd)) {
+            bar->setValue(newEnd);
+        }
+    });
+    connect(stopButton, &QToolButton::clicked, this, &PythonConsole::interrupt);
+    connect(input, &QPlainTextEdit::textChanged, this, &PythonConsole::fitInput);
+    idle.setSingleShot(true);
+    idle.setInterval(idleMilliseconds);
+    connect(&idle, &QTimer::timeout, this, &PythonConsole::refresh);
+    fitInput();
+    refresh();
+
+    const QString group = tr("Python Console");
+    mkShortcut::addKey(group, Qt::Key_Return, Qt::NoModifier, tr("Run Statement"));
+    mkShortcut::addKey(group, Qt::Key_Return, Qt::ShiftModifier, tr("Break Line"));
+    mkShortcut::addKey(group, Qt::Key_Tab, Qt::NoModifier, tr("Complete or Indent"));
+    mkShortcut::addKey(group, Qt::Key_Up, Qt::NoModifier, tr("Previous Statement"));
+    mkShortcut::addKey(group, Qt::Key_Down, Qt::NoModifier, tr("Next Statement"));
+    mkShortcut::addKey(group, Qt::Key_C, Qt::ControlModifier, tr("Stop Statement"));
+    mkShortcut::addKey(group, Qt::Key_L, Qt::ControlModifier, tr("Clear"));
+}
+
+PythonConsole::~PythonConsole()
+{
+    mkScript::setHeartbeat({});
+}
+
+void PythonConsole::start()
+{
+    if (!mkScript::isRunning()) {
+        return;
+    }
+    session = std::make_unique<mkPythonSession>(
+        [this](mkPythonSession::Stream stream, const QString &text) {
+            write(stream == mkPythonSession::Stream::Output ? Kind::Output : Kind::Error, text);
+        });
+    mkScript::setHeartbeat([this] { keepAlive(); });
+    input->setEnabled(true);
+}
+
+bool PythonConsole::eventFilter(QObject *watched, QEvent *event)
+{
+    if (event->type() != QEvent::KeyPress) {
+        return false;
+    }
+    const auto *const press = static_cast<QKeyEvent *>(event);
+    const bool copies = static_cast<QPlainTextEdit *>(watched)->textCursor().hasSelection();
+    if (press->matches(QKeySequence::Copy) && !copies) {
+        interrupt();
+        return true;
+    }
+    if (watched == input) {
+        return inputKey(press->key(), press->modifiers());
+    }
+    if (!press->text().isEmpty() && press->text().at(0).isPrint()) {
+        input->setFocus();
+        QCoreApplication::sendEvent(input, event);
+        return true;
+    }
+    return false;
+}
+
+/// True when the key was the console's.
+bool PythonConsole::inputKey(int key, Qt::KeyboardModifiers modifiers)
+{
+    switch (key) {
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+        if (modifiers & Qt::ShiftModifier) {
+            breakLine();
+        } else {
+            submit();
+        }
+        return true;
+    case Qt::Key_Tab:
+        completeOrIndent();
+        return true;
+    case Qt::Key_Up:
+        return input->textCursor().blockNumber() == 0 && goThroughHistory(-1);
+    case Qt::Key_Down:
+        return input->textCursor().blockNumber() == input->blockCount() - 1 && goThroughHistory(1);
+    case Qt::Key_L:
+        if (modifiers == Qt::ControlModifier) {
+            transcript->clear();
+            return true;
+        }
+        return false;
+    default:
+        return false;
+    }
+}
+
+void PythonConsole::submit()
+{
+    if (mkScript::isBusy()) {
+        return;
+    }
+    QString source = input->toPlainText();
+    // The indentation that breakLine() left on an empty last line does not continue a block.
+    source.remove(QRegularExpression(QStringLiteral("(?<=\\n)[ \\t]+$")));
+    if (!session->isComplete(source)) {
+        input->moveCursor(QTextCursor::End);
+        breakLine();
+        return;
+    }
+    while (source.endsWith(QLatin1Char('\n'))) {
+        source.chop(1);
+    }
+    if (!source.isEmpty() && (history.isEmpty() || history.last() != source)) {
+        history += source;
+        history = history.mid(qMax(0, history.size() - maxHistory));
+    }
+    historyPlace = history.size();
+    draft.clear();
+    input->clear();
+    QString echo = source;
+    echo.replace(QLatin1Char('\n'), QStringLiteral("\n... "));
+    write(Kind::Input, QStringLiteral(">>> ") + echo + QLatin1Char('\n'));
+    flush();
+
+    // What a statement makes the host say belongs to its answer.
+    const int listener = mkLog::addListener([this](mkLog::Severity severity, const QString &line) {
+        write(severity == mkLog::Severity::Info      ? Kind::Output
+              : severity == mkLog::Severity::Warning ? Kind::Warning
+                                                     : Kind::Error,
+              line + QLatin1Char('\n'));
+    });
+    const auto removeListener = qScopeGuard([listener] { mkLog::removeListener(listener); });
+    session->execute(source);
+    refresh();
+}
+
+void PythonConsole::breakLine()
+{
+    QTextCursor cursor = input->textCursor();
+    const QString line = cursor.block().text().left(cursor.positionInBlock());
+    int indentation = 0;
+    while (indentation < line.size() && line.at(indentation).isSpace()) {
+        ++indentation;
+    }
+    cursor.insertText(
+        QLatin1Char('\n') + line.left(indentation)
+        + (line.trimmed().endsWith(QLatin1Char(':')) ? QStringLiteral("    ") : QString()));
+    input->ensureCursorVisible();
+}
+
+void PythonConsole::completeOrIndent()
+{
+    static const QRegularExpression dottedName(QStringLiteral("[\\w.]+$"));
+    QTextCursor cursor = input->textCursor();
+    const QString before = cursor.block().text().left(cursor.positionInBlock());
+    if (before.trimmed().isEmpty()) {
+        cursor.insertText(QStringLiteral("    "));
+        return;
+    }
+    const QString name = dottedName.match(before).captured();
+    if (name.isEmpty() || mkScript::isBusy()) {
+        return;
+    }
+    const QStringList matches = session->complete(name);
+    if (matches.isEmpty()) {
+        return;
+    }
+    const QString start = commonStart(matches);
+    if (start.size() > name.size()) {
+        cursor.insertText(start.mid(name.size()));
+    } else if (matches.size() > 1) {
+        write(Kind::Output, matches.join(QStringLiteral("  ")) + QLatin1Char('\n'));
+        flush();
+    }
+}
+
+/// False when there is nothing in that direction.
+bool PythonConsole::goThroughHistory(int step)
+{
+    const int place = historyPlace + step;
+    if (place < 0 || place > history.size()) {
+        return false;
+    }
+    if (historyPlace == history.size()) {
+        draft = input->toPlainText();
+    }
+    historyPlace = place;
+    input->setPlainText(history.value(place, draft));
+    input->moveCursor(QTextCursor::End);
+    return true;
+}
+
+void PythonConsole::interrupt()
+{
+    if (mkScript::isBusy()) {
+        mkScript::interrupt();
+    } else {
+        input->clear();
+        historyPlace = history.size();
+    }
+}
+
+void PythonConsole::fitInput()
+{
+    const int lines = qMin(input->blockCount(), maxInputLines);
+    input->setVerticalScrollBarPolicy(lines < input->blockCount() ? Qt::ScrollBarAsNeeded
+                                                                  : Qt::ScrollBarAlwaysOff);
+    const int margins = qRound(2 * input->document()->documentMargin());
+    input->setFixedHeight(lines * input->fontMetrics().lineSpacing() + margins);
+}
+
+/// May be called on another thread while this one waits for it.
+void PythonConsole::write(Kind kind, const QString &text)
+{
+    if (pending.empty()) {
+        QMetaObject::invokeMethod(this, &PythonConsole::flush, Qt::QueuedConnection);
+    }
+    if (!pending.empty() && pending.back().kind == kind) {
+        pending.back().text += text;
+    } else {
+        pending.push_back({ kind, text });
+    }
+    pendingSize += text.size();
+    if (pendingSize > 2 * maxPendingSize) {
+        auto first = pending.begin();
+        for (; pendingSize - first->text.size() >= maxPendingSize; ++first) {
+            pendingSize -= first->text.size();
+        }
+        pending.erase(pending.begin(), first);
+        pending.front().text.remove(0, pendingSize - maxPendingSize);
+        pendingSize = maxPendingSize;
+    }
+}
+
+void PythonConsole::flush()
+{
+    QTextCursor cursor(transcript->document());
+    cursor.movePosition(QTextCursor::End);
+    cursor.beginEditBlock();
+    for (Piece &piece : std::exchange(pending, {})) {
+        // Laying out very long lines takes seconds.
+        static const QRegularExpression longLine(QStringLiteral("([^\\n]{2000})(?=[^\\n])"));
+        piece.text.replace(longLine, QStringLiteral("\\1\n"));
+        QTextCharFormat format;
+        if (piece.kind == Kind::Input) {
+            format.setFontWeight(QFont::Bold);
+            if (!cursor.atBlockStart()) {
+                cursor.insertBlock();
+            }
+        } else if (piece.kind != Kind::Output) {
+            format.setForeground(LogView::colorOf(piece.kind == Kind::Error
+                                                      ? mkLog::Severity::Error
+                                                      : mkLog::Severity::Warning,
+                                                  palette()));
+        }
+        cursor.insertText(piece.text, format);
+    }
+    cursor.endEditBlock();
+    pendingSize = 0;
+}
+
+void PythonConsole::refresh()
+{
+    flush();
+    prompt->setEnabled(!mkScript::isBusy());
+    stopButton->setEnabled(mkScript::isBusy());
+}
+
+/// Called every now and then while a statement runs.
+void PythonConsole::keepAlive()
+{
+    refresh();
+    idle.start();
+    QCoreApplication::processEvents(QEventLoop::AllEvents, keepAliveMilliseconds);
+}

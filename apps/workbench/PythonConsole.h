@@ -1,0 +1,74 @@
+#pragma once
+
+#include <QStringList>
+#include <QTimer>
+#include <QWidget>
+
+#include <memory>
+#include <vector>
+
+class QLabel;
+class QPlainTextEdit;
+class QToolButton;
+class mkPythonSession;
+
+/// A console to the host's Python: a transcript, and an input below it that takes one statement or
+/// many lines. It also shows what scripts print, and keeps the windows alive while any statement
+/// runs, so that it can be stopped; no second one is started meanwhile. Its lines come out in the
+/// colours of the palette that is current then.
+///
+/// Return runs the input once it is complete, Shift+Return breaks the line; Up and Down go through
+/// the history, Tab completes or indents, Ctrl+C stops a running statement or empties the input,
+/// Ctrl+L empties the transcript.
+class PythonConsole : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit PythonConsole(QWidget *parent = nullptr);
+    /// Not while a statement runs.
+    ~PythonConsole() override;
+
+    /// Connects to the interpreter. Until then, or when that does not run, the console takes no
+    /// statements.
+    void start();
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
+private:
+    enum class Kind { Input, Output, Warning, Error };
+    struct Piece
+    {
+        Kind kind;
+        QString text;
+    };
+
+    bool inputKey(int key, Qt::KeyboardModifiers modifiers);
+    void submit();
+    void breakLine();
+    void completeOrIndent();
+    bool goThroughHistory(int step);
+    void interrupt();
+    void fitInput();
+
+    void write(Kind kind, const QString &text);
+    void flush();
+    void refresh();
+    void keepAlive();
+
+    QPlainTextEdit *transcript;
+    QPlainTextEdit *input;
+    QLabel *prompt;
+    QToolButton *stopButton;
+    QStringList history;
+    /// The place in the history, its end for what has not been submitted yet.
+    int historyPlace = 0;
+    QString draft;
+    /// Printed but not shown yet.
+    std::vector<Piece> pending;
+    int pendingSize = 0;
+    /// Runs out once no statement keeps it from doing so.
+    QTimer idle;
+    std::unique_ptr<mkPythonSession> session;
+};

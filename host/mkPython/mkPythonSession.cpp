@@ -1,0 +1,164 @@
+#include "mkPython/mkPythonSession.h"
+
+#include "mkKernel/mkScript.h"
+
+#include <boost/mpl/vector.hpp>
+#include <boost/python.hpp>
+
+#include <string>
+#include <utility>
+
+namespace {
+
+namespace python = boost::python;
+
+constexpr char definitions[] = R"(
+import ast, code, io, os, rlcompleter, sys, __main__
+
+class Output:
+    def __init__(self, session, write, original):
+        self._session, self._write = session, write
+        self._original = original or open(os.devnull, 'w')
+
+    def write(self, text):
+        self._write(text.encode('utf-8', 'backslashreplace').decode('utf-8'))
+        if not self._session.executing:
+            self._original.write(text)
+        return len(text)
+
+    def writelines(self, lines):
+        for line in lines:
+            self.write(line)
+
+    # On a terminal help() would start a pager.
+    def isatty(self):
+        return False
+
+    def __getattr__(self, name):
+        return getattr(self._original, name)
+
+class Input(io.TextIOBase):
+    def readline(self, size=-1):
+        raise EOFError('The Python console cannot ask for input.')
+
+    read = readline
+
+class Session(code.InteractiveInterpreter):
+    name = '<console>'
+
+    def __init__(self, write_output, write_errors):
+        super().__init__(vars(__main__))
+        self.executing = False
+        self._completer = rlcompleter.Completer(self.locals)
+        self._originals = sys.stdout, sys.stderr
+        self._streams = (Output(self, write_output, sys.stdout),
+                         Output(self, write_errors, sys.stderr))
+        sys.stdout, sys.stderr = self._streams
+
+    def end(self):
+        # Unless a script has put something else in their place.
+        for name, stream, original in zip(('stdout', 'stderr'), self._streams, self._originals):
+            if getattr(sys, name) is stream:
+                setattr(sys, name, original)
+
+    def is_complete(self, source):
+        try:
+            return self.compile(source, self.name, 'single') is not None
+        except (OverflowError, SyntaxError, ValueError):
+            # Wrong, or several statements, which this mode does not take.
+            return True
+
+    def execute(self, source):
+        stdin, sys.stdin = sys.stdin, Input()
+        self.executing = True
+        try:
+            statements = ast.Interactive(ast.parse(source, self.name).body)
+            self.runcode(compile(statements, self.name, 'single'))
+        except (OverflowError, SyntaxError, ValueError):
+            self.showsyntaxerror(self.name)
+        except SystemExit as stop:
+            self.write(f'{stop!r}: close the window to leave the program.\n')
+        finally:
+            self.executing = False
+            sys.stdin = stdin
+
+    def complete(self, name):
+        matches = []
+        while (match := self._completer.complete(name, len(matches))) is not None:
+            matches.append(match)
+        return matches
+)";
+
+python::object toPython(const QString &text)
+{
+    const QByteArray bytes = text.toUtf8();
+    return python::object(
+        python::handle<>(PyUnicode_DecodeUTF8(bytes.constData(), bytes.size(), "replace")));
+}
+
+} // namespace
+
+struct mkPythonSession::Private
+{
+    /// A Python function that writes to `stream`. Scripts may keep it beyond the session.
+    python::object writeFunction(Stream stream) const
+    {
+        const std::function<void(const std::string &)> write =
+            [target = std::weak_ptr<Writer>(writer), stream](const std::string &text) {
+                if (const std::shared_ptr<Writer> current = target.lock()) {
+                    (*current)(stream, QString::fromStdString(text));
+                }
+            };
+        using Signature = boost::mpl::vector<void, const std::string &>;
+        return python::make_function(write, python::default_call_policies(), Signature());
+    }
+
+    std::shared_ptr<Writer> writer;
+    python::object session;
+};
+
+mkPythonSession::mkPythonSession(Writer writer)
+    : d(std::make_unique<Private>())
+{
+    d->writer = std::make_shared<Writer>(std::move(writer));
+    mkScript::call([this] {
+        python::dict names;
+        names["__builtins__"] = python::import("builtins");
+        names["__name__"] = "mkPythonSession";
+        python::exec(definitions, names, names);
+        d->session = names["Session"](d->writeFunction(Stream::Output),
+                                      d->writeFunction(Stream::Errors));
+    });
+}
+
+mkPythonSession::~mkPythonSession()
+{
+    mkScript::call([this] { d->session.attr("end")(); });
+}
+
+bool mkPythonSession::isComplete(const QString &source) const
+{
+    bool complete = true;
+    mkScript::call([&] {
+        complete = python::extract<bool>(d->session.attr("is_complete")(toPython(source)));
+    });
+    return complete;
+}
+
+void mkPythonSession::execute(const QString &source)
+{
+    mkScript::call([&] { d->session.attr("execute")(toPython(source)); });
+}
+
+QStringList mkPythonSession::complete(const QString &name) const
+{
+    QStringList matches;
+    mkScript::call([&] {
+        const python::object found = d->session.attr("complete")(toPython(name));
+        for (python::ssize_t i = 0; i < python::len(found); ++i) {
+            const std::string match = python::extract<std::string>(found[i]);
+            matches += QString::fromStdString(match);
+        }
+    });
+    return matches;
+}

@@ -1,0 +1,288 @@
+#include "HostFixture.h"
+#include "MainWindow.h"
+#include "PythonConsole.h"
+#include "mkKernel/mkController.h"
+#include "mkKernel/mkScript.h"
+
+#include <QApplication>
+#include <QPlainTextEdit>
+#include <QRegularExpression>
+#include <QScrollBar>
+#include <QTest>
+#include <QTextBlock>
+#include <QTimer>
+#include <QToolButton>
+
+/// The Python console in its window, driven by keys.
+class tst_PythonConsole : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup();
+    void statements_data();
+    void statements();
+    void history();
+    void completion();
+    void colors();
+    void printing();
+    void stopping_data();
+    void stopping();
+    void oneAtATime();
+    void closing();
+
+private:
+    void type(const QString &text);
+    void press(int key, Qt::KeyboardModifiers modifiers = {})
+    {
+        QTest::keyClick(input(), Qt::Key(key), modifiers);
+    }
+    QPlainTextEdit *input() const { return find<QPlainTextEdit>("input"); }
+    QPlainTextEdit *transcript() const { return find<QPlainTextEdit>("transcript"); }
+    QString typed() const { return input()->toPlainText(); }
+    QString shown() const { return transcript()->toPlainText(); }
+    template <typename Widget>
+    Widget *find(const char *name) const
+    {
+        return window->findChild<PythonConsole *>()->findChild<Widget *>(name);
+    }
+
+    HostFixture host{ true };
+    std::unique_ptr<MainWindow> window;
+};
+
+void tst_PythonConsole::init()
+{
+    host.reset();
+    window = std::make_unique<MainWindow>(false);
+    window->completeLayout();
+    window->show();
+    window->findChild<PythonConsole *>()->setFocus();
+    QVERIFY(QTest::qWaitForWindowActive(window.get()));
+}
+
+void tst_PythonConsole::cleanup()
+{
+    window.reset();
+    mkController::setMainWindow(host.window());
+}
+
+/// Types as a user does: "\n" is Return, "\t" Tab.
+void tst_PythonConsole::type(const QString &text)
+{
+    for (const QChar character : text) {
+        if (character == '\n') {
+            press(Qt::Key_Return);
+        } else if (character == '\t') {
+            press(Qt::Key_Tab);
+        } else {
+            QTest::sendKeyEvent(QTest::Click, input(), Qt::Key_unknown, QString(character), {});
+        }
+    }
+}
+
+void tst_PythonConsole::statements_data()
+{
+    QTest::addColumn<QString>("statement");
+    QTest::addColumn<QString>("answer");
+    const auto row = [](const char *name, const QString &statement, const QString &answer) {
+        QTest::newRow(name) << statement << answer;
+    };
+    const QString traceback =
+        "Traceback \\(most recent call last\\):\n  File \"<console>\", line 1, "
+        "in <module>\n";
+    row("expression", "6 * 7\n", ">>> 6 \\* 7\n42\n");
+    row("nothing", "\n", ">>> \n");
+    row("text", "'\u00e4\u6f22'\n", ">>> '\u00e4\u6f22'\n'\u00e4\u6f22'\n");
+    row("surrogate", "print('\\udc80')\n", ">>> print.*\n\\\\udc80\n");
+    row("print without end", "print(1, end='')\n2\n", ">>> print\\(1, end=''\\)\n1\n>>> 2\n2\n");
+    // The indentation comes by itself.
+    row("block", "for i in range(2):\nprint(i)\n\n",
+        ">>> for i in range\\(2\\):\n\\.\\.\\.     print\\(i\\)\n0\n1\n");
+    row("nested", "if 1:\nif 1:\n3\n\n",
+        ">>> if 1:\n\\.\\.\\.     if 1:\n\\.\\.\\.         3\n3\n");
+    row("bracket", "(1 +\n2)\n", ">>> \\(1 \\+\n\\.\\.\\. 2\\)\n3\n");
+    row("traceback", "1 / 0\n2\n",
+        ">>> 1 / 0\n" + traceback + "ZeroDivisionError: division by zero\n>>> 2\n2\n");
+    row("from C++", "mkHost.openScene('no.gltf')\n2\n",
+        ">>> .*\n" + traceback + "RuntimeError: There is no such file.\n>>> 2\n2\n");
+    row("syntax", "x = = 1\n", ">>> x = = 1\n  File \"<console>\", line 1\n.*\nSyntaxError: .*\n");
+    row("input", "input('who? ')\n",
+        ">>> input\\('who\\? '\\)\nwho\\? " + traceback + ".*EOFError: The Python console .*\n");
+    row("exit", "exit()\n4\n", ">>> exit.*\nSystemExit\\(None\\): close the window .*\n4\n");
+    row("exit with a reason", "raise SystemExit('why')\n", ">>> .*\nSystemExit\\('why'\\): .*\n");
+    row("help", "help(createRenderLayer)\n",
+        ">>> .*\nHelp on built-in function createRenderLayer in module mkRenderLayerModule:\n\n"
+        "createRenderLayer\\(\\.\\.\\.\\)\n    Activates a renderlayer\\.\n.*");
+    row("interactive help", "help()\n5\n", ">>> .*\nhelp> .*>>> 5\n5\n");
+    row("layer", "createRenderLayer('Paint')\nmkHost.getLayerNames()\n",
+        ">>> .*\n>>> .*\n\\['Paint'\\]\n");
+    row("unknown layer", "activateRenderLayer('Paint')\n",
+        ">>> .*\nmkRenderLayerModule::activateRenderLayer: Couldn't find layer 'Paint'!\n");
+}
+
+void tst_PythonConsole::statements()
+{
+    QFETCH(QString, statement);
+    QFETCH(QString, answer);
+    type(statement);
+    QCOMPARE(typed(), QString());
+    const QRegularExpression expected(QRegularExpression::anchoredPattern(answer),
+                                      QRegularExpression::DotMatchesEverythingOption);
+    QVERIFY2(expected.match(shown()).hasMatch(), qUtf8Printable(shown()));
+    if (statement.startsWith("createRenderLayer")) {
+        QCOMPARE(host.rows(), "Paint[]");
+    }
+}
+
+void tst_PythonConsole::history()
+{
+    type("a = 1\nif a:\nb = 2\n\nb = 2\nb = 2\ndra");
+    const QString block = "if a:\n    b = 2";
+    // The second key of the block goes to its first line; the last finds nothing above.
+    for (const QString &expected :
+         { QString("b = 2"), block, block, QString("a = 1"), QString("a = 1") }) {
+        press(Qt::Key_Up);
+        QCOMPARE(typed(), expected);
+    }
+    for (int i = 0; i < 3; ++i) {
+        press(Qt::Key_Down);
+    }
+    QCOMPARE(typed(), "dra");
+
+    // Several statements at once, as pasted; and a line break that is no end.
+    input()->setPlainText("x = 1\nx + 1\nx + 2");
+    input()->moveCursor(QTextCursor::End);
+    press(Qt::Key_Return, Qt::ShiftModifier);
+    QCOMPARE(input()->blockCount(), 4);
+    press(Qt::Key_L, Qt::ControlModifier);
+    QCOMPARE(shown(), QString());
+    press(Qt::Key_Return);
+    QCOMPARE(shown(), ">>> x = 1\n... x + 1\n... x + 2\n2\n3\n");
+
+    type("rest");
+    press(Qt::Key_C, Qt::ControlModifier);
+    QCOMPARE(typed(), QString());
+    QTest::keyClicks(transcript(), "7");
+    QCOMPARE(typed(), "7");
+}
+
+void tst_PythonConsole::completion()
+{
+    type("createR\t");
+    QCOMPARE(typed(), "createRenderLayer(");
+    input()->clear();
+    type("x = mkHost.getM\t");
+    QCOMPARE(typed(), "x = mkHost.getMaterial");
+    type("\t");
+    QCOMPARE(shown(), "mkHost.getMaterialColor(  mkHost.getMaterialNames(\n");
+    type("N\t");
+    QCOMPARE(typed(), "x = mkHost.getMaterialNames(");
+    input()->clear();
+    type("\tnothing.of.the.sort\t 1 + \t");
+    QCOMPARE(typed(), "    nothing.of.the.sort 1 + ");
+    QCOMPARE(QApplication::focusWidget(), input());
+}
+
+void tst_PythonConsole::colors()
+{
+    const auto lightness = [this](const QString &line) {
+        QTextCursor cursor = transcript()->document()->find(line);
+        return cursor.charFormat().foreground().color().lightness();
+    };
+    type("1 / 0\n");
+    QVERIFY(lightness("Zero") > 0 && lightness("Zero") < 128);
+    QPalette dark = window->palette();
+    dark.setColor(QPalette::Base, Qt::black);
+    window->findChild<PythonConsole *>()->setPalette(dark);
+    type("nope\n");
+    QVERIFY(lightness("NameError") > 128);
+}
+
+void tst_PythonConsole::printing()
+{
+    // What is printed by scripts and by threads, more than there is room for, in one long line.
+    mkScript::run("print('from a script')\n1 / 0");
+    QTRY_VERIFY(shown().startsWith("from a script\nTraceback"));
+    type("import threading\nt = threading.Thread(target=print, args=('thread',))\n"
+         "t.start(); t.join()\n");
+    QVERIFY(shown().endsWith("\nthread\n"));
+    type("for i in range(12000): print(i)\n\n");
+    QVERIFY(shown().endsWith("\n11999\n") && transcript()->blockCount() <= 10000);
+    QCOMPARE(transcript()->verticalScrollBar()->value(),
+             transcript()->verticalScrollBar()->maximum());
+    type("print('x' * 10**6)\n9\n");
+    QVERIFY(shown().endsWith("xxx\n>>> 9\n9\n"));
+
+    QVERIFY(transcript()->document()->findBlock(shown().indexOf("xxx")).length() <= 2001);
+
+    // What a script keeps of the streams outlives the console.
+    QVERIFY(mkScript::run("import sys\nkept = sys.stdout"));
+    window.reset();
+    QVERIFY(mkScript::run("assert sys.stdout is not kept\nprint('late', file=kept)"));
+}
+
+void tst_PythonConsole::stopping_data()
+{
+    QTest::addColumn<QString>("statement");
+    QTest::addColumn<bool>("button");
+    QTest::newRow("loop, key") << "while True: pass\n\n" << false;
+    QTest::newRow("loop, button") << "while True: pass\n\n" << true;
+    QTest::newRow("sleep") << "__import__('time').sleep(60)\n" << false;
+    QTest::newRow("process") << "__import__('subprocess').run(['sleep', '60'])\n" << false;
+}
+
+void tst_PythonConsole::stopping()
+{
+    QFETCH(QString, statement);
+    QFETCH(bool, button);
+    auto *const stop = find<QToolButton>("stop");
+    QVERIFY(!stop->isEnabled());
+    QString shownMeanwhile;
+    QTimer::singleShot(150, window.get(), [&] {
+        shownMeanwhile = shown();
+        if (button) {
+            QTest::mouseClick(stop, Qt::LeftButton);
+        } else {
+            press(Qt::Key_C, Qt::ControlModifier);
+        }
+    });
+    QElapsedTimer time;
+    time.start();
+    type("print('begun')\n" + statement);
+    QVERIFY(time.elapsed() < 10000);
+    QVERIFY(shownMeanwhile.contains("\nbegun\n"));
+    QVERIFY(shown().endsWith("KeyboardInterrupt\n"));
+    QVERIFY(!stop->isEnabled());
+    type("8\n");
+    QVERIFY(shown().endsWith("\n>>> 8\n8\n"));
+}
+
+void tst_PythonConsole::oneAtATime()
+{
+    QTimer::singleShot(150, this, [this] {
+        type("1 + 1\n");
+        QCOMPARE(typed(), "1 + 1");
+        type("\t");
+        mkScript::interrupt();
+    });
+    type("while True: pass\n\n");
+    QVERIFY(!shown().contains("1 + 1"));
+    press(Qt::Key_Return);
+    QVERIFY(shown().endsWith("\n>>> 1 + 1\n2\n"));
+}
+
+void tst_PythonConsole::closing()
+{
+    // The statement ignores the first interrupt; the window waits for its end.
+    input()->setPlainText("try:\n    while True: pass\nexcept KeyboardInterrupt:\n    while True: "
+                          "pass");
+    QTimer::singleShot(150, this, [this] { QVERIFY(!window->close()); });
+    type("\n\n");
+    QVERIFY(window->isVisible());
+    QTRY_VERIFY(!window->isVisible());
+}
+
+HOST_TEST_MAIN(tst_PythonConsole)
+#include "tst_pythonconsole.moc"
