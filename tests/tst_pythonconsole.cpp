@@ -29,7 +29,6 @@ private Q_SLOTS:
     void printing();
     void stopping_data();
     void stopping();
-    void oneAtATime();
     void closing();
 
 private:
@@ -38,15 +37,10 @@ private:
     {
         QTest::keyClick(input(), Qt::Key(key), modifiers);
     }
-    QPlainTextEdit *input() const { return find<QPlainTextEdit>("input"); }
-    QPlainTextEdit *transcript() const { return find<QPlainTextEdit>("transcript"); }
+    QPlainTextEdit *input() const { return window->findChild<QPlainTextEdit *>("input"); }
+    QPlainTextEdit *transcript() const { return window->findChild<QPlainTextEdit *>("transcript"); }
     QString typed() const { return input()->toPlainText(); }
     QString shown() const { return transcript()->toPlainText(); }
-    template <typename Widget>
-    Widget *find(const char *name) const
-    {
-        return window->findChild<PythonConsole *>()->findChild<Widget *>(name);
-    }
 
     HostFixture host{ true };
     std::unique_ptr<MainWindow> window;
@@ -90,36 +84,32 @@ void tst_PythonConsole::statements_data()
         QTest::newRow(name) << statement << answer;
     };
     const QString traceback =
-        "Traceback \\(most recent call last\\):\n  File \"<console>\", line 1, "
-        "in <module>\n";
-    row("expression", "6 * 7\n", ">>> 6 \\* 7\n42\n");
-    row("nothing", "\n", ">>> \n");
-    row("text", "'\u00e4\u6f22'\n", ">>> '\u00e4\u6f22'\n'\u00e4\u6f22'\n");
-    row("surrogate", "print('\\udc80')\n", ">>> print.*\n\\\\udc80\n");
-    row("print without end", "print(1, end='')\n2\n", ">>> print\\(1, end=''\\)\n1\n>>> 2\n2\n");
+        "Traceback (most recent call last):\n  File \"<console>\", line 1, in "
+        "<module>\n";
+    // "…" stands for any text.
+    row("expression", "6 * 7\n", ">>> 6 * 7\n42\n");
+    row("text", "'ä漢'\n\n", ">>> 'ä漢'\n'ä漢'\n>>> \n");
+    row("surrogate", "print('\\udc80')\n", ">>> …\n\\udc80\n");
+    row("print without end", "print(1, end='')\n2\n", ">>> …\n1\n>>> 2\n2\n");
     // The indentation comes by itself.
-    row("block", "for i in range(2):\nprint(i)\n\n",
-        ">>> for i in range\\(2\\):\n\\.\\.\\.     print\\(i\\)\n0\n1\n");
-    row("nested", "if 1:\nif 1:\n3\n\n",
-        ">>> if 1:\n\\.\\.\\.     if 1:\n\\.\\.\\.         3\n3\n");
-    row("bracket", "(1 +\n2)\n", ">>> \\(1 \\+\n\\.\\.\\. 2\\)\n3\n");
-    row("traceback", "1 / 0\n2\n",
-        ">>> 1 / 0\n" + traceback + "ZeroDivisionError: division by zero\n>>> 2\n2\n");
+    row("block", "for i in range(2):\nif 1:\ni\n\n",
+        ">>> for i in range(2):\n...     if 1:\n...         i\n0\n1\n");
+    row("bracket", "(1 +\n2)\n", ">>> (1 +\n... 2)\n3\n");
+    row("traceback", "1 / 0\n2\n", ">>> 1 / 0\n" + traceback + "ZeroDivisionError: …\n>>> 2\n2\n");
     row("from C++", "mkHost.openScene('no.gltf')\n2\n",
-        ">>> .*\n" + traceback + "RuntimeError: There is no such file.\n>>> 2\n2\n");
-    row("syntax", "x = = 1\n", ">>> x = = 1\n  File \"<console>\", line 1\n.*\nSyntaxError: .*\n");
+        ">>> …\n" + traceback + "RuntimeError: There is no such file.\n>>> 2\n2\n");
+    row("syntax", "x = = 1\n", ">>> x = = 1\n  File \"<console>\", line 1\n…\nSyntaxError: …\n");
     row("input", "input('who? ')\n",
-        ">>> input\\('who\\? '\\)\nwho\\? " + traceback + ".*EOFError: The Python console .*\n");
-    row("exit", "exit()\n4\n", ">>> exit.*\nSystemExit\\(None\\): close the window .*\n4\n");
-    row("exit with a reason", "raise SystemExit('why')\n", ">>> .*\nSystemExit\\('why'\\): .*\n");
+        ">>> …\nwho? " + traceback + "…EOFError: The Python console …\n");
+    row("exit", "exit()\n4\n", ">>> …\nSystemExit(None): close the window …\n>>> 4\n4\n");
     row("help", "help(createRenderLayer)\n",
-        ">>> .*\nHelp on built-in function createRenderLayer in module mkRenderLayerModule:\n\n"
-        "createRenderLayer\\(\\.\\.\\.\\)\n    Activates a renderlayer\\.\n.*");
-    row("interactive help", "help()\n5\n", ">>> .*\nhelp> .*>>> 5\n5\n");
+        ">>> …\nHelp on built-in function createRenderLayer in module mkRenderLayerModule:\n\n"
+        "createRenderLayer(...)\n    Activates a renderlayer.\n…");
+    row("interactive help", "help()\n5\n", ">>> …\nhelp> …>>> 5\n5\n");
     row("layer", "createRenderLayer('Paint')\nmkHost.getLayerNames()\n",
-        ">>> .*\n>>> .*\n\\['Paint'\\]\n");
+        ">>> …\n>>> …\n['Paint']\n");
     row("unknown layer", "activateRenderLayer('Paint')\n",
-        ">>> .*\nmkRenderLayerModule::activateRenderLayer: Couldn't find layer 'Paint'!\n");
+        ">>> …\nmkRenderLayerModule::activateRenderLayer: Couldn't find layer 'Paint'!\n");
 }
 
 void tst_PythonConsole::statements()
@@ -128,7 +118,8 @@ void tst_PythonConsole::statements()
     QFETCH(QString, answer);
     type(statement);
     QCOMPARE(typed(), QString());
-    const QRegularExpression expected(QRegularExpression::anchoredPattern(answer),
+    const QString pattern = QRegularExpression::escape(answer).replace("\\…", ".*");
+    const QRegularExpression expected(QRegularExpression::anchoredPattern(pattern),
                                       QRegularExpression::DotMatchesEverythingOption);
     QVERIFY2(expected.match(shown()).hasMatch(), qUtf8Printable(shown()));
     if (statement.startsWith("createRenderLayer")) {
@@ -214,7 +205,6 @@ void tst_PythonConsole::printing()
              transcript()->verticalScrollBar()->maximum());
     type("print('x' * 10**6)\n9\n");
     QVERIFY(shown().endsWith("xxx\n>>> 9\n9\n"));
-
     QVERIFY(transcript()->document()->findBlock(shown().indexOf("xxx")).length() <= 2001);
 
     // What a script keeps of the streams outlives the console.
@@ -237,10 +227,12 @@ void tst_PythonConsole::stopping()
 {
     QFETCH(QString, statement);
     QFETCH(bool, button);
-    auto *const stop = find<QToolButton>("stop");
+    auto *const stop = window->findChild<QToolButton *>("stop");
     QVERIFY(!stop->isEnabled());
     QString shownMeanwhile;
     QTimer::singleShot(150, window.get(), [&] {
+        // A second statement waits in the input.
+        type("abs\n\t");
         shownMeanwhile = shown();
         if (button) {
             QTest::mouseClick(stop, Qt::LeftButton);
@@ -253,24 +245,9 @@ void tst_PythonConsole::stopping()
     type("print('begun')\n" + statement);
     QVERIFY(time.elapsed() < 10000);
     QVERIFY(shownMeanwhile.contains("\nbegun\n"));
-    QVERIFY(shown().endsWith("KeyboardInterrupt\n"));
     QVERIFY(!stop->isEnabled());
-    type("8\n");
-    QVERIFY(shown().endsWith("\n>>> 8\n8\n"));
-}
-
-void tst_PythonConsole::oneAtATime()
-{
-    QTimer::singleShot(150, this, [this] {
-        type("1 + 1\n");
-        QCOMPARE(typed(), "1 + 1");
-        type("\t");
-        mkScript::interrupt();
-    });
-    type("while True: pass\n\n");
-    QVERIFY(!shown().contains("1 + 1"));
     press(Qt::Key_Return);
-    QVERIFY(shown().endsWith("\n>>> 1 + 1\n2\n"));
+    QVERIFY(shown().endsWith("KeyboardInterrupt\n>>> abs\n<built-in function abs>\n"));
 }
 
 void tst_PythonConsole::closing()

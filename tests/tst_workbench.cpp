@@ -498,6 +498,10 @@ void tst_workbench::program_data()
                                              studio,    "--",       "-x",   "y" }
                              << 0 << "['-x', 'y']\n['-x', 'y']\n"
                              << "";
+    QTest::newRow("script beside its console")
+        << QStringList{ "--snapshot", directory.filePath("any.png"), "--script", script } << 0
+        << "[]\n"
+        << "";
     QTest::newRow("failing script")
         << QStringList{ "--batch", "--script", failing, "--script", script } << 1 << ""
         << "ValueError: no good";

@@ -152,7 +152,7 @@ private:
             PyErr_SetNone(PyExc_KeyboardInterrupt);
             return nullptr;
         }
-        Py_RETURN_NONE;
+        return Py_NewRef(Py_None);
     }
 
     void beat()

@@ -12,7 +12,7 @@ namespace {
 
 namespace python = boost::python;
 
-constexpr char definitions[] = R"(
+constexpr const char *definitions = R"(
 import ast, code, io, os, rlcompleter, sys, __main__
 
 class Output:
