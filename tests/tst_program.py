@@ -215,6 +215,14 @@ class Program(unittest.TestCase):
         self.assertEqual(self.status(), 0)
         self.assertIn("There is no such file.", self.said())
 
+    def test_closes_while_a_script_runs(self):
+        self.start("--script", self.script("print('started', flush=True)\nwhile True: pass"), STUDIO)
+        window = self.window("studio.gltf - Workbench")
+        self.wait_for("start", lambda: "started" in self.said())
+        self.screen.ask_to_close(window)
+        self.assertEqual(self.status(), 0)
+        self.assertIn("\nKeyboardInterrupt\n", self.said())
+
     def test_endless_script_can_be_stopped(self):
         script = self.script("import time; print('started', flush=True); time.sleep(1000)")
         for how, status, last in ((signal.SIGINT, 1, "KeyboardInterrupt"),
