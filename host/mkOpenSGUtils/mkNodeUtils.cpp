@@ -83,7 +83,7 @@ void applyRenderLayerAttributes(const osg::NodePtr &node,
         }
         RaytracingGeoAttachmentPtr own = getRenderAttributes(below);
         if (!own) {
-            own = RaytracingGeoAttachment::create();
+            own = RaytracingGeoAttachmentPtr(new RaytracingGeoAttachment);
             below->addAttachment(own);
             below->changed(osg::AttachmentContainer::AttachmentsFieldMask,
                            osg::ChangeOrigin::External);

@@ -57,7 +57,7 @@ bool mkRenderLayer::copyLayer(unsigned index, const std::string &newName, Render
     for (std::size_t i = 0; i < nodes.size(); ++i) {
         RaytracingGeoAttachmentPtr attributes;
         if (const RaytracingGeoAttachmentPtr original{ source->getAttributes()[i] }) {
-            attributes = RaytracingGeoAttachment::create();
+            attributes = RaytracingGeoAttachmentPtr(new RaytracingGeoAttachment);
             attributes->setValues(original->getValues());
         }
         copy->addNode(nodes[i], attributes);
@@ -107,7 +107,7 @@ void mkRenderLayer::addNode(const std::string &layerName, const osg::NodePtr &no
 void mkRenderLayer::addNode(const RenderLayerPtr &target, const osg::NodePtr &node)
 {
     if (target && node && node != root && !target->contains(node)) {
-        target->addNode(node, RaytracingGeoAttachment::create());
+        target->addNode(node, RaytracingGeoAttachmentPtr(new RaytracingGeoAttachment));
     }
 }
 
