@@ -12,13 +12,10 @@
 
 #include <QCheckBox>
 #include <QDialogButtonBox>
-#include <QDropEvent>
 #include <QLineEdit>
 #include <QMessageBox>
-#include <QMimeData>
 #include <QPushButton>
 #include <QTest>
-#include <QToolBar>
 #include <QUndoStack>
 
 #include <rapidcheck.h>
@@ -90,7 +87,6 @@ private:
     void expectReset(const std::function<bool(const osg::NodePtr &)> &reached);
     void type(const QString &text, bool commit);
     bool drop(const QString &format, const QByteArray &bytes, std::optional<Position> position);
-    void press(const QString &button) const;
     QString check();
 
     HostFixture &host;
@@ -314,23 +310,8 @@ bool Session::drop(const QString &format, const QByteArray &bytes, std::optional
     if (!position && tree->itemAt(point)) {
         return false;
     }
-    QMimeData data;
-    data.setData(format, bytes);
-    QDragEnterEvent enter(point, Qt::CopyAction, &data, Qt::LeftButton, {});
-    QApplication::sendEvent(tree->viewport(), &enter);
-    QDropEvent event(point, Qt::CopyAction, &data, Qt::LeftButton, {});
-    QApplication::sendEvent(tree->viewport(), &event);
+    host.drop(point, format, bytes);
     return true;
-}
-
-void Session::press(const QString &button) const
-{
-    const auto *const bar = host.panel()->findChild<QToolBar *>("QuickActionBar");
-    for (QAction *action : bar->actions()) {
-        if (action->text() == button) {
-            QTest::mouseClick(bar->widgetForAction(action), Qt::LeftButton);
-        }
-    }
 }
 
 void Session::user(const Step &step)
@@ -378,14 +359,14 @@ void Session::command(const Step &step)
         if (!many) {
             tell("create a layer");
             model.createLayer(QString());
-            key ? host.action("Create Layer")->trigger() : press("Create Layer");
+            key ? host.action("Create Layer")->trigger() : host.clickTool("Create Layer");
         }
         break;
     case 8:
         if (!many) {
             tell("duplicate");
             model.duplicateLayers();
-            key ? host.key(Qt::Key_D, Qt::ControlModifier) : press("Duplicate Layer");
+            key ? host.key(Qt::Key_D, Qt::ControlModifier) : host.clickTool("Duplicate Layer");
         }
         break;
     case 9:
@@ -405,7 +386,7 @@ void Session::command(const Step &step)
         if (!order().empty()) {
             hostSelection = model.nodesToSelect(order());
         }
-        key ? host.key(Qt::Key_N, Qt::ControlModifier) : press("Select Nodes");
+        key ? host.key(Qt::Key_N, Qt::ControlModifier) : host.clickTool("Select Nodes");
         break;
     case 14:
         tell("delete");
@@ -435,12 +416,12 @@ void Session::command(const Step &step)
     case 18:
         tell("activate");
         expectActivation(order());
-        press("Activate Layer");
+        host.clickTool("Activate Layer");
         break;
     default:
         tell("reset");
         expectReset([](const osg::NodePtr &) { return true; });
-        press("Reset Layer");
+        host.clickTool("Reset Layer");
     }
 }
 
@@ -456,7 +437,7 @@ void Session::dialog(const Step &step)
         if (agreed) {
             model.removeSelected();
         }
-        press("Delete");
+        host.clickTool("Delete");
         return;
     }
     PanelModel::Flags flags{};
@@ -821,10 +802,6 @@ void Session::script(const Step &step)
         }
         for (const Position position : found) {
             model.selectOnly(position);
-            // Making a row current brings it into view, which opens its layer.
-            if (position.isNode() && !model.row({ position.layer })->expanded) {
-                model.setExpanded(position.layer, true);
-            }
             expectActivation({ position });
         }
         break;
