@@ -12,13 +12,10 @@
 
 #include <QCheckBox>
 #include <QDialogButtonBox>
-#include <QDropEvent>
 #include <QLineEdit>
 #include <QMessageBox>
-#include <QMimeData>
 #include <QPushButton>
 #include <QTest>
-#include <QToolBar>
 #include <QUndoStack>
 
 #include <rapidcheck.h>
@@ -69,6 +66,7 @@ private:
     void command(const Step &step);
     void dialog(const Step &step);
     void rowEdit(const Step &step);
+    void rename(const Step &step);
     void message(const Step &step);
     void scene(const Step &step);
     void openScene();
@@ -88,9 +86,9 @@ private:
     OwnValues ownValues() const;
     void expectActivation(const PanelModel::Positions &rows);
     void expectReset(const std::function<bool(const osg::NodePtr &)> &reached);
+    QLineEdit *editor() const;
     void type(const QString &text, bool commit);
     bool drop(const QString &format, const QByteArray &bytes, std::optional<Position> position);
-    void press(const QString &button) const;
     QString check();
 
     HostFixture &host;
@@ -290,20 +288,27 @@ void Session::expectActivation(const PanelModel::Positions &rows)
     }
 }
 
-/// Types into the open editor, if there is one, and leaves it.
-void Session::type(const QString &text, bool commit)
+/// Where a name is typed; null when none is.
+QLineEdit *Session::editor() const
 {
     const QList<QLineEdit *> editors = tree->viewport()->findChildren<QLineEdit *>();
-    for (QLineEdit *const editor : editors) {
-        if (editor->isVisible()) {
-            editor->setText(text);
-            QTest::keyClick(editor, commit ? Qt::Key_Return : Qt::Key_Escape);
-            QCoreApplication::processEvents();
-            QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-            return;
-        }
+    const auto open = std::find_if(editors.begin(), editors.end(),
+                                   [](const QLineEdit *editor) { return editor->isVisible(); });
+    return open == editors.end() ? nullptr : *open;
+}
+
+/// Types into the open editor and leaves it.
+void Session::type(const QString &text, bool commit)
+{
+    QLineEdit *const line = editor();
+    if (!line) {
+        complaint = "no editor";
+        return;
     }
-    complaint = "no editor";
+    line->setText(text);
+    QTest::keyClick(line, commit ? Qt::Key_Return : Qt::Key_Escape);
+    QCoreApplication::processEvents();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
 }
 
 /// Drops onto a row, or onto empty space; false when there is no empty space.
@@ -314,23 +319,8 @@ bool Session::drop(const QString &format, const QByteArray &bytes, std::optional
     if (!position && tree->itemAt(point)) {
         return false;
     }
-    QMimeData data;
-    data.setData(format, bytes);
-    QDragEnterEvent enter(point, Qt::CopyAction, &data, Qt::LeftButton, {});
-    QApplication::sendEvent(tree->viewport(), &enter);
-    QDropEvent event(point, Qt::CopyAction, &data, Qt::LeftButton, {});
-    QApplication::sendEvent(tree->viewport(), &event);
+    host.drop(point, format, bytes);
     return true;
-}
-
-void Session::press(const QString &button) const
-{
-    const auto *const bar = host.panel()->findChild<QToolBar *>("QuickActionBar");
-    for (QAction *action : bar->actions()) {
-        if (action->text() == button) {
-            QTest::mouseClick(bar->widgetForAction(action), Qt::LeftButton);
-        }
-    }
 }
 
 void Session::user(const Step &step)
@@ -354,11 +344,18 @@ void Session::user(const Step &step)
         break;
     case 4:
         if (step.b % 2 == 0) {
+            tell("look at the menu of " + path(*row));
+            const QPoint point = pointIn(*row, 0);
+            QContextMenuEvent event(QContextMenuEvent::Mouse, point,
+                                    tree->viewport()->mapToGlobal(point));
+            QApplication::sendEvent(tree->viewport(), &event);
+            host.closeMenu();
             break;
         }
         tell("select all");
         model.selectAll();
-        host.key(Qt::Key_A, Qt::ControlModifier);
+        step.b % 4 == 1 ? host.key(Qt::Key_A, Qt::ControlModifier)
+                        : host.action("Select All")->trigger();
         break;
     default: {
         const bool open = !model.row({ row->layer })->expanded;
@@ -378,14 +375,14 @@ void Session::command(const Step &step)
         if (!many) {
             tell("create a layer");
             model.createLayer(QString());
-            key ? host.action("Create Layer")->trigger() : press("Create Layer");
+            key ? host.action("Create Layer")->trigger() : host.clickTool("Create Layer");
         }
         break;
     case 8:
         if (!many) {
             tell("duplicate");
             model.duplicateLayers();
-            key ? host.key(Qt::Key_D, Qt::ControlModifier) : press("Duplicate Layer");
+            key ? host.key(Qt::Key_D, Qt::ControlModifier) : host.clickTool("Duplicate Layer");
         }
         break;
     case 9:
@@ -405,13 +402,25 @@ void Session::command(const Step &step)
         if (!order().empty()) {
             hostSelection = model.nodesToSelect(order());
         }
-        key ? host.key(Qt::Key_N, Qt::ControlModifier) : press("Select Nodes");
+        key ? host.key(Qt::Key_N, Qt::ControlModifier) : host.clickTool("Select Nodes");
         break;
-    case 14:
-        tell("delete");
-        model.removeSelected();
-        key ? host.key(Qt::Key_Delete) : host.action("Delete")->trigger();
+    case 14: {
+        const char *const only[] = { "", "deleteLayers", "deleteNodes" };
+        const char *const slot = only[step.a % 3];
+        tell(QString("delete ") + slot);
+        if (step.a % 3 != 2) {
+            model.removeSelectedLayers();
+        }
+        if (step.a % 3 != 1) {
+            model.removeSelectedNodes();
+        }
+        if (*slot) {
+            QMetaObject::invokeMethod(tree, slot);
+        } else {
+            key ? host.key(Qt::Key_Delete) : host.action("Delete")->trigger();
+        }
         break;
+    }
     case 15: {
         tell("add the host's selected nodes");
         std::vector<osg::NodePtr> nodes;
@@ -435,12 +444,12 @@ void Session::command(const Step &step)
     case 18:
         tell("activate");
         expectActivation(order());
-        press("Activate Layer");
+        host.clickTool("Activate Layer");
         break;
     default:
         tell("reset");
         expectReset([](const osg::NodePtr &) { return true; });
-        press("Reset Layer");
+        host.clickTool("Reset Layer");
     }
 }
 
@@ -454,9 +463,10 @@ void Session::dialog(const Step &step)
         };
         model.warnings = 1;
         if (agreed) {
-            model.removeSelected();
+            model.removeSelectedLayers();
+            model.removeSelectedNodes();
         }
-        press("Delete");
+        host.clickTool("Delete");
         return;
     }
     PanelModel::Flags flags{};
@@ -490,7 +500,8 @@ void Session::dialog(const Step &step)
 
 void Session::rowEdit(const Step &step)
 {
-    const auto row = anyRow(step.a, step.kind == 22 || step.kind == 23 || step.kind == 26);
+    const bool anywhere = step.kind > 23 && step.a % 4 == 0;
+    const auto row = anyRow(step.a / 4, step.kind < 24 || (step.kind == 26 && !anywhere));
     if (!row) {
         return;
     }
@@ -518,22 +529,9 @@ void Session::rowEdit(const Step &step)
         QTest::mouseClick(tree->viewport(), Qt::LeftButton, {}, point);
         break;
     }
-    case 24: {
-        const bool commit = step.a % 5 != 0;
-        const bool opens = order().size() <= 1 && model.isSelected(model.current)
-                           && !model.current.isNode();
-        tell(opens ? QString("rename %1 to '%2'%3")
-                         .arg(path(model.current), name, commit ? "" : ", but escape")
-                   : QString("press F2"));
-        host.key(Qt::Key_F2);
-        if (opens) {
-            if (commit) {
-                model.commitText(model.current, 0, name);
-            }
-            type(name, commit);
-        }
+    case 24:
+        rename(step);
         break;
-    }
     case 25: {
         const Position layer{ row->layer };
         const int column = int(step.b % 3);
@@ -561,8 +559,14 @@ void Session::rowEdit(const Step &step)
             bytes.chop(int(step.b % unsigned(bytes.size())) + 1);
         }
         const bool good = step.b % 7 != 0;
+        const bool space = step.b % 9 == 0;
         tell(QString("drop material %1 on %2")
-                 .arg(good && material ? mkMaterials::getName(material) : "(bad)", path(*row)));
+                 .arg(good && material ? mkMaterials::getName(material) : "(bad)",
+                      space ? "nothing" : path(*row)));
+        if (space) {
+            drop("application/mosk-decoupled-materials", bytes, {});
+            break;
+        }
         model.dropMaterial(*row, good ? material : osg::MaterialPtr());
         drop("application/mosk-decoupled-materials", bytes, row);
         break;
@@ -592,6 +596,45 @@ void Session::rowEdit(const Step &step)
         model.modified = true;
         drop("application/mosk-tree-item", bytes, row);
     }
+    }
+}
+
+void Session::rename(const Step &step)
+{
+    const QString name = names[int(step.b % unsigned(names.size()))];
+    const bool commit = step.a % 5 != 0;
+    const bool interrupted = step.a % 3 == 0;
+    const bool menu = step.b % 4 == 0;
+    bool opens = (menu || order().size() <= 1) && model.isSelected(model.current)
+                 && !model.current.isNode();
+    tell(QString("rename %1 to '%2'%3%4")
+             .arg(opens ? path(model.current) : "nothing", name, commit ? "" : ", but escape",
+                  interrupted ? ", interrupted by a rebuild" : ""));
+    if (menu) {
+        host.action("Rename Layer")->trigger();
+    } else {
+        step.b % 4 == 1 ? host.key(Qt::Key_F2) : host.key(Qt::Key_R, Qt::ControlModifier);
+    }
+    if (interrupted) {
+        const QString old = opens ? model.row(model.current)->text : QString();
+        model.rebuild(false);
+        host.rebuild();
+        // The edit goes on where it is clear with which layer.
+        opens &= model.isSelected(model.current) && !model.current.isNode()
+                 && model.row(model.current)->text == old
+                 && std::count_if(model.rows.begin(), model.rows.end(),
+                                  [&old](const PanelModel::Row &layer) {
+                                      return layer.text == old;
+                                  })
+                        == 1;
+    }
+    if (opens) {
+        if (commit) {
+            model.commitText(model.current, 0, name);
+        }
+        type(name, commit);
+    } else if (editor()) {
+        complaint = "an editor";
     }
 }
 
@@ -821,10 +864,6 @@ void Session::script(const Step &step)
         }
         for (const Position position : found) {
             model.selectOnly(position);
-            // Making a row current brings it into view, which opens its layer.
-            if (position.isNode() && !model.row({ position.layer })->expanded) {
-                model.setExpanded(position.layer, true);
-            }
             expectActivation({ position });
         }
         break;

@@ -8,10 +8,8 @@
 
 #include <QDialog>
 #include <QDockWidget>
-#include <QDropEvent>
 #include <QLineEdit>
 #include <QMenuBar>
-#include <QMimeData>
 #include <QScopeGuard>
 #include <QTest>
 
@@ -148,16 +146,10 @@ void tst_Reload::use(bool leaveOpen)
     host.action("Create Layer")->trigger();
     QCOMPARE(host.rows(), QStringLiteral("A[a b] Layer[]"));
 
-    QMimeData data;
     QByteArray bytes;
     QDataStream stream(&bytes, QIODevice::WriteOnly);
     stream << mkdMaterial(QStringLiteral("red"));
-    data.setData("application/mosk-decoupled-materials", bytes);
-    const QPoint point = host.cell("A/b", 0).center();
-    QDragEnterEvent enter(point, Qt::CopyAction, &data, Qt::LeftButton, {});
-    QApplication::sendEvent(host.tree()->viewport(), &enter);
-    QDropEvent drop(point, Qt::CopyAction, &data, Qt::LeftButton, {});
-    QApplication::sendEvent(host.tree()->viewport(), &drop);
+    host.drop(host.cell("A/b", 0).center(), "application/mosk-decoupled-materials", bytes);
     host.select({ "A/b" });
     ModalAnswers answers([](QWidget *modal) { qobject_cast<QDialog *>(modal)->accept(); });
     host.action("Apply Attributes to Selected ...")->trigger();

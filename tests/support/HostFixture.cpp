@@ -11,11 +11,14 @@
 #include "mkUtils/mkLog.h"
 
 #include <QApplication>
+#include <QDropEvent>
 #include <QLoggingCategory>
+#include <QMimeData>
 #include <QPointer>
 #include <QScopeGuard>
 #include <QTest>
 #include <QTimer>
+#include <QToolBar>
 #include <QTreeWidgetItemIterator>
 
 namespace {
@@ -337,6 +340,26 @@ void HostFixture::doubleClick(const QString &path, int column) const
     const QPoint point = cell(path, column).center();
     QTest::mouseClick(tree()->viewport(), Qt::LeftButton, {}, point);
     QTest::mouseDClick(tree()->viewport(), Qt::LeftButton, {}, point);
+}
+
+void HostFixture::drop(QPoint point, const QString &format, const QByteArray &bytes) const
+{
+    QMimeData data;
+    data.setData(format, bytes);
+    QDragEnterEvent enter(point, Qt::CopyAction, &data, Qt::LeftButton, {});
+    QApplication::sendEvent(tree()->viewport(), &enter);
+    QDropEvent event(point, Qt::CopyAction, &data, Qt::LeftButton, {});
+    QApplication::sendEvent(tree()->viewport(), &event);
+}
+
+void HostFixture::clickTool(const QString &text) const
+{
+    const auto *const bar = panel()->findChild<QToolBar *>();
+    for (QAction *candidate : bar->actions()) {
+        if (candidate->text() == text) {
+            QTest::mouseClick(bar->widgetForAction(candidate), Qt::LeftButton);
+        }
+    }
 }
 
 void HostFixture::key(int keyCode, Qt::KeyboardModifiers modifiers) const

@@ -83,6 +83,10 @@ public:
     void click(const QString &path, int column, Qt::KeyboardModifiers modifiers = {}) const;
     void doubleClick(const QString &path, int column) const;
     QRect cell(const QString &path, int column) const;
+    /// Drags a payload onto a point of the tree's viewport and drops it there.
+    void drop(QPoint point, const QString &format, const QByteArray &bytes) const;
+    /// Clicks a button of the panel's tool bar.
+    void clickTool(const QString &text) const;
     void key(int key, Qt::KeyboardModifiers modifiers = {}) const;
 
 private:

@@ -274,7 +274,7 @@ void PanelModel::move(Direction direction, const Positions &order)
     rebuild(total >= 2);
 }
 
-void PanelModel::removeSelected()
+void PanelModel::removeSelectedLayers()
 {
     const Positions layers = selectedLayers();
     if (!layers.empty()) {
@@ -287,6 +287,10 @@ void PanelModel::removeSelected()
         rebuild(true);
         modified = true;
     }
+}
+
+void PanelModel::removeSelectedNodes()
+{
     const Positions nodes = selectedVisibleNodes();
     if (!nodes.empty()) {
         for (const Position position : nodes) {

@@ -89,7 +89,8 @@ public:
     void commitText(Position position, int column, const QString &text);
     void duplicateLayers();
     void move(Direction direction, const Positions &order);
-    void removeSelected();
+    void removeSelectedLayers();
+    void removeSelectedNodes();
     void addNodes(const std::vector<osg::NodePtr> &nodes);
     void applyAttributes(const Flags &flags);
     void clearMaterials();

@@ -9,6 +9,7 @@
 #include <QTreeWidget>
 
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -37,11 +38,15 @@ public:
 
     /// Draws the tree anew from the store. Expansion comes from the store. With `keepSelection`
     /// every selected layer row and visible node row is selected again, found by layer name and
-    /// node; without it, only the current row, if it was selected. While rows are in use the
-    /// rebuild waits for the end of that, and then is one without `keepSelection`.
+    /// node; without it, only the current row, if it was selected. A name that is being typed stays
+    /// in its editor. While rows are in use the rebuild waits for the end of that, and then is one
+    /// without `keepSelection`.
     void rebuildTree(bool keepSelection);
     /// Widens the first column to its contents; never makes it narrower.
     void fitFirstColumn();
+    /// Makes `item` the current row and the only selected one, and brings it into view unless its
+    /// layer is closed.
+    void makeCurrent(QTreeWidgetItem *item);
     /// Activates every selected row in the store, then requests a render.
     void activateSelected();
     /// Adds a layer and rebuilds. An empty name gives the default name; a name already taken gets
@@ -122,6 +127,15 @@ private:
     };
     /// What a rebuild carries across.
     struct SelectionMemory;
+    /// A layer's name in the middle of being typed.
+    struct OpenEdit
+    {
+        QString layerName;
+        QString text;
+        int cursor;
+        int selectionStart;
+        int selectionLength;
+    };
     enum class Direction { Up, Down };
 
     /// For the handler of a slot or an event: reports the exception in flight and shows what the
@@ -160,7 +174,10 @@ private:
     void deleteRows();
     void createRows(const osg::RenderLayersPtr &content);
     void restoreSelection(SelectionMemory &memory);
-    void makeCurrent(QTreeWidgetItem *item);
+    /// Closes the open editor, if there is one, without taking over what was typed. The result is
+    /// that, where it was a layer's name, for resumeEdit().
+    std::optional<OpenEdit> suspendEdit();
+    void resumeEdit(const OpenEdit &edit);
     /// Selects full-width ranges and nothing else. The current row is one of them.
     void replaceSelection(const QItemSelection &rows);
     void storeExpansion(QTreeWidgetItem *item);

@@ -89,6 +89,9 @@ try {
     if (!row || !row->isLayer()) {
         return;
     }
+    // The edit is over. Closed now, its editor lives until the event loop below the view, which is
+    // still at work with it; a rebuild under a warning would have it deleted by the warning's loop.
+    suspendEdit();
     const QString name = row->text(mkColumn::Layer);
     int namesakes = 0;
     for (int i = 0; i < topLevelItemCount(); ++i) {
@@ -97,12 +100,11 @@ try {
         }
     }
     if (!name.isEmpty() && namesakes == 0) {
+        const RowsInUse inUse(this);
         row->commitLayerName();
     }
-    // The row's editor closes behind this: a rebuild asked for while a warning is open would delete
-    // it first. The host may still close the panel meanwhile.
+    // The host may close the panel meanwhile.
     const QPointer<mkNodeListWidget> self(this);
-    const RowsInUse inUse(this);
     for (; namesakes > 0; --namesakes) {
         QMessageBox::warning(nullptr, tr("Render Layer"),
                              tr("Name is not unique, please choose a different one."),
@@ -110,7 +112,7 @@ try {
     }
     if (self) {
         fitFirstColumn();
-        drawTree(false);
+        rebuildTree(false);
     }
 } catch (...) {
     recover("mkNodeListWidget::changedItem");

@@ -9,6 +9,7 @@
 
 #include <QHash>
 #include <QHeaderView>
+#include <QLineEdit>
 #include <QScopeGuard>
 #include <QSignalBlocker>
 
@@ -265,6 +266,7 @@ void mkNodeListWidget::drawTree(bool keepSelection)
     rebuildPending = false;
 
     SelectionMemory memory = rememberSelection(keepSelection);
+    const std::optional<OpenEdit> edit = suspendEdit();
     deleteRows();
     const osg::RenderLayersPtr content = showableContent();
     if (!content) {
@@ -281,6 +283,50 @@ void mkNodeListWidget::drawTree(bool keepSelection)
         currentItem()->setSelected(true);
     }
     update();
+    if (edit) {
+        resumeEdit(*edit);
+    }
+}
+
+std::optional<mkNodeListWidget::OpenEdit> mkNodeListWidget::suspendEdit()
+{
+    std::optional<OpenEdit> edit;
+    const QModelIndex current = currentIndex();
+    for (int column = 0; state() == EditingState && column < mkColumn::Count; ++column) {
+        QWidget *const editor = indexWidget(current.sibling(current.row(), column));
+        if (!editor) {
+            continue;
+        }
+        const auto *const line = qobject_cast<const QLineEdit *>(editor);
+        if (line && column == mkColumn::Layer) {
+            edit = OpenEdit{ currentItem()->text(column), line->text(), line->cursorPosition(),
+                             line->selectionStart(), line->selectedText().size() };
+        }
+        // Were it left to the rows' deletion, the keys would go on to a neighbour of the tree.
+        closeEditor(editor, QAbstractItemDelegate::NoHint);
+    }
+    return edit;
+}
+
+void mkNodeListWidget::resumeEdit(const OpenEdit &edit)
+{
+    const QList<QTreeWidgetItem *> layers = findItems(edit.layerName, Qt::MatchExactly,
+                                                      mkColumn::Layer);
+    if (layers.size() != 1 || layers.first() != currentItem()) {
+        return;
+    }
+    editItem(currentItem(), mkColumn::Layer);
+    auto *const line = qobject_cast<QLineEdit *>(
+        indexWidget(indexFromItem(currentItem(), mkColumn::Layer)));
+    if (!line) {
+        return;
+    }
+    line->setText(edit.text);
+    if (edit.selectionStart >= 0) {
+        line->setSelection(edit.selectionStart, edit.selectionLength);
+    } else {
+        line->setCursorPosition(edit.cursor);
+    }
 }
 
 void mkNodeListWidget::deleteRows()
@@ -406,7 +452,9 @@ void mkNodeListWidget::makeCurrent(QTreeWidgetItem *item)
     // Scrolling to a row opens the layer above it, but whether that is open is the store's to say.
     const bool scrolls = hasAutoScroll();
     setAutoScroll(scrolls && (!item->parent() || item->parent()->isExpanded()));
-    setCurrentItem(item);
+    // Not the plain call: that one heeds the modifier keys that are down just now.
+    setCurrentItem(item, mkColumn::Layer,
+                   QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
     setAutoScroll(scrolls);
 }
 

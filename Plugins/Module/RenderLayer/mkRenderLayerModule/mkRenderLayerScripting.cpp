@@ -74,9 +74,7 @@ void mkRenderLayerModule::activateRenderLayer(const char *name)
         // Activation runs host code, which may rebuild the tree: rows are fetched anew.
         QTreeWidgetItem *const row = tree ? rowAt(tree, position) : nullptr;
         if (row && row->text(mkColumn::Layer) == text) {
-            // Not the plain call: that one heeds the modifier keys that are down just now.
-            tree->setCurrentItem(row, mkColumn::Layer,
-                                 QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
+            tree->makeCurrent(row);
             tree->activateSelected();
         }
     }
