@@ -317,22 +317,24 @@ mkNodeItem *mkNodeListWidget::getSibling(const mkNodeItem *item, int step) const
 void mkNodeListWidget::collectSelection(QStringList &layerNames, std::vector<osg::NodePtr> &nodes,
                                         QStringList &nodeLayerNames) const
 {
-    const QTreeWidgetItem *layer = nullptr;
-    QString layerName;
-    bool expanded = false;
-    for (const mkNodeItem *row : selectedItemRows()) {
-        if (row->isLayer()) {
-            layerNames += row->text(mkColumn::Layer);
-            continue;
+    if (!selectionModel()->hasSelection()) {
+        return;
+    }
+    // Rows know whether they are selected. A copy of the selection, which Qt checks range by range,
+    // costs more than to ask them all.
+    for (int i = 0; i < topLevelItemCount(); ++i) {
+        const mkNodeItem *const layer = layerItem(i);
+        const QString layerName = layer->text(mkColumn::Layer);
+        if (layer->isLayer() && layer->isSelected()) {
+            layerNames += layerName;
         }
-        if (row->isNode() && row->parent() && row->parent() != layer) {
-            layer = row->parent();
-            layerName = layer->text(mkColumn::Layer);
-            expanded = layer->isExpanded();
-        }
-        if (row->isNode() && row->parent() && expanded) {
-            nodes.push_back(row->getNode());
-            nodeLayerNames += layerName;
+        const int rows = layer->isExpanded() ? layer->childCount() : 0;
+        for (int j = 0; j < rows; ++j) {
+            const mkNodeItem *const row = nodeItem(layer, j);
+            if (row->isNode() && row->isSelected()) {
+                nodes.push_back(row->getNode());
+                nodeLayerNames += layerName;
+            }
         }
     }
 }

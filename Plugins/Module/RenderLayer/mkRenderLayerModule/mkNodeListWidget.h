@@ -10,6 +10,7 @@
 
 #include <map>
 #include <string>
+#include <tuple>
 #include <vector>
 
 class QMenu;
@@ -123,6 +124,9 @@ private:
     /// What a rebuild carries across.
     struct SelectionMemory;
     enum class Direction { Up, Down };
+    /// All that the first column's wanted width depends on: which texts and which of the rows are
+    /// shown, the scroll position, the viewport's height, font and style.
+    using FirstColumnState = std::tuple<unsigned, int, int, QFont, const QStyle *>;
 
     /// For the handler of a slot or an event: reports the exception in flight, marks the document
     /// modified and rebuilds, since the store may have been changed half-way.
@@ -190,6 +194,10 @@ private:
     QAction *clearOverrideMaterialAction = nullptr;
     mkOverrideMaterialItemDelegate *overrideMaterialDelegate;
     QPointer<mkAttributesGUIW> attributesDialog;
+    /// Goes up when rows come, go, open, close, or get another text.
+    unsigned firstColumnRevision = 1;
+    FirstColumnState fittedState{};
+    int fittedWidth = 0;
     int rowsInUse = 0;
     bool rebuildPending = false;
 };

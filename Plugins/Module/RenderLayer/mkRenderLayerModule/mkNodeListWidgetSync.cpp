@@ -10,6 +10,7 @@
 #include <QHash>
 #include <QHeaderView>
 #include <QScopeGuard>
+#include <QScrollBar>
 #include <QSignalBlocker>
 
 #include <algorithm>
@@ -68,14 +69,17 @@ public:
     std::unique_ptr<mkNodeItem> create(const osg::NodePtr &node,
                                        const osg::RaytracingGeoAttachmentPtr &attributes)
     {
-        const mkNodeItem **const alike = node && attributes ? &filled[shownBy(attributes)]
-                                                            : nullptr;
-        auto row = alike && *alike ? std::make_unique<mkNodeItem>(node, **alike)
-                                   : std::make_unique<mkNodeItem>(node);
+        const quint64 shown = node && attributes ? shownBy(attributes) : 0;
+        if (node && attributes) {
+            if (const mkNodeItem *const alike = filled.value(shown)) {
+                return std::make_unique<mkNodeItem>(node, *alike);
+            }
+        }
+        auto row = std::make_unique<mkNodeItem>(node);
         row->setItemType(mkNodeItem::NodeRow);
-        if (alike && !*alike) {
-            row->updateAttributes(attributes, cells);
-            *alike = row.get();
+        row->updateAttributes(attributes, cells);
+        if (node && attributes && filled.size() < mostKinds) {
+            filled.insert(shown, row.get());
         }
         return row;
     }
@@ -91,6 +95,9 @@ private:
         }
         return shown;
     }
+
+    /// Where so many rows differ, to remember more of them costs more than it saves.
+    static constexpr int mostKinds = 1000;
 
     mkAttributeCells cells;
     QHash<quint64, const mkNodeItem *> filled;
@@ -258,6 +265,7 @@ void mkNodeListWidget::drawTree(bool keepSelection)
     // A message that comes while the store is read may be about what was read already.
     const RowsInUse inUse(this, RowsInUse::RebuildLater);
     rebuildPending = false;
+    ++firstColumnRevision;
 
     SelectionMemory memory = rememberSelection(keepSelection);
     deleteRows();
@@ -384,7 +392,10 @@ void mkNodeListWidget::replaceSelection(const QItemSelection &rows)
     QItemSelection firstCells;
     firstCells.reserve(rows.size());
     for (const QItemSelectionRange &range : rows) {
-        firstCells.append({ range.topLeft(), range.bottomRight().sibling(range.bottom(), 0) });
+        const QModelIndex &first = range.topLeft();
+        firstCells.append(range.height() == 1
+                              ? QItemSelectionRange(first)
+                              : QItemSelectionRange(first, first.sibling(range.bottom(), 0)));
     }
     // Told of any of its cells, the tree notes a row as selected; told of all, it does so for each.
     // Where nothing was selected before, Qt has nothing to compare range by range.
@@ -407,6 +418,7 @@ void mkNodeListWidget::makeCurrent(QTreeWidgetItem *item)
 
 void mkNodeListWidget::storeExpansion(QTreeWidgetItem *item)
 {
+    ++firstColumnRevision;
     const RowsInUse inUse(this);
     const auto *const row = static_cast<mkNodeItem *>(item);
     mkRenderLayer *const store = mkScenegraph::getRenderLayer();
@@ -432,10 +444,17 @@ try {
 
 void mkNodeListWidget::fitFirstColumn()
 {
-    const int wanted = std::max(sizeHintForColumn(mkColumn::Layer),
-                                header()->sectionSizeHint(mkColumn::Layer));
-    if (columnWidth(mkColumn::Layer) < wanted) {
-        setColumnWidth(mkColumn::Layer, wanted);
+    // Qt measures up to a thousand rows around the visible ones, which takes milliseconds, and most
+    // commands on a single row leave them as they were.
+    const FirstColumnState state{ firstColumnRevision, verticalScrollBar()->value(),
+                                  viewport()->height(), font(), style() };
+    if (state != fittedState) {
+        fittedWidth = std::max(sizeHintForColumn(mkColumn::Layer),
+                               header()->sectionSizeHint(mkColumn::Layer));
+        fittedState = state;
+    }
+    if (columnWidth(mkColumn::Layer) < fittedWidth) {
+        setColumnWidth(mkColumn::Layer, fittedWidth);
     }
 }
 
