@@ -60,8 +60,9 @@ osg::RaytracingGeoAttachmentPtr attributesAt(const osg::RenderLayerPtr &layer, s
                                      : osg::RaytracingGeoAttachmentPtr();
 }
 
-/// Makes node rows. Those that show the same attributes share their cells, which saves two thirds
-/// of a row's time and half of its memory.
+/// Makes node rows. Each begins as a copy of one that shows the same attributes, or else of the one
+/// before, and is written only where it differs. Copies share their cells, which saves most of a
+/// row's time and half of its memory.
 class NodeRowMaker
 {
 public:
@@ -69,17 +70,24 @@ public:
     std::unique_ptr<mkNodeItem> create(const osg::NodePtr &node,
                                        const osg::RaytracingGeoAttachmentPtr &attributes)
     {
-        const quint64 shown = node && attributes ? shownBy(attributes) : 0;
-        if (node && attributes) {
-            if (const mkNodeItem *const alike = filled.value(shown)) {
-                return std::make_unique<mkNodeItem>(node, *alike);
-            }
+        if (!node || !attributes) {
+            auto row = std::make_unique<mkNodeItem>(node);
+            row->setItemType(mkNodeItem::NodeRow);
+            return row;
         }
-        auto row = std::make_unique<mkNodeItem>(node);
+        const quint64 shown = shownBy(attributes);
+        const mkNodeItem *const alike = last && shown == shownByLast ? last : filled.value(shown);
+        if (alike) {
+            return std::make_unique<mkNodeItem>(node, *alike);
+        }
+        auto row = last ? std::make_unique<mkNodeItem>(node, *last)
+                        : std::make_unique<mkNodeItem>(node);
         row->setItemType(mkNodeItem::NodeRow);
         row->updateAttributes(attributes, cells);
-        if (node && attributes && filled.size() < mostKinds) {
-            filled.insert(shown, row.get());
+        last = row.get();
+        shownByLast = shown;
+        if (filled.size() < mostKinds) {
+            filled.insert(shown, last);
         }
         return row;
     }
@@ -101,6 +109,8 @@ private:
 
     mkAttributeCells cells;
     QHash<quint64, const mkNodeItem *> filled;
+    const mkNodeItem *last = nullptr;
+    quint64 shownByLast = 0;
 };
 
 using NodeIds = std::vector<quint32>;
