@@ -8,7 +8,6 @@
 #include <QStringList>
 #include <QTreeWidget>
 
-#include <map>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -115,12 +114,6 @@ private Q_SLOTS:
 private:
     using Rows = std::vector<mkNodeItem *>;
 
-    /// The selected rows by position, ascending: layers, and node rows by layer.
-    struct SelectedPositions
-    {
-        std::vector<int> layers;
-        std::map<int, std::vector<int>> nodesByLayer;
-    };
     /// What a rebuild carries across.
     struct SelectionMemory;
     enum class Direction { Up, Down };
@@ -144,9 +137,9 @@ private:
 
     /// The rows of selectedItems(), in its order, at the cost of rows and not of cells.
     Rows selectedItemRows() const;
-    SelectedPositions selectedPositions() const;
     Rows selectedRows(bool all) const;
     Rows getSelectedLayerItems() const;
+    static Rows selectedNodesOf(const mkNodeItem *layer);
     std::size_t getSelectedNodeItemsByLayer(std::vector<Rows> &groups) const;
     mkNodeItem *getFirstSelectedItem() const;
     mkNodeItem *getPreviousSibling(const mkNodeItem *item) const;
