@@ -54,9 +54,7 @@ private:
     void growth();
 
     double rebuildSeconds();
-    /// A rebuild and the layout of the rows, which one that restores a current row does at once
-    /// and the others leave to the next paint.
-    double laidOutSeconds(bool keepSelection);
+    void reportRestore(const QString &name, const TreeShape &shape, const Select &select);
     void compareRebuild(const char *name, const TreeShape &shape);
     void compareMemory(const char *name, const TreeShape &shape, BareTree::Cells cells);
     /// The command's time as a ratio to the rebuild of the tree that it starts from.
@@ -91,6 +89,16 @@ private:
     Report report;
 };
 
+/// Seconds until the rows are laid out. A rebuild that makes a row current does that at once, the
+/// others leave it to the next paint.
+double laidOutSeconds(QTreeWidget *tree, const std::function<void()> &build)
+{
+    return secondsOf([&] {
+        build();
+        tree->visualItemRect(tree->topLevelItem(0));
+    });
+}
+
 Select everySecondNode(int count)
 {
     return [count](QTreeWidget *tree) { selectNodeRows(tree, 2, count); };
@@ -109,14 +117,6 @@ Select nothing()
 double TreeBench::rebuildSeconds()
 {
     return secondsOf([this] { host.tree()->rebuildTree(false); });
-}
-
-double TreeBench::laidOutSeconds(bool keepSelection)
-{
-    return secondsOf([this, keepSelection] {
-        host.tree()->rebuildTree(keepSelection);
-        host.tree()->visualItemRect(host.tree()->topLevelItem(0));
-    });
 }
 
 Timed TreeBench::slot(const char *name)
@@ -214,7 +214,7 @@ void TreeBench::compareRebuild(const char *name, const TreeShape &shape)
     };
     const Comparison result = against(BareTree::Written);
     QString note = result.spread;
-    if (shape.content == TreeShape::Defaults && shape.expansion == TreeShape::Expanded) {
+    if (shape.content == TreeShape::Defaults && shape.expansion == TreeShape::Half) {
         note += QStringLiteral("; %1 of bare code that copies rows")
                     .arg(against(BareTree::Copied).ratio, 0, 'f', 2);
     }
@@ -237,41 +237,48 @@ void TreeBench::rebuild()
     }
 }
 
+void TreeBench::reportRestore(const QString &name, const TreeShape &shape, const Select &select)
+{
+    std::vector<double> own;
+    const Comparison result = compare(
+        shape.rows() > 20000 ? 3 : 11,
+        [&] {
+            select(host.tree());
+            return laidOutSeconds(host.tree(), [this] { host.tree()->rebuildTree(true); });
+        },
+        [&] {
+            selectNothing(host.tree());
+            own.push_back(laidOutSeconds(host.tree(), [this] { host.tree()->rebuildTree(false); }));
+            return laidOutSeconds(&bare, [&] { bare.build(shape, host.nodeNames()); });
+        });
+    bare.clear();
+    report.line(name, result.ratio, QStringLiteral("x_bare"), 1.5,
+                QStringLiteral("%1; %2 of the panel's own rebuild")
+                    .arg(result.spread)
+                    .arg(result.subject / median(own), 0, 'f', 2));
+}
+
 void TreeBench::restore()
 {
-    const std::vector<std::pair<const char *, Select>> selections{
-        { "nothing", nothing() },
-        { "everything",
-          [](QTreeWidget *tree) {
-              selectNothing(tree);
-              tree->setUpdatesEnabled(false);
-              tree->selectAll();
-              tree->setUpdatesEnabled(true);
-          } },
-        { "second_rows", everySecondNode(50000) },
-        { "layers", [](QTreeWidget *tree) { selectLayerRows(tree, 1); } },
+    const Select everything = [](QTreeWidget *tree) {
+        selectNothing(tree);
+        tree->setUpdatesEnabled(false);
+        tree->selectAll();
+        tree->setUpdatesEnabled(true);
     };
+    const Select layers = [](QTreeWidget *tree) { selectLayerRows(tree, 1); };
     for (TreeShape shape : shapes) {
-        for (const auto content : { TreeShape::Defaults, TreeShape::Varied }) {
-            shape.content = content;
-            host.open(shape);
-            for (const auto &[name, select] : selections) {
-                const Comparison result = compare(
-                    shape.rows() > 20000 ? 3 : 15,
-                    [this, &selectRows = select] {
-                        selectRows(host.tree());
-                        return laidOutSeconds(true);
-                    },
-                    [this] {
-                        selectNothing(host.tree());
-                        return laidOutSeconds(false);
-                    });
-                report.line(QLatin1String(content == TreeShape::Varied ? "restore_varied/"
-                                                                       : "restore/")
-                                + shape.name() + QLatin1Char('/') + QLatin1String(name),
-                            result.ratio, QStringLiteral("x_rebuild"), 1.5, result.spread);
-            }
-        }
+        host.open(shape);
+        const QString name = QStringLiteral("restore/") + shape.name();
+        reportRestore(name + QStringLiteral("/nothing"), shape, nothing());
+        reportRestore(name + QStringLiteral("/everything"), shape, everything);
+        reportRestore(name + QStringLiteral("/second_rows"), shape, everySecondNode(50000));
+        reportRestore(name + QStringLiteral("/layers"), shape, layers);
+        shape.content = TreeShape::Varied;
+        host.open(shape);
+        reportRestore(QStringLiteral("restore_varied/") + shape.name()
+                          + QStringLiteral("/second_rows"),
+                      shape, everySecondNode(50000));
     }
 }
 
@@ -422,7 +429,7 @@ void TreeBench::interaction()
             QApplication::sendEvent(host.tree(), &event);
         });
     };
-    const Comparison all = compare(9, controlA, selectAll(&bare));
+    const Comparison all = compare(3, controlA, selectAll(&bare));
     report.line("select_all_100000", all.ratio, "x_bare", 1.5, all.spread);
 
     // What bare Qt needs to open a menu that depends on the selection: ask for it, show the menu.
@@ -454,7 +461,7 @@ void TreeBench::scripting()
     std::vector<double> perNode;
     std::vector<double> rebuilds;
     QStringList costs;
-    for (const int members : { 500, 1000, 2000 }) {
+    for (const int members : { 300, 600, 1200 }) {
         host.open({ 1, members });
         std::vector<double> runs;
         for (int run = 0; run < 15; ++run) {

@@ -228,8 +228,15 @@ mkNodeListWidget::Rows mkNodeListWidget::selectedRows(bool all) const
 {
     Rows rows = selectedItemRows();
     if (!all) {
-        const auto unwanted = [](const mkNodeItem *row) {
-            return !row->isNode() || !row->parent() || !row->parent()->isExpanded();
+        // Neighbours are of one layer, and to ask the view whether that is open takes a while.
+        const QTreeWidgetItem *layer = nullptr;
+        bool expanded = false;
+        const auto unwanted = [&layer, &expanded](const mkNodeItem *row) {
+            if (row->parent() != layer) {
+                layer = row->parent();
+                expanded = layer && layer->isExpanded();
+            }
+            return !row->isNode() || !expanded;
         };
         rows.erase(std::remove_if(rows.begin(), rows.end(), unwanted), rows.end());
     }
