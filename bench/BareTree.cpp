@@ -2,6 +2,7 @@
 
 #include <QIcon>
 
+#include <array>
 #include <climits>
 
 QString TreeShape::name() const
@@ -13,6 +14,29 @@ QString TreeShape::name() const
         .arg(QLatin1String(expansions[expansion]));
 }
 
+RowContent TreeShape::contentOf(int layer, int node) const
+{
+    constexpr unsigned flagCount = 11;
+    if (content == Varied) {
+        const unsigned row = unsigned(layer) * unsigned(nodes) + unsigned(node);
+        return { row & ((1U << flagCount) - 1), int(row >> flagCount) };
+    }
+    constexpr unsigned allButUseOverrideMaterial = (1U << (flagCount - 1)) - 1;
+    return { allButUseOverrideMaterial, content == Material ? 0 : -1 };
+}
+
+const std::vector<std::string> &materialNames()
+{
+    static const std::vector<std::string> names = [] {
+        std::vector<std::string> all;
+        for (int i = 0; i < 64; ++i) {
+            all.push_back("clay_" + std::to_string(i));
+        }
+        return all;
+    }();
+    return names;
+}
+
 BareTree::BareTree()
 {
     setColumnCount(13);
@@ -22,32 +46,60 @@ BareTree::BareTree()
     resize(1400, 800);
 }
 
-QTreeWidgetItem BareTree::filledRow() const
-{
-    QTreeWidgetItem row;
-    row.setData(0, Qt::DisplayRole, QString());
-    if (!nodeIcon.isNull()) {
-        row.setData(0, Qt::DecorationRole, nodeIcon);
-    }
-    for (int column = 1; column <= 11; ++column) {
-        const bool on = column <= 10;
-        row.setData(column, Qt::DisplayRole, on ? QStringLiteral("On") : QStringLiteral("Off"));
-        row.setData(column, Qt::UserRole, on);
-    }
-    row.setData(12, Qt::DisplayRole, QStringLiteral("Empty"));
-    row.setData(12, Qt::DecorationRole, QIcon());
-    return row;
-}
+namespace {
 
-void BareTree::build(const TreeShape &shape, const std::vector<std::string> &nodeNames)
+/// Writes the cells of node rows but the names.
+class CellWriter
 {
-    // Copies share the cells of the row that they are made from: a third of the cost of writing
-    // the same cells row by row.
-    const QTreeWidgetItem filled = filledRow();
+public:
+    explicit CellWriter(const QPixmap &icon)
+        : nodeIcon(icon.isNull() ? QVariant() : QVariant(icon))
+    {
+        QPixmap cross(16, 16);
+        cross.fill(Qt::red);
+        button = QIcon(cross);
+        for (const std::string &name : materialNames()) {
+            materials.emplace_back(QString::fromStdString(name));
+        }
+    }
 
+    void write(QTreeWidgetItem &row, const RowContent &content) const
+    {
+        if (nodeIcon.isValid()) {
+            row.setData(0, Qt::DecorationRole, nodeIcon);
+        }
+        for (int column = 1; column <= 11; ++column) {
+            const auto value = std::size_t(content.flags >> (column - 1) & 1);
+            row.setData(column, Qt::DisplayRole, texts[value]);
+            row.setData(column, Qt::UserRole, values[value]);
+        }
+        const bool hasMaterial = content.material >= 0;
+        row.setData(12, Qt::DisplayRole,
+                    hasMaterial ? materials[std::size_t(content.material)] : empty);
+        row.setData(12, Qt::DecorationRole, hasMaterial ? button : noIcon);
+    }
+
+private:
+    QVariant nodeIcon;
+    QVariant button;
+    std::vector<QVariant> materials;
+    std::array<QVariant, 2> texts{ QStringLiteral("Off"), QStringLiteral("On") };
+    std::array<QVariant, 2> values{ false, true };
+    QVariant empty = QStringLiteral("Empty");
+    QVariant noIcon = QIcon();
+};
+
+} // namespace
+
+void BareTree::build(const TreeShape &shape, const std::vector<std::string> &nodeNames, Cells cells)
+{
     clear();
     setUpdatesEnabled(false);
     blockSignals(true);
+    const CellWriter writer(nodeIcon);
+    QTreeWidgetItem original;
+    original.setData(0, Qt::DisplayRole, QString());
+    writer.write(original, shape.contentOf(0, 0));
     QList<QTreeWidgetItem *> layers;
     for (int i = 0; i < shape.layers; ++i) {
         auto *const layer = new QTreeWidgetItem;
@@ -55,8 +107,12 @@ void BareTree::build(const TreeShape &shape, const std::vector<std::string> &nod
         QList<QTreeWidgetItem *> nodes;
         nodes.reserve(shape.nodes);
         for (int j = 0; j < shape.nodes; ++j) {
-            auto *const node = new QTreeWidgetItem(filled);
+            auto *const node = cells == Copied ? new QTreeWidgetItem(original)
+                                               : new QTreeWidgetItem;
             node->setData(0, Qt::DisplayRole, QString::fromStdString(nodeNames[std::size_t(j)]));
+            if (cells == Written) {
+                writer.write(*node, shape.contentOf(i, j));
+            }
             nodes.append(node);
         }
         layer->addChildren(nodes);

@@ -4,6 +4,7 @@
 #include "mkKernel/mkController.h"
 #include "mkOpenSGUtils/mkMaterials.h"
 #include "mkQt4Ext/QMKDockWindowManager.h"
+#include "mkRenderAttributes.h"
 
 #include <QApplication>
 #include <QStatusBar>
@@ -42,7 +43,7 @@ void BenchHost::close()
     mkScenegraph::newScene("empty");
 }
 
-void BenchHost::open(const TreeShape &shape, bool withMaterial)
+void BenchHost::open(const TreeShape &shape)
 {
     sceneNodes.clear();
     while (int(names.size()) < shape.nodes) {
@@ -58,18 +59,28 @@ void BenchHost::open(const TreeShape &shape, bool withMaterial)
         document.root->addChild(node);
         sceneNodes.emplace_back(node);
     }
-    const osg::MaterialPtr material = osg::Material::create();
-    material->setName("clay");
-    document.materials = { material };
+    for (const std::string &name : materialNames()) {
+        document.materials.push_back(osg::Material::create());
+        document.materials.back()->setName(name);
+    }
     mkScenegraph::setScene(document);
 
     for (int i = 0; i < shape.layers; ++i) {
         store()->addLayer(QStringLiteral("Layer%1").arg(i).toStdString());
         store()->setCollapseState(unsigned(i), shape.isExpanded(i) ? 1 : 0);
-        for (const mkNodePtr &node : sceneNodes) {
-            store()->addNode(unsigned(i), node.get());
-            if (withMaterial) {
-                store()->getAttributes(unsigned(i), node.get())->setOverrideMaterial(material);
+        for (int j = 0; j < shape.nodes; ++j) {
+            const osg::NodePtr node = sceneNodes[std::size_t(j)].get();
+            store()->addNode(unsigned(i), node);
+            const osg::RaytracingGeoAttachmentPtr attributes = store()->getAttributes(unsigned(i),
+                                                                                      node);
+            const RowContent content = shape.contentOf(i, j);
+            mkRenderAttributeFlags flags{};
+            for (std::size_t bit = 0; bit < flags.size(); ++bit) {
+                flags[bit] = (content.flags >> bit & 1) != 0;
+            }
+            mkSetRenderAttributes(attributes, flags);
+            if (content.material >= 0) {
+                attributes->setOverrideMaterial(document.materials[std::size_t(content.material)]);
             }
         }
     }

@@ -18,7 +18,7 @@ public:
 
     /// A new scene with shape.nodes nodes, and shape.layers layers that each hold all of them.
     /// The tree is rebuilt, nothing is selected.
-    void open(const TreeShape &shape, bool withMaterial = false);
+    void open(const TreeShape &shape);
     void close();
 
     mkNodeListWidget *tree() const;

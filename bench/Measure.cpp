@@ -1,5 +1,7 @@
 #include "Measure.h"
 
+#include <benchmark/benchmark.h>
+
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -57,6 +59,44 @@ Comparison compare(int runs, const Timed &subject, const Timed &floor)
                                .arg(ratios[ratios.size() / 4], 0, 'f', 2)
                                .arg(ratios[ratios.size() - 1 - ratios.size() / 4], 0, 'f', 2);
     return { median(subjects), median(floors), median(ratios), spread };
+}
+
+namespace {
+
+class MedianReporter : public benchmark::BenchmarkReporter
+{
+public:
+    bool ReportContext(const Context &) override { return true; }
+    void ReportRuns(const std::vector<Run> &runs) override
+    {
+        for (const Run &run : runs) {
+            if (run.aggregate_name == "median") {
+                milliseconds = run.GetAdjustedRealTime();
+            }
+        }
+    }
+
+    double milliseconds = 0;
+};
+
+} // namespace
+
+double shortMilliseconds(const Timed &work)
+{
+    benchmark::ClearRegisteredBenchmarks();
+    benchmark::RegisterBenchmark("work",
+                                 [&work](benchmark::State &state) {
+                                     for (auto _ : state) {
+                                         state.SetIterationTime(work());
+                                     }
+                                 })
+        ->UseManualTime()
+        ->Unit(benchmark::kMillisecond)
+        ->Iterations(50)
+        ->Repetitions(7);
+    MedianReporter reporter;
+    benchmark::RunSpecifiedBenchmarks(&reporter);
+    return reporter.milliseconds;
 }
 
 double growthExponent(const std::vector<double> &sizes, const std::vector<double> &seconds)

@@ -42,5 +42,8 @@ struct Comparison
 /// Runs subject and floor by turns, so that both see the same machine.
 Comparison compare(int runs, const Timed &subject, const Timed &floor);
 
+/// Median milliseconds of something short, from 7 times 50 runs of Google Benchmark.
+double shortMilliseconds(const Timed &work);
+
 /// The exponent e of cost ~ size^e, fitted over the points in log space.
 double growthExponent(const std::vector<double> &sizes, const std::vector<double> &seconds);

@@ -55,6 +55,15 @@ const QVariant &mkAttributeCells::clearButton()
     return button;
 }
 
+const QVariant &mkAttributeCells::nameOf(const osg::MaterialPtr &material)
+{
+    QVariant &name = materialNames[material->getId()];
+    if (!name.isValid()) {
+        name = QString::fromUtf8(mkMaterials::getName(material));
+    }
+    return name;
+}
+
 mkNodeItem::mkNodeItem(QTreeWidget *tree, const osg::NodePtr &node)
     : QTreeWidgetItem(tree, QTreeWidgetItem::Type)
     , nodeId(idOf(node))
@@ -71,6 +80,7 @@ mkNodeItem::mkNodeItem(const osg::NodePtr &node)
 mkNodeItem::mkNodeItem(const osg::NodePtr &node, const mkNodeItem &alike)
     : QTreeWidgetItem(alike)
     , nodeId(idOf(node))
+    , itemType(alike.itemType)
 {
     setData(mkColumn::Layer, Qt::DisplayRole, nameOf(node));
 }
@@ -133,8 +143,7 @@ void mkNodeItem::updateOverrideMaterial(const osg::RaytracingGeoAttachmentPtr &a
     }
     const osg::MaterialPtr &material = attributes->getOverrideMaterial();
     setData(mkColumn::OverrideMaterial, Qt::DisplayRole,
-            material ? QVariant(QString::fromUtf8(mkMaterials::getName(material)))
-                     : cells.emptyText());
+            material ? cells.nameOf(material) : cells.emptyText());
     setData(mkColumn::OverrideMaterial, Qt::DecorationRole,
             material ? cells.clearButton() : cells.noIcon());
 }

@@ -3,6 +3,7 @@
 #include "OSGSystem/Node.h"
 #include "mkOpenSGExt/RaytracingGeoAttachment.h"
 
+#include <QHash>
 #include <QIcon>
 #include <QTreeWidgetItem>
 
@@ -20,6 +21,8 @@ public:
     const QVariant &noIcon() const { return none; }
     /// The clear button; made when it is first asked for.
     const QVariant &clearButton();
+    /// The name of `material`, not null; read when it is first asked for.
+    const QVariant &nameOf(const osg::MaterialPtr &material);
 
 private:
     QVariant onText;
@@ -29,6 +32,7 @@ private:
     QVariant empty;
     QVariant none;
     QVariant button;
+    QHash<quint32, QVariant> materialNames;
 };
 
 /// A row of the layer tree: a layer, or a node of the layer above it. A row shows what the store
@@ -42,8 +46,8 @@ public:
     /// A row in `view`, which may be null, for `node`, which may be null.
     mkNodeItem(QTreeWidget *view, const osg::NodePtr &node);
     explicit mkNodeItem(const osg::NodePtr &node);
-    /// A row for `node`, not null, that shows the same attributes as `alike`. The two share their
-    /// cells until one of them is changed.
+    /// A row for `node`, not null, of the type of `alike` and with its attributes. The two share
+    /// their cells until one of them is changed.
     mkNodeItem(const osg::NodePtr &node, const mkNodeItem &alike);
     ~mkNodeItem() override;
 

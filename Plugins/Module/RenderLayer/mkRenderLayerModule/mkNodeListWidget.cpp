@@ -203,84 +203,80 @@ mkNodeListWidget::Rows mkNodeListWidget::selectedItemRows() const
     QSet<const mkNodeItem *> seen;
     const QItemSelection selection = selectionModel()->selection();
     for (const QItemSelectionRange &range : selection) {
-        const QTreeWidgetItem *const layer = itemFromIndex(range.parent());
+        // The way from an index to its row is short, the one to its parent's is not.
+        auto *item = static_cast<mkNodeItem *>(itemFromIndex(range.topLeft()));
+        const QTreeWidgetItem *const layer = item->parent();
         // Only ranges narrower than the row can meet in one row.
         const bool wholeRows = range.width() == columnCount();
-        for (int row = range.top(); row <= range.bottom(); ++row) {
-            auto *const item = static_cast<mkNodeItem *>(layer ? layer->child(row)
-                                                               : topLevelItem(row));
-            if (!wholeRows && seen.contains(item)) {
-                continue;
+        for (int row = range.top();;) {
+            if (wholeRows || !seen.contains(item)) {
+                rows.push_back(item);
             }
             if (!wholeRows) {
                 seen.insert(item);
             }
-            rows.push_back(item);
+            if (++row > range.bottom()) {
+                break;
+            }
+            item = static_cast<mkNodeItem *>(layer ? layer->child(row) : topLevelItem(row));
         }
     }
     return rows;
-}
-
-mkNodeListWidget::SelectedPositions mkNodeListWidget::selectedPositions() const
-{
-    SelectedPositions positions;
-    const QItemSelection selection = selectionModel()->selection();
-    for (const QItemSelectionRange &range : selection) {
-        std::vector<int> &rows = range.parent().isValid()
-                                     ? positions.nodesByLayer[range.parent().row()]
-                                     : positions.layers;
-        for (int row = range.top(); row <= range.bottom(); ++row) {
-            rows.push_back(row);
-        }
-    }
-    const auto sortUnique = [](std::vector<int> &rows) {
-        std::sort(rows.begin(), rows.end());
-        rows.erase(std::unique(rows.begin(), rows.end()), rows.end());
-    };
-    sortUnique(positions.layers);
-    for (auto &layer : positions.nodesByLayer) {
-        sortUnique(layer.second);
-    }
-    return positions;
 }
 
 mkNodeListWidget::Rows mkNodeListWidget::selectedRows(bool all) const
 {
     Rows rows = selectedItemRows();
     if (!all) {
-        const auto unwanted = [](const mkNodeItem *row) {
-            return !row->isNode() || !row->parent() || !row->parent()->isExpanded();
+        // Neighbours are of one layer, and to ask the view whether that is open takes a while.
+        const QTreeWidgetItem *layer = nullptr;
+        bool expanded = false;
+        const auto unwanted = [&layer, &expanded](const mkNodeItem *row) {
+            if (row->parent() != layer) {
+                layer = row->parent();
+                expanded = layer && layer->isExpanded();
+            }
+            return !row->isNode() || !expanded;
         };
         rows.erase(std::remove_if(rows.begin(), rows.end(), unwanted), rows.end());
     }
     return rows;
 }
 
+// Rows know whether they are selected. What wants them in the tree's order asks them: a copy of the
+// selection, which Qt checks range by range, would cost more, and sorting it again.
 mkNodeListWidget::Rows mkNodeListWidget::getSelectedLayerItems() const
 {
     Rows layers;
-    for (const int row : selectedPositions().layers) {
-        if (layerItem(row)->isLayer()) {
-            layers.push_back(layerItem(row));
+    for (int i = 0; i < topLevelItemCount(); ++i) {
+        if (layerItem(i)->isSelected() && layerItem(i)->isLayer()) {
+            layers.push_back(layerItem(i));
         }
     }
     return layers;
 }
 
+mkNodeListWidget::Rows mkNodeListWidget::selectedNodesOf(const mkNodeItem *layer)
+{
+    Rows nodes;
+    for (int i = 0; i < layer->childCount(); ++i) {
+        mkNodeItem *const row = nodeItem(layer, i);
+        if (row->isSelected() && row->isNode()) {
+            nodes.push_back(row);
+        }
+    }
+    return nodes;
+}
+
 std::size_t mkNodeListWidget::getSelectedNodeItemsByLayer(std::vector<Rows> &groups) const
 {
     std::size_t count = 0;
-    for (const auto &[layerRow, rows] : selectedPositions().nodesByLayer) {
-        const mkNodeItem *const layer = layerItem(layerRow);
+    for (int i = 0; i < topLevelItemCount(); ++i) {
+        const mkNodeItem *const layer = layerItem(i);
         if (!layer->isLayer() || !layer->isExpanded()) {
             continue;
         }
-        Rows group;
-        for (const int row : rows) {
-            if (nodeItem(layer, row)->isNode()) {
-                group.push_back(nodeItem(layer, row));
-            }
-        }
+        Rows group = selectedNodesOf(layer);
         if (!group.empty()) {
             count += group.size();
             groups.push_back(std::move(group));
@@ -317,20 +313,19 @@ mkNodeItem *mkNodeListWidget::getSibling(const mkNodeItem *item, int step) const
 void mkNodeListWidget::collectSelection(QStringList &layerNames, std::vector<osg::NodePtr> &nodes,
                                         QStringList &nodeLayerNames) const
 {
-    const QTreeWidgetItem *layer = nullptr;
-    QString layerName;
-    bool expanded = false;
-    for (const mkNodeItem *row : selectedItemRows()) {
-        if (row->isLayer()) {
-            layerNames += row->text(mkColumn::Layer);
+    if (!selectionModel()->hasSelection()) {
+        return;
+    }
+    for (int i = 0; i < topLevelItemCount(); ++i) {
+        const mkNodeItem *const layer = layerItem(i);
+        const QString layerName = layer->text(mkColumn::Layer);
+        if (layer->isLayer() && layer->isSelected()) {
+            layerNames += layerName;
+        }
+        if (!layer->isExpanded()) {
             continue;
         }
-        if (row->isNode() && row->parent() && row->parent() != layer) {
-            layer = row->parent();
-            layerName = layer->text(mkColumn::Layer);
-            expanded = layer->isExpanded();
-        }
-        if (row->isNode() && row->parent() && expanded) {
+        for (const mkNodeItem *row : selectedNodesOf(layer)) {
             nodes.push_back(row->getNode());
             nodeLayerNames += layerName;
         }

@@ -8,9 +8,9 @@
 #include <QStringList>
 #include <QTreeWidget>
 
-#include <map>
 #include <optional>
 #include <string>
+#include <tuple>
 #include <vector>
 
 class QMenu;
@@ -119,12 +119,6 @@ private Q_SLOTS:
 private:
     using Rows = std::vector<mkNodeItem *>;
 
-    /// The selected rows by position, ascending: layers, and node rows by layer.
-    struct SelectedPositions
-    {
-        std::vector<int> layers;
-        std::map<int, std::vector<int>> nodesByLayer;
-    };
     /// What a rebuild carries across.
     struct SelectionMemory;
     /// A layer's name in the middle of being typed.
@@ -137,6 +131,9 @@ private:
         int selectionLength;
     };
     enum class Direction { Up, Down };
+    /// All that the first column's wanted width depends on: which texts and which of the rows are
+    /// shown, the scroll position, the viewport's height, font and style.
+    using FirstColumnState = std::tuple<unsigned, int, int, QFont, const QStyle *>;
 
     /// For the handler of a slot or an event: reports the exception in flight and shows what the
     /// command left behind.
@@ -156,9 +153,9 @@ private:
 
     /// The rows of selectedItems(), in its order, at the cost of rows and not of cells.
     Rows selectedItemRows() const;
-    SelectedPositions selectedPositions() const;
     Rows selectedRows(bool all) const;
     Rows getSelectedLayerItems() const;
+    static Rows selectedNodesOf(const mkNodeItem *layer);
     std::size_t getSelectedNodeItemsByLayer(std::vector<Rows> &groups) const;
     mkNodeItem *getFirstSelectedItem() const;
     mkNodeItem *getPreviousSibling(const mkNodeItem *item) const;
@@ -209,6 +206,10 @@ private:
     QAction *clearOverrideMaterialAction = nullptr;
     mkOverrideMaterialItemDelegate *overrideMaterialDelegate;
     QPointer<mkAttributesGUIW> attributesDialog;
+    /// Goes up when rows come, go, open, close, or get another text.
+    unsigned firstColumnRevision = 1;
+    FirstColumnState fittedState{};
+    int fittedWidth = 0;
     int rowsInUse = 0;
     bool rebuildPending = false;
 };

@@ -126,21 +126,15 @@ osg::RaytracingGeoAttachmentPtr mkNodeListWidget::getItemAttributes(mkNodeItem *
 
 mkNodeListWidget::Rows mkNodeListWidget::getTargetNodeItems() const
 {
-    SelectedPositions positions = selectedPositions();
-    for (const int layerRow : positions.layers) {
-        // All nodes of a selected layer, whichever of them are selected themselves.
-        std::vector<int> &rows = positions.nodesByLayer[layerRow];
-        rows.resize(std::size_t(layerItem(layerRow)->childCount()));
-        for (std::size_t i = 0; i < rows.size(); ++i) {
-            rows[i] = int(i);
-        }
-    }
     Rows targets;
-    for (const auto &[layerRow, rows] : positions.nodesByLayer) {
-        const mkNodeItem *const layer = layerItem(layerRow);
-        for (const int row : rows) {
-            if (layer->isLayer() && nodeItem(layer, row)->isNode()) {
-                targets.push_back(nodeItem(layer, row));
+    for (int i = 0; i < topLevelItemCount(); ++i) {
+        const mkNodeItem *const layer = layerItem(i);
+        // All nodes of a selected layer, whichever of them are selected themselves.
+        const bool all = layer->isSelected();
+        for (int j = 0; j < layer->childCount(); ++j) {
+            mkNodeItem *const row = nodeItem(layer, j);
+            if ((all || row->isSelected()) && layer->isLayer() && row->isNode()) {
+                targets.push_back(row);
             }
         }
     }

@@ -83,8 +83,11 @@ void mkNodeListWidget::renameLayer()
     }
 }
 
-void mkNodeListWidget::changedItem(QTreeWidgetItem *item, int)
+void mkNodeListWidget::changedItem(QTreeWidgetItem *item, int col)
 try {
+    if (col == mkColumn::Layer) {
+        ++firstColumnRevision;
+    }
     auto *const row = static_cast<mkNodeItem *>(item);
     if (!row || !row->isLayer()) {
         return;

@@ -7,8 +7,6 @@
 #include "mkNodeListWidget.h"
 #include "mkRenderAttributes.h"
 
-#include <set>
-
 void mkNodeListWidget::deleteSelected()
 try {
     removeSelectedLayers();
@@ -69,15 +67,11 @@ void mkNodeListWidget::removeSelectedNodes()
 
 mkNodeListWidget::Rows mkNodeListWidget::getTargetLayerItems() const
 {
-    const SelectedPositions positions = selectedPositions();
-    std::set<int> layerRows(positions.layers.begin(), positions.layers.end());
-    for (const auto &layer : positions.nodesByLayer) {
-        layerRows.insert(layer.first);
-    }
     Rows layers;
-    for (const int row : layerRows) {
-        if (layerItem(row)->isLayer()) {
-            layers.push_back(layerItem(row));
+    for (int i = 0; i < topLevelItemCount(); ++i) {
+        mkNodeItem *const layer = layerItem(i);
+        if (layer->isLayer() && (layer->isSelected() || !selectedNodesOf(layer).empty())) {
+            layers.push_back(layer);
         }
     }
     return layers;
