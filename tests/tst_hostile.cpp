@@ -211,6 +211,7 @@ void agree(QWidget *modal)
 } // namespace
 
 Q_DECLARE_METATYPE(Command)
+Q_DECLARE_METATYPE(Action)
 
 /// A host that fails, answers with nothing, or calls back while the panel is at work.
 class tst_Hostile : public QObject
@@ -225,6 +226,8 @@ private Q_SLOTS:
     void messageWhileNameIsTyped();
     void whileDialogsAreOpen_data();
     void whileDialogsAreOpen();
+    void commandWithinACommand_data();
+    void commandWithinACommand();
 
 private:
     std::vector<int> placesToStrike(const Command &command);
@@ -452,6 +455,60 @@ void tst_Hostile::whileDialogsAreOpen()
         QCOMPARE(host->values(host->attributes(0, "e")), QStringLiteral("11111111110 Empty"));
     }
     recovers();
+}
+
+void tst_Hostile::commandWithinACommand_data()
+{
+    QTest::addColumn<QString>("call");
+    QTest::addColumn<Action>("inner");
+    QTest::addColumn<QString>("stored");
+    const Action createTwo = [](HostFixture &with) {
+        with.action("Create Layer")->trigger();
+        with.action("Create Layer")->trigger();
+    };
+    const Action longName = [](HostFixture &) {
+        HostFixture::store()->addLayer(std::string(80, 'x'));
+        HostFixture::rebuild();
+        goOn();
+    };
+    QTest::newRow("duplicate, other rows are still to come")
+        << "activateLayer" << pressing(Qt::Key_D, Qt::ControlModifier)
+        << "A[a b] B[c group] C[d] A1[a b] C1[d]";
+    QTest::newRow("delete layers, and nodes of rows that moved")
+        << "activateLayer" << pressing(Qt::Key_Delete) << "B[c group]";
+    QTest::newRow("create, names that no row shows yet")
+        << "activateLayer" << createTwo << "A[a b] B[c group] C[d] Layer[] Layer1[]";
+    QTest::newRow("message while rows are drawn, events are handled")
+        << "getAttachment" << longName << "A[a b] B[c group] C[d] " + QString(80, 'x') + "[]";
+}
+
+/// A host call of activating A, B/c and C, or of the rebuild before it, does something to the
+/// panel.
+void tst_Hostile::commandWithinACommand()
+{
+    QFETCH(QString, call);
+    QFETCH(Action, inner);
+    QFETCH(QString, stored);
+    host->select({ "A", "B/c", "C" });
+    host->tree()->setColumnWidth(0, 30);
+    bool struck = false;
+    const auto endInterception = qScopeGuard([] { mkTrace::setInterceptor({}); });
+    mkTrace::setInterceptor([&](const char *name) {
+        if (("mkRenderLayer::" + call).toLatin1() == name && !std::exchange(struck, true)) {
+            inner(*host);
+        }
+        return true;
+    });
+    sending("mkRenderLayerModuleUpdateLayers")(*host);
+    host->select({ "A", "B/c", "C" });
+    host->clickTool("Activate Layer");
+    goOn();
+    QVERIFY(struck);
+    QCOMPARE(host->stored(), stored);
+    QCOMPARE(host->rows(), stored);
+    const int width = host->tree()->columnWidth(0);
+    host->tree()->resizeColumnToContents(0);
+    QVERIFY(host->tree()->columnWidth(0) <= width);
 }
 
 HOST_TEST_MAIN(tst_Hostile)

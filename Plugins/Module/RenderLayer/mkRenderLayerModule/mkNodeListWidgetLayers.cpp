@@ -62,6 +62,12 @@ try {
     for (int i = 0; i < topLevelItemCount(); ++i) {
         taken.insert(topLevelItem(i)->text(mkColumn::Layer));
     }
+    if (rebuildPending) {
+        // The rows do not show every layer yet.
+        for (const std::string &layer : namesOfLayers()) {
+            taken.insert(QString::fromStdString(layer));
+        }
+    }
     QString candidate = name;
     for (int counter = 1; taken.contains(candidate); ++counter) {
         candidate = name + QString::number(counter);

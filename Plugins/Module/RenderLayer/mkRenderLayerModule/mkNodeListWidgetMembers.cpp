@@ -55,7 +55,8 @@ void mkNodeListWidget::removeSelectedNodes()
 {
     const RowsInUse inUse(this);
     const Rows rows = selectedRows(false);
-    if (rows.empty()) {
+    // Rows whose redrawing after the removal of layers was put off name the wrong layers.
+    if (rows.empty() || rebuildPending) {
         return;
     }
     for (const mkNodeItem *row : rows) {

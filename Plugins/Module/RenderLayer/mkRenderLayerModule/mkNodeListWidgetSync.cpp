@@ -236,6 +236,8 @@ mkNodeListWidget::RowsInUse::~RowsInUse()
         --tree->rowsInUse;
         if (end == RebuildAtEnd) {
             tree->catchUp();
+        } else if (tree->rebuildPending) {
+            QMetaObject::invokeMethod(tree, &mkNodeListWidget::catchUp, Qt::QueuedConnection);
         }
     }
 }
@@ -244,9 +246,8 @@ void mkNodeListWidget::rebuildTree(bool keepSelection)
 {
     if (rowsInUse == 0) {
         drawTree(keepSelection);
-    } else if (!rebuildPending) {
+    } else {
         rebuildPending = true;
-        QMetaObject::invokeMethod(this, &mkNodeListWidget::catchUp, Qt::QueuedConnection);
     }
 }
 
@@ -254,6 +255,8 @@ void mkNodeListWidget::catchUp() noexcept
 try {
     if (rebuildPending && rowsInUse == 0) {
         drawTree(false);
+        // Whoever asked for the rebuild has fitted the column to the rows before it.
+        fitFirstColumn();
     }
 } catch (...) {
     mkReportFailure("mkNodeListWidget::rebuildTree");
@@ -278,6 +281,11 @@ void mkNodeListWidget::redrawAfterFailure() noexcept
 
 void mkNodeListWidget::drawTree(bool keepSelection)
 {
+    if (rowsInUse > 1) {
+        // A command within another one: the rows are still the other's.
+        rebuildPending = true;
+        return;
+    }
     // A message that comes while the store is read may be about what was read already.
     const RowsInUse inUse(this, RowsInUse::RebuildLater);
     rebuildPending = false;
@@ -523,9 +531,11 @@ void mkNodeListWidget::fitFirstColumn()
 
 void mkNodeListWidget::activateSelected()
 {
-    const RowsInUse inUse(this);
-    for (mkNodeItem *row : selectedRows(true)) {
-        row->activate();
+    {
+        const RowsInUse inUse(this);
+        for (mkNodeItem *row : selectedRows(true)) {
+            row->activate();
+        }
     }
     mkController::updateRender(false);
 }
