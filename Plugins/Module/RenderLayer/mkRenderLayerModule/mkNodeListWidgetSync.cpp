@@ -217,9 +217,7 @@ mkNodeListWidget::RowsInUse::~RowsInUse()
 {
     if (tree) {
         --tree->rowsInUse;
-        if (end == RebuildAtEnd) {
-            tree->catchUp();
-        }
+        tree->catchUp(end);
     }
 }
 
@@ -227,16 +225,21 @@ void mkNodeListWidget::rebuildTree(bool keepSelection)
 {
     if (rowsInUse == 0) {
         drawTree(keepSelection);
-    } else if (!rebuildPending) {
+    } else {
         rebuildPending = true;
-        QMetaObject::invokeMethod(this, &mkNodeListWidget::catchUp, Qt::QueuedConnection);
     }
 }
 
-void mkNodeListWidget::catchUp() noexcept
+void mkNodeListWidget::catchUp(RowsInUse::End end) noexcept
 try {
-    if (rebuildPending && rowsInUse == 0) {
+    if (!rebuildPending || rowsInUse > 0) {
+        return;
+    }
+    if (end == RowsInUse::RebuildAtEnd) {
         drawTree(false);
+    } else {
+        const auto atEnd = [this] { catchUp(RowsInUse::RebuildAtEnd); };
+        QMetaObject::invokeMethod(this, atEnd, Qt::QueuedConnection);
     }
 } catch (...) {
     mkReportFailure("mkNodeListWidget::rebuildTree");
@@ -246,7 +249,7 @@ void mkNodeListWidget::recover(const char *function) noexcept
 {
     mkReportFailure(function);
     rebuildPending = true;
-    catchUp();
+    catchUp(RowsInUse::RebuildAtEnd);
     try {
         mkController::setModified(1);
     } catch (...) {
@@ -451,6 +454,13 @@ void mkNodeListWidget::makeCurrent(QTreeWidgetItem *item)
     setCurrentItem(item, mkColumn::Layer,
                    QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
     setAutoScroll(scrolls);
+}
+
+void mkNodeListWidget::currentChanged(const QModelIndex &current, const QModelIndex &previous)
+{
+    // This takes over the name that is being typed in the previous row, but needs both rows after.
+    const RowsInUse inUse(this, RowsInUse::RebuildLater);
+    QTreeWidget::currentChanged(current, previous);
 }
 
 void mkNodeListWidget::storeExpansion(QTreeWidgetItem *item)
