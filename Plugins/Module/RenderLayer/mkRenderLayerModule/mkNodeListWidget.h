@@ -98,6 +98,7 @@ protected:
     void dragEnterEvent(QDragEnterEvent *event) override;
     void dragMoveEvent(QDragMoveEvent *event) override;
     void dropEvent(QDropEvent *event) override;
+    void currentChanged(const QModelIndex &current, const QModelIndex &previous) override;
 
 private Q_SLOTS:
     void renameLayer();
@@ -141,7 +142,7 @@ private:
     /// Rebuilds and marks the document modified, since the store may have been changed half-way.
     void redrawAfterFailure() noexcept;
     /// Does the rebuild that was put off, if there is one and rows are no longer in use.
-    void catchUp() noexcept;
+    void catchUp(RowsInUse::End end) noexcept;
     /// rebuildTree() at once, for commands that are through with their rows.
     void drawTree(bool keepSelection);
 

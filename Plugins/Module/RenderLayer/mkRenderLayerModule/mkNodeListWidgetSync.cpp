@@ -234,11 +234,7 @@ mkNodeListWidget::RowsInUse::~RowsInUse()
 {
     if (tree) {
         --tree->rowsInUse;
-        if (end == RebuildAtEnd) {
-            tree->catchUp();
-        } else if (tree->rebuildPending) {
-            QMetaObject::invokeMethod(tree, &mkNodeListWidget::catchUp, Qt::QueuedConnection);
-        }
+        tree->catchUp(end);
     }
 }
 
@@ -251,12 +247,18 @@ void mkNodeListWidget::rebuildTree(bool keepSelection)
     }
 }
 
-void mkNodeListWidget::catchUp() noexcept
+void mkNodeListWidget::catchUp(RowsInUse::End end) noexcept
 try {
-    if (rebuildPending && rowsInUse == 0) {
+    if (!rebuildPending || rowsInUse > 0) {
+        return;
+    }
+    if (end == RowsInUse::RebuildAtEnd) {
         drawTree(false);
         // Whoever asked for the rebuild has fitted the column to the rows before it.
         fitFirstColumn();
+    } else {
+        const auto atEnd = [this] { catchUp(RowsInUse::RebuildAtEnd); };
+        QMetaObject::invokeMethod(this, atEnd, Qt::QueuedConnection);
     }
 } catch (...) {
     mkReportFailure("mkNodeListWidget::rebuildTree");
@@ -271,7 +273,7 @@ void mkNodeListWidget::recover(const char *function) noexcept
 void mkNodeListWidget::redrawAfterFailure() noexcept
 {
     rebuildPending = true;
-    catchUp();
+    catchUp(RowsInUse::RebuildAtEnd);
     try {
         mkController::setModified(1);
     } catch (...) {
@@ -485,6 +487,13 @@ void mkNodeListWidget::makeCurrent(QTreeWidgetItem *item)
     setCurrentItem(item, mkColumn::Layer,
                    QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
     setAutoScroll(scrolls);
+}
+
+void mkNodeListWidget::currentChanged(const QModelIndex &current, const QModelIndex &previous)
+{
+    // This takes over the name that is being typed in the previous row, but needs both rows after.
+    const RowsInUse inUse(this, RowsInUse::RebuildLater);
+    QTreeWidget::currentChanged(current, previous);
 }
 
 void mkNodeListWidget::storeExpansion(QTreeWidgetItem *item)
