@@ -347,8 +347,14 @@ void tst_Attributes::clearCommand()
     }
     host.rebuild();
     host.select(selection);
+    host.tree()->setColumnWidth(0, 1);
+    const int narrow = host.tree()->columnWidth(0);
     const HostCalls calls;
     host.action("Clear Override Material")->trigger();
+    QCOMPARE(host.tree()->columnWidth(0) > narrow, !cleared.isEmpty());
+    if (selection.size() > 1 && !cleared.isEmpty()) {
+        QCOMPARE(host.selected(), selection.first() + '*');
+    }
     QCOMPARE(storeCalls(calls).count("isEmpty"), cleared.isEmpty() ? 0 : 1);
     for (const auto &entry : entries) {
         const QString expected = cleared.contains(entry.first) ? "11111111110 Empty"

@@ -338,9 +338,11 @@ void tst_Drop::rowsWithoutAttributes()
 {
     QFETCH(QString, damage);
     const osg::RenderLayerPtr layer = host.store()->getAttachment()->getLayer(0);
+    const char *const row = damage == "dead" ? "A/d" : "A/e";
     if (damage == "dead") {
-        layer->subNode(host.node("e"));
-        mkScenegraph::removeNode(host.node("e"));
+        // The attributes at the row's place are now those of the next node.
+        layer->subNode(host.node("d"));
+        mkScenegraph::removeNode(host.node("d"));
     } else if (damage == "layer") {
         for (const char *name : { "A", "B", "C" }) {
             host.store()->subLayer(name);
@@ -350,9 +352,12 @@ void tst_Drop::rowsWithoutAttributes()
                                                                   : osg::Group::create());
     }
     mkController::setModified(0);
-    drop({ { materialFormat, materialBytes("red") } }, "A/e");
+    drop({ { materialFormat, materialBytes("red") } }, row);
     QCOMPARE(host.cells("A/e"), QStringLiteral("11111111110 Empty"));
     QCOMPARE(host.cells("A/d"), QStringLiteral("11111111110 Empty"));
+    if (damage == "dead") {
+        QCOMPARE(host.values(host.attributes(0, "e")), QStringLiteral("11111111110 Empty"));
+    }
     QVERIFY(mkController::isModified());
 }
 

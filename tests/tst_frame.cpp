@@ -3,10 +3,16 @@
 #include "mkKernel/mkSelectionManager.h"
 #include "mkShortcut/mkShortcut.h"
 
+#include <QCheckBox>
+#include <QDialog>
 #include <QItemDelegate>
 #include <QLineEdit>
+#include <QMainWindow>
+#include <QMenu>
 #include <QMetaMethod>
+#include <QScopeGuard>
 #include <QTest>
+#include <QTranslator>
 
 /// The tree's frame: columns, modes, context menu, keys.
 class tst_Frame : public QObject
@@ -26,6 +32,8 @@ private Q_SLOTS:
     void commands_data();
     void commands();
     void renamingNeedsASelectedRow();
+    void onlyLayersAreRenamed();
+    void translations();
 
 private:
     /// One digit for each of the tree's own entries, in the menu's order.
@@ -291,6 +299,67 @@ void tst_Frame::renamingNeedsASelectedRow()
     QCOMPARE(host.tree()->currentItem(), host.row("B"));
     host.key(Qt::Key_F2);
     QVERIFY(!host.tree()->findChild<QLineEdit *>());
+}
+
+void tst_Frame::onlyLayersAreRenamed()
+{
+    for (const char *path : { "A/a", "B" }) {
+        host.doubleClick(path, 0);
+        auto *const editor = host.tree()->findChild<QLineEdit *>();
+        QCOMPARE(editor != nullptr, path == QStringLiteral("B"));
+        delete editor;
+    }
+}
+
+/// Names the context in front of each text, as a translation of everything would.
+class Contexts : public QTranslator
+{
+public:
+    bool isEmpty() const override { return false; }
+    QString translate(const char *context, const char *text, const char *, int) const override
+    {
+        return context + QStringLiteral(":") + text;
+    }
+};
+
+void tst_Frame::translations()
+{
+    Contexts contexts;
+    host.unloadPlugin();
+    QCoreApplication::installTranslator(&contexts);
+    const auto reload = qScopeGuard([&] {
+        QCoreApplication::removeTranslator(&contexts);
+        host.unloadPlugin();
+        host.loadPlugin();
+    });
+    host.loadPlugin();
+    host.rebuild();
+    QCOMPARE(host.panel()->windowTitle(), QStringLiteral("mkRenderLayerGUI:Render Layer"));
+    for (int column = 0; column < 13; ++column) {
+        QVERIFY(host.tree()->headerItem()->text(column).startsWith("mkNodeListWidget:"));
+    }
+    for (const QAction *action : host.openMenu("A")->actions()) {
+        const bool ofModule = !action->statusTip().isEmpty() && action->text() != "Select Nodes";
+        QVERIFY(action->isSeparator() || action->text().startsWith("mkNodeListWidget:")
+                || (ofModule && action->text().startsWith("mkRenderLayerModule:")
+                    && action->statusTip().startsWith("mkRenderLayerModule:")));
+    }
+    host.closeMenu();
+    QTreeWidgetItem *const row = host.row("A/a");
+    QCOMPARE(row->text(1) + ' ' + row->text(11) + ' ' + row->text(12),
+             QStringLiteral("RenderLayer:On RenderLayer:Off mkNodeItem:Empty"));
+    host.doubleClick("A/a", 1);
+    QCOMPARE(row->text(1), QStringLiteral("mkNodeListWidget:Off"));
+    const ModalAnswers cancel([](QWidget *dialog) {
+        QCOMPARE(dialog->windowTitle(), QStringLiteral("mkAttributesGUI:Attributes"));
+        for (const QCheckBox *box : dialog->findChildren<QCheckBox *>()) {
+            QVERIFY(box->text().startsWith("mkAttributesGUI:"));
+        }
+        static_cast<QDialog *>(dialog)->reject();
+    });
+    host.select({ "A" });
+    QMetaObject::invokeMethod(host.tree(), "applyAttributesToSelected");
+    QCOMPARE(cancel.count(), 1);
 }
 
 HOST_TEST_MAIN(tst_Frame)

@@ -119,6 +119,8 @@ void tst_Layers::renaming()
         QCOMPARE(box->icon(), QMessageBox::Warning);
     });
     for (const Qt::Key end : { Qt::Key_Escape, Qt::Key_Return }) {
+        host.tree()->setColumnWidth(0, 1);
+        const int narrow = host.tree()->columnWidth(0);
         const HostCalls made;
         host.select({ "B" });
         host.key(Qt::Key_F2);
@@ -131,6 +133,7 @@ void tst_Layers::renaming()
         QTest::keyClick(editor, end);
         QTRY_VERIFY(!editor);
         QCOMPARE(made.commands(), end == Qt::Key_Escape ? QString() : calls);
+        QCOMPARE(host.tree()->columnWidth(0) > narrow, end == Qt::Key_Return && !calls.isEmpty());
     }
     QCOMPARE(answers.count(), warnings);
     for (const QString &text : qAsConst(shown)) {
@@ -179,7 +182,10 @@ void tst_Layers::duplication()
 void tst_Layers::copiesAreShown()
 {
     host.select({ "A", "C" });
+    host.tree()->setColumnWidth(0, 1);
+    const int narrow = host.tree()->columnWidth(0);
     host.action("Duplicate Layer")->trigger();
+    QVERIFY(host.tree()->columnWidth(0) > narrow);
     QCOMPARE(host.rows(), QStringLiteral("A[a b c d] B[a b] C[c d] D[] A1[a b c d] C1[c d]"));
     QCOMPARE(host.selected(), QStringLiteral("A*"));
 }

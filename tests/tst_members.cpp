@@ -139,6 +139,7 @@ void tst_Members::addingNodes()
     QCOMPARE(host.rows(), rows);
     QCOMPARE(host.stored(), rows);
     QCOMPARE(host.tree()->columnWidth(0) > narrow, done);
+    QCOMPARE(host.selected(), done ? selection.first() + '*' : QString());
 }
 
 void tst_Members::cleaningUp()

@@ -83,6 +83,14 @@ void tst_Sync::showsTheStore()
     host.rebuild();
     QCOMPARE(host.rows(), QStringLiteral("Empty[] Bäume[木 a]"));
     QCOMPARE(host.rows(), host.stored());
+    // Whether a node is to be seen just now is not for its icon to say.
+    const auto icon = [this] {
+        return host.row("Bäume/a")->data(0, Qt::DecorationRole).value<QPixmap>().toImage();
+    };
+    const QImage visible = icon();
+    host.flag(host.attributes(1, "a"), 1) = false;
+    host.store()->activateNode(1, host.node("a"));
+    QVERIFY(!visible.isNull() && icon() == visible);
     QVERIFY(!mkController::isModified());
 }
 
@@ -327,7 +335,12 @@ void tst_Sync::rebuildIsSilent()
     QSignalSpy changed(tree, &QTreeWidget::itemChanged);
     QSignalSpy current(tree, &QTreeWidget::currentItemChanged);
     QSignalSpy selection(tree, &QTreeWidget::itemSelectionChanged);
+    bool painting = false;
+    connect(tree->model(), &QAbstractItemModel::rowsInserted, this,
+            [&painting, tree] { painting = painting || tree->updatesEnabled(); });
     rebuildKeeping([] {});
+    disconnect(tree->model(), nullptr, this, nullptr);
+    QVERIFY(!painting);
     for (const QSignalSpy *spy : { &expanded, &collapsed, &changed }) {
         QCOMPARE(spy->size(), 0);
     }
