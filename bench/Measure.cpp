@@ -99,6 +99,15 @@ double shortMilliseconds(const Timed &work)
     return reporter.milliseconds;
 }
 
+void coolCaches()
+{
+    static std::vector<char> other(std::size_t(64) << 20U);
+    for (std::size_t i = 0; i < other.size(); i += 64) {
+        ++other[i];
+    }
+    benchmark::ClobberMemory();
+}
+
 double growthExponent(const std::vector<double> &sizes, const std::vector<double> &seconds)
 {
     double meanX = 0;

@@ -45,5 +45,9 @@ Comparison compare(int runs, const Timed &subject, const Timed &floor);
 /// Median milliseconds of something short, from 7 times 50 runs of Google Benchmark.
 double shortMilliseconds(const Timed &work);
 
+/// Fills the processor's caches with something else, so that small trees are not quick just
+/// because they were built a moment ago.
+void coolCaches();
+
 /// The exponent e of cost ~ size^e, fitted over the points in log space.
 double growthExponent(const std::vector<double> &sizes, const std::vector<double> &seconds);

@@ -582,6 +582,7 @@ void TreeBench::reportGrowth(const Growth &one)
         for (int run = 0; run < (size < 10000 ? 7 : 3); ++run) {
             host.open(shape);
             one.select(host.tree());
+            coolCaches();
             runs.push_back(one.work());
         }
         sizes.push_back(shape.rows());
