@@ -605,7 +605,7 @@ void TreeBench::growth()
                                                                 - 1);
         return secondsOf([last] { last->setText(0, QStringLiteral("renamed")); });
     };
-    const Timed renameMaterial = [this] {
+    const Timed renameMaterial = [] {
         mkMessage message("materialRenamed");
         message.set("material", osg::MaterialPtr(mkMaterials::getMaterials().front()));
         return secondsOf([&] { mkController::sendMessage(message); });
