@@ -104,6 +104,7 @@ void FieldContainer::changed(BitVector which, ChangeOrigin origin)
         return;
     }
     // By index: observers may come and go while they are told.
+    // NOLINTNEXTLINE(modernize-loop-convert)
     for (std::size_t i = 0; i < observers().size(); ++i) {
         observers()[i]->containerChanged(self, which, origin);
     }

@@ -74,6 +74,7 @@ bool Node::addChild(const NodePtr &child)
     if (!child || child->isAncestorOf(NodePtr(this))) {
         return false;
     }
+    // The handle that was passed may be one of those that go. NOLINTNEXTLINE(performance-*)
     const NodePtr kept = child;
     if (kept->parent) {
         kept->parent->subChild(kept);

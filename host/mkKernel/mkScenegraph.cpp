@@ -20,7 +20,7 @@ namespace {
 
 const char *iconName(const osg::FieldContainerPtr &core, const osg::NodePtr &node)
 {
-    if (node && node == mkScenegraph::the()->getRoot()) {
+    if (node && node == mkScenegraph::getRoot()) {
         return "Node/Root.svg";
     }
     if (osg::Ptr<osg::DrawableBase>(core)) {
@@ -84,6 +84,7 @@ std::vector<mkNodePtr> mkScenegraph::getSelectedRootNodes()
     return roots;
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the interface
 const QPixmap mkScenegraph::getNodeIcon(osg::FieldContainerPtr core, const osg::NodePtr &node,
                                         bool dimHidden)
 {
@@ -169,6 +170,7 @@ bool mkScenegraph::removeNode(const osg::NodePtr &node)
     if (!isInScene(node) || node == the()->root) {
         return false;
     }
+    // The handle that was passed may be one of those that go. NOLINTNEXTLINE(performance-*)
     const osg::NodePtr kept = node;
     kept->getParent()->subChild(kept);
     mkSelectionManager::dropNodesOutsideScene();

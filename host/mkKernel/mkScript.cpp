@@ -29,7 +29,6 @@ constexpr std::chrono::milliseconds heartbeatInterval(50);
 
 bool stopped = false;
 int exitStatus = 0;
-std::function<void()> heartbeatFunction;
 
 /// What Python calls this signal's handler for. Nobody else uses it, and by default it does
 /// nothing.
@@ -99,9 +98,10 @@ public:
         });
     }
 
-    void setBeating(bool on)
+    void setHeartbeat(std::function<void()> function)
     {
-        change([this, on] { beating = on; });
+        heartbeat = std::move(function);
+        change([this] { beating = bool(heartbeat); });
     }
 
 private:
@@ -165,12 +165,14 @@ private:
         });
         if (due) {
             const auto done = qScopeGuard([this] { change([this] { withinBeat = false; }); });
-            if (const std::function<void()> heartbeat = heartbeatFunction) {
-                heartbeat();
+            if (const std::function<void()> current = heartbeat) {
+                current();
             }
         }
     }
 
+    /// For the GUI thread only.
+    std::function<void()> heartbeat;
     std::mutex mutex;
     std::condition_variable changed;
     int depth = 0;
@@ -427,8 +429,7 @@ void interrupt()
 
 void setHeartbeat(std::function<void()> heartbeat)
 {
-    heartbeatFunction = std::move(heartbeat);
-    Attention::the().setBeating(bool(heartbeatFunction));
+    Attention::the().setHeartbeat(std::move(heartbeat));
 }
 
 } // namespace mkScript

@@ -49,7 +49,7 @@ public:
     const std::vector<FieldContainerPtr> &getAttributes() const;
 
     /// Appends; false when the node is null or already a member.
-    bool addNode(const NodePtr &node, const FieldContainerPtr &attributes);
+    bool addNode(const NodePtr &node, const FieldContainerPtr &entry);
     /// Removes the node and its entry; false when it is no member.
     bool subNode(const NodePtr &node);
     /// Exchanges the node with its neighbour `step` places on (-1 or 1); false past the ends.
@@ -58,7 +58,7 @@ public:
     /// The node's entry as it is, null when it is no member.
     FieldContainerPtr findAttributes(const NodePtr &node) const;
     /// Puts any container, or null, in the place of the node's entry; false when it is no member.
-    bool replaceAttributes(const NodePtr &node, const FieldContainerPtr &attributes);
+    bool replaceAttributes(const NodePtr &node, const FieldContainerPtr &entry);
 
 private:
     friend class RenderLayers;

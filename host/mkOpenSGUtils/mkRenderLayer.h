@@ -61,8 +61,8 @@ public:
 
 private:
     osg::RenderLayerPtr layer(unsigned index) const;
-    void addNode(const osg::RenderLayerPtr &layer, const osg::NodePtr &node);
-    static void activateNode(const osg::RenderLayerPtr &layer, const osg::NodePtr &node);
+    void addNode(const osg::RenderLayerPtr &target, const osg::NodePtr &node);
+    static void activateNode(const osg::RenderLayerPtr &target, const osg::NodePtr &node);
 
     osg::NodePtr root;
     osg::RenderLayersPtr content;

@@ -219,7 +219,7 @@ python::list getLayerNames()
 RenderLayerPtr findLayer(const std::string &name)
 {
     const osg::RenderLayersPtr layers = getLayers();
-    const RenderLayerPtr layer = layers ? layers->findLayer(name) : RenderLayerPtr();
+    RenderLayerPtr layer = layers ? layers->findLayer(name) : RenderLayerPtr();
     if (!layer) {
         raise(PyExc_LookupError, "There is no render layer '" + name + "'.");
     }

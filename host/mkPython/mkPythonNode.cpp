@@ -195,9 +195,9 @@ void mkPythonNode::define()
         python::no_init)
         .add_property("name", &getName, "The name; it need not be unique.")
         .add_property("path", &getPath,
-                      "The names from the root to the node, as in \"/studio/car/body\".")
+                      R"(The names from the root to the node, as in "/studio/car/body".)")
         .add_property("kind", &getKind,
-                      "What the node is, as in \"Group\", \"Transform\" or \"Geometry\".")
+                      R"(What the node is, as in "Group", "Transform" or "Geometry".)")
         .add_property("parent", &getParent, "The node above; None for the root.")
         .add_property("children", &getChildren, "The nodes below, in order.")
         .add_property("alive", &mkPythonNode::isAlive,

@@ -11,6 +11,7 @@ class QVBoxLayout;
 class MK_HOST_API QMKCollapsibleFrame : public QFrame
 {
     Q_OBJECT
+    // For forms. clazy:exclude=qproperty-without-notify
     Q_PROPERTY(QString caption READ getCaption WRITE setCaption)
 
 public:

@@ -44,7 +44,7 @@ mkAttributeCells::mkAttributeCells()
     , yes(true)
     , no(false)
     , empty(QCoreApplication::translate("mkNodeItem", "Empty"))
-    , none(QIcon())
+    , none(QVariant::fromValue(QIcon()))
 {}
 
 const QVariant &mkAttributeCells::clearButton()
@@ -148,7 +148,7 @@ void mkNodeItem::updateOverrideMaterial(const osg::RaytracingGeoAttachmentPtr &a
             material ? cells.clearButton() : cells.noIcon());
 }
 
-void mkNodeItem::writeAttributes()
+void mkNodeItem::writeAttributes() const
 {
     const osg::RaytracingGeoAttachmentPtr attributes = mkStore()->getAttributes(getLayerIndex(),
                                                                                 getNode());
@@ -164,7 +164,7 @@ void mkNodeItem::writeAttributes()
     mkStore()->setAttributes(getLayerIndex(), getNode(), attributes);
 }
 
-void mkNodeItem::commitLayerName()
+void mkNodeItem::commitLayerName() const
 {
     if (isLayer()) {
         const QByteArray name = data(mkColumn::Layer, Qt::DisplayRole).toString().toUtf8();
@@ -172,7 +172,7 @@ void mkNodeItem::commitLayerName()
     }
 }
 
-void mkNodeItem::activate()
+void mkNodeItem::activate() const
 {
     if (isNode()) {
         mkStore()->activateNode(getLayerIndex(), getNode());
@@ -181,7 +181,7 @@ void mkNodeItem::activate()
     }
 }
 
-void mkNodeItem::clearOverrideMaterial()
+void mkNodeItem::clearOverrideMaterial() const
 {
     const osg::RaytracingGeoAttachmentPtr attributes = mkStore()->getAttributes(getLayerIndex(),
                                                                                 getNode());

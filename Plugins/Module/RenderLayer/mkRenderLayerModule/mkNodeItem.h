@@ -43,8 +43,8 @@ class mkNodeItem : public QTreeWidgetItem
 public:
     enum ItemType : quint32 { LayerRow = 1, NodeRow = 2 };
 
-    /// A row in `view`, which may be null, for `node`, which may be null.
-    mkNodeItem(QTreeWidget *view, const osg::NodePtr &node);
+    /// A row in `tree`, which may be null, for `node`, which may be null.
+    mkNodeItem(QTreeWidget *tree, const osg::NodePtr &node);
     explicit mkNodeItem(const osg::NodePtr &node);
     /// A row for `node`, not null, of the type of `alike` and with its attributes. The two share
     /// their cells until one of them is changed.
@@ -78,14 +78,14 @@ public:
     void updateOverrideMaterial(const osg::RaytracingGeoAttachmentPtr &attributes,
                                 mkAttributeCells &cells);
     /// Writes columns 1 to 11 into the store.
-    void writeAttributes();
+    void writeAttributes() const;
     /// Makes a layer row's text the layer's name in the store, which must have been checked.
-    void commitLayerName();
+    void commitLayerName() const;
     /// Activates the row's layer or node in the store.
-    void activate();
+    void activate() const;
     /// Removes the node's override material in the store, and the flag that uses it. The cells
     /// stay as they are and nobody is notified: the caller does both.
-    void clearOverrideMaterial();
+    void clearOverrideMaterial() const;
 
     QVariant data(int column, int role) const override;
 

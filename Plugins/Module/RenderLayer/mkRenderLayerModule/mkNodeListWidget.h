@@ -51,7 +51,7 @@ public:
     void activateSelected();
     /// Adds a layer and rebuilds. An empty name gives the default name; a name already taken gets
     /// a number behind it. What the host throws goes on to the caller.
-    void addLayer(const QString &name);
+    void addLayer(const QString &wanted);
     /// Adds `node` to the layer named `layerName` (UTF-8) and rebuilds. Nothing when either is
     /// null. What the host throws goes on to the caller.
     void addNodeToLayer(const osg::NodePtr &node, const char *layerName);
@@ -71,8 +71,8 @@ public:
     public:
         enum End { RebuildAtEnd, RebuildLater };
 
-        /// `tree` may be null.
-        explicit RowsInUse(mkNodeListWidget *tree, End end = RebuildAtEnd);
+        /// `user` may be null.
+        explicit RowsInUse(mkNodeListWidget *user, End whenDone = RebuildAtEnd);
         ~RowsInUse();
         RowsInUse(const RowsInUse &) = delete;
         RowsInUse &operator=(const RowsInUse &) = delete;

@@ -48,6 +48,7 @@ void selectInHost(const std::vector<mkNodePtr> &nodes)
 
 } // namespace
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the slot's signature is given.
 void mkNodeListWidget::createLayer(QString name)
 try {
     addLayer(name);

@@ -177,6 +177,8 @@ private:
 
 struct mkNodeListWidget::SelectionMemory
 {
+    bool isEmpty() const { return layers.isEmpty() && nodes.isEmpty(); }
+
     QHash<QString, int> layers;
     /// By the name of the layer. Id 0 is a node that no longer exists.
     QHash<QString, NodeIds> nodes;
@@ -248,20 +250,22 @@ void mkNodeListWidget::rebuildTree(bool keepSelection)
 }
 
 void mkNodeListWidget::catchUp(RowsInUse::End end) noexcept
-try {
+{
     if (!rebuildPending || rowsInUse > 0) {
         return;
     }
-    if (end == RowsInUse::RebuildAtEnd) {
+    if (end == RowsInUse::RebuildLater) {
+        const auto atEnd = [this] { catchUp(RowsInUse::RebuildAtEnd); };
+        QMetaObject::invokeMethod(this, atEnd, Qt::QueuedConnection);
+        return;
+    }
+    try {
         drawTree(false);
         // Whoever asked for the rebuild has fitted the column to the rows before it.
         fitFirstColumn();
-    } else {
-        const auto atEnd = [this] { catchUp(RowsInUse::RebuildAtEnd); };
-        QMetaObject::invokeMethod(this, atEnd, Qt::QueuedConnection);
+    } catch (...) {
+        mkReportFailure("mkNodeListWidget::rebuildTree");
     }
-} catch (...) {
-    mkReportFailure("mkNodeListWidget::rebuildTree");
 }
 
 void mkNodeListWidget::recover(const char *function) noexcept
@@ -412,18 +416,13 @@ void mkNodeListWidget::restoreSelection(SelectionMemory &memory)
     // Full-width ranges in one go: selecting row by row, or with the Rows flag, is quadratic. They
     // stand in the order of the rows, in which later commands meet them.
     QItemSelection selection;
-    QTreeWidgetItem *first = nullptr;
     RowRuns layerRuns;
     NodeBag wanted;
-    for (int i = 0; i < topLevelItemCount(); ++i) {
-        if (memory.layers.isEmpty() && memory.nodes.isEmpty()) {
-            break;
-        }
-        mkNodeItem *const layer = layerItem(i);
+    for (int i = 0; i < topLevelItemCount() && !memory.isEmpty(); ++i) {
+        const mkNodeItem *const layer = layerItem(i);
         const QString layerName = layer->text(mkColumn::Layer);
         if (takeOne(memory.layers, layerName)) {
             layerRuns.add(i);
-            first = first ? first : layer;
         }
         const auto ids = memory.nodes.find(layerName);
         if (ids == memory.nodes.end()) {
@@ -434,10 +433,8 @@ void mkNodeListWidget::restoreSelection(SelectionMemory &memory)
         }
         RowRuns runs;
         for (int j = 0; j < layer->childCount() && !wanted.isEmpty(); ++j) {
-            mkNodeItem *const row = nodeItem(layer, j);
-            if (wanted.takeOne(row->getNodeId())) {
+            if (wanted.takeOne(nodeItem(layer, j)->getNodeId())) {
                 runs.add(j);
-                first = first ? first : row;
             }
         }
         // Commands go by the order of the selection, which is that of the rows.
@@ -452,8 +449,8 @@ void mkNodeListWidget::restoreSelection(SelectionMemory &memory)
         }
     }
     layerRuns.moveTo(selection, model(), QModelIndex());
-    if (first) {
-        makeCurrent(first);
+    if (!selection.isEmpty()) {
+        makeCurrent(itemFromIndex(selection.first().topLeft()));
         replaceSelection(selection);
     }
 }

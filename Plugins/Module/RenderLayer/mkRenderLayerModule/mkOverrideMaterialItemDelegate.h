@@ -9,8 +9,8 @@ class mkNodeListWidget;
 class mkOverrideMaterialItemDelegate : public QItemDelegate
 {
 public:
-    /// `view` is also the parent.
-    explicit mkOverrideMaterialItemDelegate(mkNodeListWidget *view);
+    /// `tree` is also the parent.
+    explicit mkOverrideMaterialItemDelegate(mkNodeListWidget *tree);
     ~mkOverrideMaterialItemDelegate() override;
 
     /// The clear button of a cell in viewport coordinates; empty for a cell without one.

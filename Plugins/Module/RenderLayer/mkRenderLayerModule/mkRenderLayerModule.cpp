@@ -69,12 +69,14 @@ mkRenderLayerModule::~mkRenderLayerModule()
 }
 
 void mkRenderLayerModule::unsubscribe() noexcept
-try {
-    mkController::subCB(materialRenamed, materialRenamedCB);
-    mkController::subCB(updateLayers, updateLayersCB);
-    mkController::subCB(changedTransformation, changedTransformationCB);
-} catch (...) {
-    mkReportFailure("mkRenderLayerModule::unsubscribe");
+{
+    try {
+        mkController::subCB(materialRenamed, materialRenamedCB);
+        mkController::subCB(updateLayers, updateLayersCB);
+        mkController::subCB(changedTransformation, changedTransformationCB);
+    } catch (...) {
+        mkReportFailure("mkRenderLayerModule::unsubscribe");
+    }
 }
 
 QWidget *mkRenderLayerModule::getWidget()
