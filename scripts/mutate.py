@@ -47,9 +47,10 @@ def build(copy, *targets):
 
 
 def first_failure(copy):
-    """The test that fails, or "" when all pass."""
-    tests = run(copy, "ctest", "--preset", PRESET, "--stop-on-failure", "--timeout",
-                SECONDS_A_TEST)
+    """The test that fails, or "" when all pass. Those of the program in a window are left out: they
+    take as long as all others, and are not about the plug-in's details."""
+    tests = run(copy, "ctest", "--preset", PRESET, "-E", "tst_program", "--stop-on-failure",
+                "--timeout", SECONDS_A_TEST)
     if tests.returncode == 0:
         return ""
     failed = [line.split()[3] for line in tests.stdout.splitlines() if "***" in line]
