@@ -245,7 +245,7 @@ void TreeBench::reportRestore(const QString &name, const TreeShape &shape, const
     bare.build(shape, host.nodeNames());
     std::vector<double> own;
     const Comparison result = compare(
-        shape.rows() > 20000 ? 3 : 11,
+        shape.rows() > 20000 ? 5 : 11,
         [&] {
             select(host.tree());
             return laidOutSeconds(host.tree(), [this] { host.tree()->rebuildTree(true); });
