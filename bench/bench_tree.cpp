@@ -583,7 +583,7 @@ void TreeBench::reportGrowth(const Growth &one)
         TreeShape shape = one.inLayers ? TreeShape{ size, 10 } : TreeShape{ 10, size };
         shape.content = one.content;
         std::vector<double> runs;
-        for (int run = 0; run < (size < 10000 ? 7 : 3); ++run) {
+        for (int run = 0; run < (size == 100 ? 25 : size == 1000 ? 9 : 3); ++run) {
             host.open(shape);
             one.select(host.tree());
             coolCaches();
