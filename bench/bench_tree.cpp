@@ -206,6 +206,8 @@ void TreeBench::compareRebuild(const char *name, const TreeShape &shape)
 {
     host.open(shape);
     const auto against = [&](BareTree::Cells cells) {
+        // From the first run on, both replace rows.
+        bare.build(shape, host.nodeNames(), cells);
         const Comparison result = compare(
             shape.rows() > 20000 ? 5 : 25, [this] { return rebuildSeconds(); },
             [&] { return secondsOf([&] { bare.build(shape, host.nodeNames(), cells); }); });
@@ -239,9 +241,11 @@ void TreeBench::rebuild()
 
 void TreeBench::reportRestore(const QString &name, const TreeShape &shape, const Select &select)
 {
+    // From the first run on, both replace rows.
+    bare.build(shape, host.nodeNames());
     std::vector<double> own;
     const Comparison result = compare(
-        shape.rows() > 20000 ? 3 : 11,
+        shape.rows() > 20000 ? 5 : 11,
         [&] {
             select(host.tree());
             return laidOutSeconds(host.tree(), [this] { host.tree()->rebuildTree(true); });
@@ -579,7 +583,7 @@ void TreeBench::reportGrowth(const Growth &one)
         TreeShape shape = one.inLayers ? TreeShape{ size, 10 } : TreeShape{ 10, size };
         shape.content = one.content;
         std::vector<double> runs;
-        for (int run = 0; run < (size < 10000 ? 7 : 3); ++run) {
+        for (int run = 0; run < (size == 100 ? 25 : size == 1000 ? 9 : 3); ++run) {
             host.open(shape);
             one.select(host.tree());
             coolCaches();

@@ -202,6 +202,7 @@ mkNodeListWidget::Rows mkNodeListWidget::selectedItemRows() const
     Rows rows;
     QSet<const mkNodeItem *> seen;
     const QItemSelection selection = selectionModel()->selection();
+    rows.reserve(std::size_t(selection.size()));
     for (const QItemSelectionRange &range : selection) {
         // The way from an index to its row is short, the one to its parent's is not.
         auto *item = static_cast<mkNodeItem *>(itemFromIndex(range.topLeft()));
