@@ -29,8 +29,8 @@
 
 namespace {
 
-const std::vector<TreeShape> shapes{
-    { 10, 1000 }, { 100, 1000 }, { 1, 100000 }, { 1000, 100 }, { 10000, 10 }
+constexpr std::array<TreeShape, 5> shapes{
+    { { 10, 1000 }, { 100, 1000 }, { 1, 100000 }, { 1000, 100 }, { 10000, 10 } }
 };
 
 /// Selects rows of a tree, bare or not.

@@ -21,7 +21,7 @@ std::string readText(QDataStream &stream, const std::array<const char *, Size> &
         return known[choice];
     }
     std::string text(choice % 32, '\0');
-    stream.readRawData(&text[0], int(text.size()));
+    stream.readRawData(text.data(), int(text.size()));
     return text;
 }
 

@@ -140,7 +140,7 @@ void MainWindow::showEvent(QShowEvent *event)
         console->start();
         QTimer::singleShot(0, this, [this] {
             // Without a central widget all sides must be told their size.
-            QDockWidget *const panel = docks->getDockWidgets().last();
+            QDockWidget *const panel = docks->getDockWidgets().constLast();
             resizeDocks({ sceneDock, panel }, { width() / 5, width() * 4 / 5 }, Qt::Horizontal);
             resizeDocks({ sceneDock, attributesDock }, { height() / 2, height() / 2 },
                         Qt::Vertical);

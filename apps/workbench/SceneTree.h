@@ -29,7 +29,7 @@ private:
     void sceneReplaced();
     void applySelectionToHost();
     void showHostSelection();
-    void revealNodes(const std::vector<mkNodePtr> &nodes);
+    void revealNodes(const std::vector<mkNodePtr> &wanted);
     void deleteSelected();
     void storeState();
 

@@ -8,6 +8,7 @@
 #include <QApplication>
 #include <QTimer>
 
+#include <algorithm>
 #include <cstdio>
 #include <memory>
 
@@ -25,12 +26,10 @@ bool openAndRun(const CommandLine &commandLine, MainWindow &window)
                       "_signal.signal(_signal.SIGINT, _signal.default_int_handler)\n"
                       "del _signal");
     }
-    for (const QString &script : commandLine.scripts) {
-        if (!mkScript::runFile(script, commandLine.scriptArguments)) {
-            return false;
-        }
-    }
-    return true;
+    return std::all_of(commandLine.scripts.begin(), commandLine.scripts.end(),
+                       [&commandLine](const QString &script) {
+                           return mkScript::runFile(script, commandLine.scriptArguments);
+                       });
 }
 
 bool takeSnapshot(MainWindow &window, const QString &file)

@@ -1,5 +1,7 @@
 #pragma once
 
+// Forms set the caption and nobody watches it. clazy:excludeall=qproperty-without-notify
+
 #include "mkHostExport.h"
 
 #include <QFrame>
@@ -11,7 +13,6 @@ class QVBoxLayout;
 class MK_HOST_API QMKCollapsibleFrame : public QFrame
 {
     Q_OBJECT
-    // For forms. clazy:exclude=qproperty-without-notify
     Q_PROPERTY(QString caption READ getCaption WRITE setCaption)
 
 public:

@@ -48,8 +48,8 @@ void selectInHost(const std::vector<mkNodePtr> &nodes)
 
 } // namespace
 
-// NOLINTNEXTLINE(performance-unnecessary-value-param): the slot's signature is given.
-void mkNodeListWidget::createLayer(QString name)
+// The slot's signature is given. cppcheck-suppress passedByValue
+void mkNodeListWidget::createLayer(QString name) // NOLINT(performance-unnecessary-value-param)
 try {
     addLayer(name);
 } catch (...) {

@@ -157,7 +157,7 @@ void registerPython(mkPythonRegisterFactory::Level level)
     }
 }
 
-// The host is to know of it as soon as the library is loaded. clazy:exclude=non-pod-global-static
-const mkPythonRegister pythonRegistration(registerPython);
+// The host is to know of it as soon as the library is loaded.
+const mkPythonRegister pythonRegistration(registerPython); // clazy:exclude=non-pod-global-static
 
 } // namespace
