@@ -48,7 +48,7 @@ void selectInHost(const std::vector<mkNodePtr> &nodes)
 
 } // namespace
 
-// The slot's signature is given. cppcheck-suppress passedByValue
+// cppcheck-suppress passedByValue ; the slot's signature is given
 void mkNodeListWidget::createLayer(QString name) // NOLINT(performance-unnecessary-value-param)
 try {
     addLayer(name);
