@@ -17,6 +17,7 @@
 #include <QUndoStack>
 
 #include <stdexcept>
+#include <thread>
 
 namespace {
 
@@ -545,6 +546,14 @@ void tst_Scripting::exceptions()
 
 void tst_Scripting::interruptions()
 {
+    bool ok = true;
+    std::thread other([] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        mkScript::interrupt();
+    });
+    errorsOf([&ok] { ok = mkScript::run("while True: pass"); });
+    other.join();
+    QVERIFY(!ok);
     // Nothing runs: nothing is interrupted, now or later.
     mkScript::interrupt();
     QVERIFY(mkScript::run("for i in range(100000): pass"));
@@ -552,7 +561,6 @@ void tst_Scripting::interruptions()
     // The heartbeat runs within a statement, may run Python itself, and is not left on.
     int beats = 0;
     bool busy = false;
-    bool ok = true;
     mkScript::setHeartbeat([&] {
         busy = mkScript::isBusy();
         mkScript::run("beats = True");
