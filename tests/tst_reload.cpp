@@ -14,12 +14,12 @@
 #include <QTest>
 
 #include <chrono>
+#include <fstream>
 #include <future>
 #include <optional>
 #include <stdexcept>
 
 #include <dlfcn.h>
-#include <link.h>
 #include <sys/mman.h>
 
 namespace {
@@ -35,24 +35,15 @@ struct Image
 std::optional<Image> loadedPlugin()
 {
     std::optional<Image> image;
-    dl_iterate_phdr(
-        [](dl_phdr_info *info, std::size_t, void *result) {
-            if (!QByteArray(info->dlpi_name).endsWith("/mkRenderLayerModule.so")) {
-                return 0;
-            }
-            Image found{ info->dlpi_name, UINTPTR_MAX, 0 };
-            for (int i = 0; i < info->dlpi_phnum; ++i) {
-                const auto &segment = info->dlpi_phdr[i];
-                if (segment.p_type == PT_LOAD) {
-                    const auto begin = info->dlpi_addr + segment.p_vaddr;
-                    found.begin = std::min(found.begin, begin & ~std::uintptr_t(4095));
-                    found.end = std::max(found.end, begin + segment.p_memsz);
-                }
-            }
-            *static_cast<std::optional<Image> *>(result) = found;
-            return 1;
-        },
-        &image);
+    std::ifstream maps("/proc/self/maps");
+    for (std::string line; std::getline(maps, line);) {
+        const auto file = line.find('/');
+        if (QByteArray(line.c_str()).endsWith("/mkRenderLayerModule.so")) {
+            image = image.value_or(
+                Image{ line.substr(file).c_str(), std::stoul(line, nullptr, 16) });
+            image->end = std::stoul(line.substr(line.find('-') + 1), nullptr, 16);
+        }
+    }
     return image;
 }
 

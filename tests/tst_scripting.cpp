@@ -86,7 +86,6 @@ private Q_SLOTS:
     void refusals();
     void nodes();
     void nodesOutsideTheScene();
-    void selectionAndMaterials();
     void openScene();
     void reading();
     void scripts();
@@ -99,6 +98,15 @@ private:
     QString valuesOf(const QString &name) const
     {
         return HostFixture::values(mkNodeUtils::getRenderAttributes(host->node(name)));
+    }
+    /// Of several nodes, each after its name.
+    QString values(const QStringList &names) const
+    {
+        QStringList texts;
+        for (const QString &name : names) {
+            texts += name + ' ' + valuesOf(name);
+        }
+        return texts.join(", ");
     }
 
     std::unique_ptr<HostFixture> host;
@@ -286,9 +294,9 @@ void tst_Scripting::flagsGoDown()
 {
     const HostCalls calls;
     py("setNodeVisibilityFlags(group, *[False] * 8)");
-    QCOMPARE(calls.lines({ "FieldContainer::changed", "Raytracing", "mkNodeUtils::apply" })
-                 .mid(0, 4)
-                 .join('\n'),
+    const QStringList made = calls.lines(
+        { "FieldContainer::changed", "Raytracing", "mkNodeUtils::apply" });
+    QCOMPARE(made.mid(0, 4).join('\n'),
              "RaytracingGeoAttachment::create()\n"
              "FieldContainer::changed(\"group\", 0, External)\n"
              "FieldContainer::changed(RaytracingGeoAttachment, all, External)\n"
@@ -296,25 +304,17 @@ void tst_Scripting::flagsGoDown()
     const auto attachment = mkNodeUtils::getRenderAttributes(host->node("group"));
     py("setNodeVisibilityFlags(group, *[True] * 11, 'red')");
     QVERIFY(mkNodeUtils::getRenderAttributes(host->node("group")) == attachment);
-
     expect({ { "resetNodeVisibilityFlags(node=mkHost.findNode('g1'))", "None" },
              { "resetNodeVisibilityFlags(None)", "None" } });
-    QCOMPARE(valuesOf("g1"), "11111111110 Empty");
-    QCOMPARE(valuesOf("g2"), "11111111111 red");
+    QCOMPARE(values({ "group", "g1", "g2", "a" }), "group 11111111111 red, g1 11111111110 Empty, "
+                                                   "g2 11111111111 red, a none");
     expect({ { "resetRenderLayers()", "None" } });
-    QCOMPARE(valuesOf("g2"), "11111111110 Empty");
-    QCOMPARE(valuesOf("a"), "none");
+    QCOMPARE(values({ "group", "g2", "a" }),
+             "group 11111111110 Empty, g2 11111111110 Empty, a none");
 }
 
 void tst_Scripting::states()
 {
-    const auto values = [this](const QStringList &names) {
-        QStringList texts;
-        for (const QString &name : names) {
-            texts += name + ' ' + valuesOf(name);
-        }
-        return texts.join(", ");
-    };
     // A drawable below a drawable, and one that has lost its attributes.
     const osg::NodePtr below = osg::Node::create();
     below->setName("below");
@@ -413,20 +413,6 @@ void tst_Scripting::nodesOutsideTheScene()
             }).contains("ReferenceError: The node 'a' is not in the scene any more."));
 }
 
-void tst_Scripting::selectionAndMaterials()
-{
-    HostFixture::material("blue")->setColor({ 0, 0.5, 1, 1 });
-    expect({ { "mkHost.selectNodes([c, None, n])", "None" },
-             { "mkHost.getSelectedNodes() == [c, n]", "True" },
-             { "mkHost.selectNodes(())", "None" },
-             { "mkHost.getSelectedNodes()", "[]" },
-             { "mkHost.getMaterialNames()", "['red', 'blue']" },
-             { "mkHost.getMaterialColor('blue')", "(0.0, 0.5, 1.0, 1.0)" },
-             { "mkHost.getMaterialColor('Blue')", "None" } });
-    mkUndo::stack()->undo();
-    QCOMPARE(int(mkSelectionManager::getSelectedNodes().size()), 2);
-}
-
 void tst_Scripting::openScene()
 {
     const auto noReader = qScopeGuard([] { mkScenegraph::setReader({}); });
@@ -455,12 +441,22 @@ void tst_Scripting::reading()
              { "setNodeVisibilityFlags(b, **mkHost.getNodeAttributes(n))", "None" } });
     QCOMPARE(valuesOf("b"), "10011010101 red");
     host->store()->getAttachment()->getLayer(0)->replaceAttributes(host->node("b"), osg::NullFC);
+    HostFixture::material("blue")->setColor({ 0, 0.5, 1, 1 });
     expect({ { "mkHost.getLayerNames()", "['A', 'a']" },
              { "mkHost.getLayerNodes('A') == [n, b]", "True" },
              { "mkHost.getLayerNodes('B')", "LookupError" },
              { "mkHost.getLayerAttributes('A', n)['visible']", "False" },
              { "mkHost.getLayerAttributes('A', b)", "None" },
-             { "mkHost.getLayerAttributes('a', n)", "LookupError" } });
+             { "mkHost.getLayerAttributes('a', n)", "LookupError" },
+             { "mkHost.getMaterialNames()", "['red', 'blue']" },
+             { "mkHost.getMaterialColor('blue')", "(0.0, 0.5, 1.0, 1.0)" },
+             { "mkHost.getMaterialColor('Blue')", "None" },
+             { "mkHost.selectNodes([c, None, n])", "None" },
+             { "mkHost.getSelectedNodes() == [c, n]", "True" },
+             { "mkHost.selectNodes(())", "None" },
+             { "mkHost.getSelectedNodes()", "[]" } });
+    mkUndo::stack()->undo();
+    QCOMPARE(int(mkSelectionManager::getSelectedNodes().size()), 2);
 
     LogLines log;
     mkScript::run("mkHost.logInfo('50% ä'); mkHost.logWarning('w'); mkHost.logError(text='e')");
