@@ -111,11 +111,10 @@ void tst_Dialog::firstUse()
     host.select({ "A/b" });
     ModalAnswers answers([this](QWidget *modal) {
         const auto ok = qScopeGuard([modal] { leave(modal, "ok"); });
-        QCOMPARE(modal->windowTitle(), QStringLiteral("Attributes"));
+        QCOMPARE(modal->windowTitle(), "Attributes");
         QCOMPARE(modal->parentWidget(), host.panel()->centralWidget());
-        QCOMPARE(modal->objectName(), QStringLiteral("mkAttributesGUI"));
-        QCOMPARE(modal->findChild<QMKCollapsibleFrame *>("_attCF")->getCaption(),
-                 QStringLiteral("Attributes"));
+        QCOMPARE(modal->objectName(), "mkAttributesGUI");
+        QCOMPARE(modal->findChild<QMKCollapsibleFrame *>("_attCF")->getCaption(), "Attributes");
         QCOMPARE(modal->findChildren<QCheckBox *>().size(), boxes.size());
         int bottom = -1;
         for (const auto &[name, text] : boxes) {
@@ -132,12 +131,12 @@ void tst_Dialog::firstUse()
         // As designed, unless the fonts need more.
         const QSize least = modal->minimumSizeHint();
         QCOMPARE(modal->size(), QSize(409, 335).expandedTo(least));
-        QCOMPARE(states(modal), QStringLiteral("00000000000"));
+        QCOMPARE(states(modal), "00000000000");
     });
     host.action("Apply Attributes to Selected ...")->trigger();
     QCOMPARE(answers.count(), 1);
-    QCOMPARE(host.cells("A/b"), QStringLiteral("00000000000 Empty"));
-    QCOMPARE(host.cells("A/a"), QStringLiteral("11111111110 Empty"));
+    QCOMPARE(host.cells("A/b"), "00000000000 Empty");
+    QCOMPARE(host.cells("A/a"), "11111111110 Empty");
 }
 
 void tst_Dialog::targets()
@@ -174,7 +173,7 @@ void tst_Dialog::boxesStayAsTheyWereLeft()
         QCOMPARE(host.cells("A/b"), applied ? "00000000111 Empty" : "11100000000 Empty");
         QCOMPARE(mkController::isModified(), applied);
         QCOMPARE(calls.count("mkRenderLayer::isEmpty"), applied ? 1 : 0);
-        QCOMPARE(run(QString(), "cancel"), QStringLiteral("00000000111"));
+        QCOMPARE(run(QString(), "cancel"), "00000000111");
     }
     // Each box is its flag's, and nothing is asked without a selection.
     for (int i = 0; i < boxes.size(); ++i) {
@@ -183,7 +182,7 @@ void tst_Dialog::boxesStayAsTheyWereLeft()
         QCOMPARE(host.cells("A/b"), wanted + " Empty");
     }
     host.select({});
-    QCOMPARE(run("11111111111"), QStringLiteral("0 dialogs"));
+    QCOMPARE(run("11111111111"), "0 dialogs");
 }
 
 void tst_Dialog::hostCalls()
@@ -197,11 +196,11 @@ void tst_Dialog::hostCalls()
                        .mid(0, 7)
                        .join(' ');
     QCOMPARE(made.remove("mkScenegraph::").remove("mkRenderLayer::"),
-             QStringLiteral("getRenderLayer() getAttributes(0, \"a\") "
-                            "setAttributes(0, \"a\", RaytracingGeoAttachment) "
-                            "getAttributes(0, \"c\") "
-                            "setAttributes(0, \"c\", RaytracingGeoAttachment) "
-                            "getRenderLayer() isEmpty()"));
+             "getRenderLayer() getAttributes(0, \"a\") "
+             "setAttributes(0, \"a\", RaytracingGeoAttachment) "
+             "getAttributes(0, \"c\") "
+             "setAttributes(0, \"c\", RaytracingGeoAttachment) "
+             "getRenderLayer() isEmpty()");
     QVERIFY(calls.commands().endsWith("setModified(1)"));
 }
 
@@ -212,9 +211,9 @@ void tst_Dialog::memberWithoutAttributes()
     layer->replaceAttributes(host.node("a"), osg::NullFC);
     layer->subNode(host.node("b"));
     run("01000000000");
-    QCOMPARE(host.rows(), QStringLiteral("A[a c] B[a d e] Empty[]"));
-    QCOMPARE(host.values(host.attributes(0, "a")), QStringLiteral("none"));
-    QCOMPARE(host.cells("A/c"), QStringLiteral("01000000000 Empty"));
+    QCOMPARE(host.rows(), "A[a c] B[a d e] Empty[]");
+    QCOMPARE(host.values(host.attributes(0, "a")), "none");
+    QCOMPARE(host.cells("A/c"), "01000000000 Empty");
 }
 
 HOST_TEST_MAIN(tst_Dialog)

@@ -238,7 +238,7 @@ void tst_Module::hookKeepsExceptions()
     QCOMPARE(log.lines, QStringList({ line, line }));
     mkTrace::setInterceptor({});
     send("mkRenderLayerModuleUpdateLayers");
-    QCOMPARE(host->rows(), QStringLiteral("A[a b] B[c]"));
+    QCOMPARE(host->rows(), "A[a b] B[c]");
 }
 
 void tst_Module::withoutPanel()

@@ -58,7 +58,7 @@ void tst_QuickActions::toolBar()
     QCOMPARE(bar()->allowedAreas(), Qt::ToolBarAreas(Qt::BottomToolBarArea));
     QVERIFY(!bar()->isMovable() && !bar()->isFloatable() && !bar()->isFloating());
     QCOMPARE(bar()->contextMenuPolicy(), Qt::ActionsContextMenu);
-    QCOMPARE(bar()->windowTitle(), QStringLiteral("QuickActions"));
+    QCOMPARE(bar()->windowTitle(), "QuickActions");
 
     // The menu ends with two of them.
     const QList<QAction *> entries = host.tree()->findChild<QMenu *>()->actions();
@@ -70,10 +70,10 @@ void tst_QuickActions::toolBar()
 void tst_QuickActions::buttonsReachTheTree()
 {
     host.clickTool("Create Layer");
-    QCOMPARE(host.rows(), QStringLiteral("A[a b] B[group] Layer[]"));
+    QCOMPARE(host.rows(), "A[a b] B[group] Layer[]");
     host.select({ "A" });
     host.clickTool("Duplicate Layer");
-    QCOMPARE(host.rows(), QStringLiteral("A[a b] B[group] Layer[] A1[a b]"));
+    QCOMPARE(host.rows(), "A[a b] B[group] Layer[] A1[a b]");
     host.select({ "A/b" });
     const HostCalls calls;
     host.clickTool("Select Nodes");
@@ -92,17 +92,17 @@ void tst_QuickActions::menuTipsReachTheStatusBar()
         QTest::mouseMove(menu, menu->actionGeometry(action).center());
     };
     hover(host.action("Reset Layer"));
-    QTRY_COMPARE(said(), QStringLiteral("Deactivates all layers"));
+    QTRY_COMPARE(said(), "Deactivates all layers");
     hover(host.action("Select Nodes"));
-    QTRY_COMPARE(said(), QStringLiteral("Select node 'a'"));
+    QTRY_COMPARE(said(), "Select node 'a'");
     hover(host.action("Cleanup"));
     QTRY_COMPARE(said(), QString());
     QTest::keyClick(menu, Qt::Key_Up);
-    QTRY_COMPARE(said(), QStringLiteral("Select node 'a'"));
+    QTRY_COMPARE(said(), "Select node 'a'");
     for (int i = 0; i < 3; ++i) {
         QTest::keyClick(menu, Qt::Key_Down);
     }
-    QTRY_COMPARE(said(), QStringLiteral("Activates the layer"));
+    QTRY_COMPARE(said(), "Activates the layer");
     QTest::keyClick(menu, Qt::Key_Escape);
     QVERIFY(!menu->isVisible());
     QCOMPARE(said(), QString());
@@ -129,16 +129,16 @@ void tst_QuickActions::deletionIsConfirmed()
                 }
             });
             QCOMPARE(box->parentWidget(), host.panel());
-            QCOMPARE(box->windowTitle(), QStringLiteral("Render Layer"));
-            QCOMPARE(box->text(), QStringLiteral("Delete selection?"));
+            QCOMPARE(box->windowTitle(), "Render Layer");
+            QCOMPARE(box->text(), "Delete selection?");
             QCOMPARE(box->icon(), QMessageBox::Warning);
             // Accepts and rejects.
-            QCOMPARE(buttons, QStringLiteral("Delete 0 Cancel 1 "));
+            QCOMPARE(buttons, "Delete 0 Cancel 1 ");
         });
         host.clickTool("Delete");
         QCOMPARE(answers.count(), 1);
         const bool deleted = qstrcmp(way, "Delete") == 0;
-        QCOMPARE(host.rows(), deleted ? QStringLiteral("A[b]") : QStringLiteral("A[a b] B[group]"));
+        QCOMPARE(host.rows(), deleted ? "A[b]" : "A[a b] B[group]");
         QCOMPARE(mkController::isModified(), deleted);
         QVERIFY(!host.panel()->findChild<QMessageBox *>());
     }
@@ -160,12 +160,11 @@ void tst_QuickActions::activationAndReset()
         HostCalls calls;
         QSignalSpy rendered(mkController::the(), &mkController::rendered);
         host.clickTool("Activate Layer");
-        QCOMPARE(calls.commands(),
-                 QStringLiteral("activateNode(0, a) activateLayer(1) updateRender(false)"));
+        QCOMPARE(calls.commands(), "activateNode(0, a) activateLayer(1) updateRender(false)");
         QVERIFY(rendered.wait());
         QCOMPARE(rendered.size(), 1);
         QCOMPARE(own({ "a", "group", "g2" }),
-                 QStringLiteral("01111111110 Empty, 10111111110 Empty, 10111111110 Empty"));
+                 "01111111110 Empty, 10111111110 Empty, 10111111110 Empty");
         HostCalls::clear();
         if (fromMenu) {
             QMenu *const menu = host.openMenu("A");
@@ -176,8 +175,7 @@ void tst_QuickActions::activationAndReset()
         }
         QCOMPARE(calls.count("mkNodeUtils::resetRenderLayerAttributes"), 1);
         QCOMPARE(calls.commands(), QString());
-        QCOMPARE(own({ "a", "g2", "c" }),
-                 QStringLiteral("11111111110 Empty, 11111111110 Empty, none"));
+        QCOMPARE(own({ "a", "g2", "c" }), "11111111110 Empty, 11111111110 Empty, none");
     }
 }
 

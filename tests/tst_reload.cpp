@@ -135,17 +135,17 @@ void tst_Reload::use(bool leaveOpen)
     host.addLayer("A", { "a", "b" });
     host.rebuild();
     host.action("Create Layer")->trigger();
-    QCOMPARE(host.rows(), QStringLiteral("A[a b] Layer[]"));
+    QCOMPARE(host.rows(), "A[a b] Layer[]");
 
     QByteArray bytes;
     QDataStream stream(&bytes, QIODevice::WriteOnly);
-    stream << mkdMaterial(QStringLiteral("red"));
+    stream << mkdMaterial("red");
     host.drop(host.cell("A/b", 0).center(), "application/mosk-decoupled-materials", bytes);
     host.select({ "A/b" });
     ModalAnswers answers([](QWidget *modal) { qobject_cast<QDialog *>(modal)->accept(); });
     host.action("Apply Attributes to Selected ...")->trigger();
     QCOMPARE(answers.count(), 1);
-    QCOMPARE(host.values(host.attributes(0, "b")), QStringLiteral("00000000000 red"));
+    QCOMPARE(host.values(host.attributes(0, "b")), "00000000000 red");
 
     host.openMenu("A/b");
     if (!leaveOpen) {
