@@ -13,31 +13,33 @@
 namespace {
 
 /// The boxes from top to bottom: the attributes in the order of the tree's columns.
-const QStringList boxNames{ "_visible",
-                            "_visibleInAlpha",
-                            "_primaryVisibility",
-                            "_visibleInReflections",
-                            "_visibleInRefractions",
-                            "_castShadows",
-                            "_receiveShadows",
-                            "_doubleSided",
-                            "_visibleForPhotons",
-                            "_visibleForShadowMaterial",
-                            "_useOverrideMaterial" };
+const QList<std::pair<QString, QString>> boxes{
+    { "_visible", "Visible" },
+    { "_visibleInAlpha", "Visible in Alpha" },
+    { "_primaryVisibility", "Primary Visibility" },
+    { "_visibleInReflections", "Visible in Reflections" },
+    { "_visibleInRefractions", "Visible in Refractions" },
+    { "_castShadows", "Cast Shadows" },
+    { "_receiveShadows", "Receive Shadows" },
+    { "_doubleSided", "Double Sided" },
+    { "_visibleForPhotons", "Visible for Photons" },
+    { "_visibleForShadowMaterial", "Cast Shadows on Shadow Material" },
+    { "_useOverrideMaterial", "Use Override Material" },
+};
 
 QString states(const QWidget *dialog)
 {
     QString text;
-    for (const QString &name : boxNames) {
-        text += dialog->findChild<QCheckBox *>(name)->isChecked() ? '1' : '0';
+    for (const auto &box : boxes) {
+        text += dialog->findChild<QCheckBox *>(box.first)->isChecked() ? '1' : '0';
     }
     return text;
 }
 
 void setStates(const QWidget *dialog, const QString &wanted)
 {
-    for (int i = 0; i < boxNames.size(); ++i) {
-        auto *const box = dialog->findChild<QCheckBox *>(boxNames[i]);
+    for (int i = 0; i < boxes.size(); ++i) {
+        auto *const box = dialog->findChild<QCheckBox *>(boxes[i].first);
         if (box->isChecked() != (wanted[i] == '1')) {
             QTest::mouseClick(box, Qt::LeftButton, {}, QPoint(8, box->height() / 2));
         }
@@ -68,19 +70,14 @@ class tst_Dialog : public QObject
 private Q_SLOTS:
     void init();
     void firstUse();
-    void targets_data();
     void targets();
-    void eachBoxItsFlag();
-    void boxesStayAsTheyWereLeft_data();
     void boxesStayAsTheyWereLeft();
     void hostCalls();
-    void needsASelection();
     void memberWithoutAttributes();
 
 private:
     /// Opens the dialog, sets the boxes unless `wanted` is empty, leaves it; what it showed first.
     QString run(const QString &wanted, const QString &way = "ok");
-    QStringList stored() const;
 
     HostFixture host;
 };
@@ -108,43 +105,23 @@ QString tst_Dialog::run(const QString &wanted, const QString &way)
     return answers.count() == 1 ? first : QString::number(answers.count()) + " dialogs";
 }
 
-QStringList tst_Dialog::stored() const
-{
-    return { host.values(host.attributes(0, "a")), host.values(host.attributes(0, "b")),
-             host.values(host.attributes(0, "c")), host.values(host.attributes(1, "a")),
-             host.values(host.attributes(1, "d")), host.values(host.attributes(1, "e")) };
-}
-
 // Stands first: the boxes keep their states for the life of the tree.
 void tst_Dialog::firstUse()
 {
     host.select({ "A/b" });
     ModalAnswers answers([this](QWidget *modal) {
         const auto ok = qScopeGuard([modal] { leave(modal, "ok"); });
-        QCOMPARE(modal->windowTitle(), QStringLiteral("Attributes"));
+        QCOMPARE(modal->windowTitle(), "Attributes");
         QCOMPARE(modal->parentWidget(), host.panel()->centralWidget());
-        QCOMPARE(modal->objectName(), QStringLiteral("mkAttributesGUI"));
-        QCOMPARE(modal->findChild<QMKCollapsibleFrame *>("_attCF")->getCaption(),
-                 QStringLiteral("Attributes"));
-        const QStringList texts{ "Visible",
-                                 "Visible in Alpha",
-                                 "Primary Visibility",
-                                 "Visible in Reflections",
-                                 "Visible in Refractions",
-                                 "Cast Shadows",
-                                 "Receive Shadows",
-                                 "Double Sided",
-                                 "Visible for Photons",
-                                 "Cast Shadows on Shadow Material",
-                                 "Use Override Material" };
-        QCOMPARE(modal->findChildren<QCheckBox *>().size(), texts.size());
+        QCOMPARE(modal->objectName(), "mkAttributesGUI");
+        QCOMPARE(modal->findChild<QMKCollapsibleFrame *>("_attCF")->getCaption(), "Attributes");
+        QCOMPARE(modal->findChildren<QCheckBox *>().size(), boxes.size());
         int bottom = -1;
-        for (int i = 0; i < texts.size(); ++i) {
-            const auto *const box = modal->findChild<QCheckBox *>(boxNames[i]);
-            QCOMPARE(box->text(), texts[i]);
-            QVERIFY(box->isVisible());
+        for (const auto &[name, text] : boxes) {
+            const auto *const box = modal->findChild<QCheckBox *>(name);
+            QCOMPARE(box->text(), text);
             const QPoint topLeft = box->mapTo(modal, QPoint());
-            QVERIFY(topLeft.y() > bottom && topLeft.x() > 170);
+            QVERIFY(box->isVisible() && topLeft.y() > bottom && topLeft.x() > 170);
             bottom = topLeft.y() + box->height() - 1;
         }
         QCOMPARE(modal->findChild<QWidget *>("frame_9")->width(), 170);
@@ -154,99 +131,58 @@ void tst_Dialog::firstUse()
         // As designed, unless the fonts need more.
         const QSize least = modal->minimumSizeHint();
         QCOMPARE(modal->size(), QSize(409, 335).expandedTo(least));
-        QCOMPARE(states(modal), QStringLiteral("00000000000"));
+        QCOMPARE(states(modal), "00000000000");
     });
     host.action("Apply Attributes to Selected ...")->trigger();
     QCOMPARE(answers.count(), 1);
-    QCOMPARE(host.cells("A/b"), QStringLiteral("00000000000 Empty"));
-    QCOMPARE(host.cells("A/a"), QStringLiteral("11111111110 Empty"));
-}
-
-void tst_Dialog::targets_data()
-{
-    QTest::addColumn<QStringList>("selection");
-    QTest::addColumn<QString>("hit");
-    QTest::addColumn<QString>("selectedAfter");
-    // Hit: the six entries of stored().
-    QTest::newRow("node") << QStringList{ "A/a" } << "100000"
-                          << "A/a*";
-    QTest::newRow("nodes") << QStringList{ "A/c", "A/a" } << "101000"
-                           << "A/a* A/c";
-    QTest::newRow("layer") << QStringList{ "A" } << "111000"
-                           << "A*";
-    QTest::newRow("layer and one of its nodes") << QStringList{ "A", "A/b" } << "111000"
-                                                << "A* A/b";
-    QTest::newRow("collapsed layer") << QStringList{ "B" } << "000111"
-                                     << "B*";
-    QTest::newRow("collapsed layer's node") << QStringList{ "A", "B/a" } << "111100"
-                                            << "A*";
-    QTest::newRow("layer and another's node") << QStringList{ "B", "A/b" } << "010111"
-                                              << "A/b* B";
-    QTest::newRow("empty layer") << QStringList{ "Empty" } << "000000"
-                                 << "Empty*";
-    QTest::newRow("all") << QStringList{ "A", "B", "Empty", "A/a", "A/b", "A/c", "B/d" } << "111111"
-                         << "A* A/a A/b A/c B Empty";
+    QCOMPARE(host.cells("A/b"), "00000000000 Empty");
+    QCOMPARE(host.cells("A/a"), "11111111110 Empty");
 }
 
 void tst_Dialog::targets()
 {
-    QFETCH(QStringList, selection);
-    QFETCH(QString, hit);
-    QFETCH(QString, selectedAfter);
-    host.attributes(0, "a")->setOverrideMaterial(host.material("red"));
-    QStringList expected = stored();
-    for (int i = 0; i < hit.size(); ++i) {
-        if (hit[i] == '1') {
-            expected[i].replace(0, 11, "00100100001");
+    // Hit: the members of "A", then those of "B".
+    const auto apply = [this](const QStringList &selection, const QString &hit,
+                              const QString &selectedAfter) {
+        init();
+        host.select(selection);
+        run("00100100001");
+        const QStringList paths{ "A/a", "A/b", "A/c", "B/a", "B/d", "B/e" };
+        QString changed;
+        for (const QString &path : paths) {
+            changed += host.cells(path) == "00100100001 Empty" ? '1' : '0';
         }
-    }
-    host.select(selection);
-    const HostCalls calls;
-    run("00100100001");
-    QCOMPARE(stored(), expected);
-    const QStringList paths{ "A/a", "A/b", "A/c", "B/a", "B/d", "B/e" };
-    for (int i = 0; i < paths.size(); ++i) {
-        QCOMPARE(host.cells(paths[i]), expected[i]);
-    }
-    QCOMPARE(host.selected(), selectedAfter);
-    QCOMPARE(calls.count("mkRenderLayer::isEmpty"), 1);
-    QVERIFY(mkController::isModified());
-    QVERIFY(host.row("A")->isExpanded() && !host.row("B")->isExpanded());
-}
-
-void tst_Dialog::eachBoxItsFlag()
-{
-    host.select({ "A/a" });
-    for (int i = 0; i < 11; ++i) {
-        QString wanted(11, '0');
-        wanted[i] = '1';
-        run(wanted);
-        QCOMPARE(host.cells("A/a"), wanted + " Empty");
-    }
-}
-
-void tst_Dialog::boxesStayAsTheyWereLeft_data()
-{
-    QTest::addColumn<QString>("way");
-    for (const char *way : { "ok", "cancel", "escape", "close" }) {
-        QTest::newRow(way) << way;
-    }
+        QCOMPARE(selection.join(' ') + " hits " + changed, selection.join(' ') + " hits " + hit);
+        QCOMPARE(host.selected(), selectedAfter);
+    };
+    apply({ "A/c", "A/a" }, "101000", "A/a* A/c");
+    apply({ "A", "B/a" }, "111100", "A*"); // what is hidden counts
+    apply({ "B", "A/b" }, "010111", "A/b* B");
+    apply({ "Empty" }, "000000", "Empty*");
 }
 
 void tst_Dialog::boxesStayAsTheyWereLeft()
 {
-    QFETCH(QString, way);
-    host.select({ "A/a", "A/b" });
-    run("11100000000");
-    const QStringList before = stored();
-    mkController::setModified(0);
-    const HostCalls calls;
-    run("00000000111", way);
-    const bool applied = way == "ok";
-    QCOMPARE(stored() != before, applied);
-    QCOMPARE(mkController::isModified(), applied);
-    QCOMPARE(calls.count("mkRenderLayer::isEmpty"), applied ? 1 : 0);
-    QCOMPARE(run(QString(), "cancel"), QStringLiteral("00000000111"));
+    host.select({ "A/b" });
+    for (const char *way : { "ok", "cancel", "escape", "close" }) {
+        run("11100000000");
+        mkController::setModified(0);
+        const HostCalls calls;
+        run("00000000111", way);
+        const bool applied = qstrcmp(way, "ok") == 0;
+        QCOMPARE(host.cells("A/b"), applied ? "00000000111 Empty" : "11100000000 Empty");
+        QCOMPARE(mkController::isModified(), applied);
+        QCOMPARE(calls.count("mkRenderLayer::isEmpty"), applied ? 1 : 0);
+        QCOMPARE(run(QString(), "cancel"), "00000000111");
+    }
+    // Each box is its flag's, and nothing is asked without a selection.
+    for (int i = 0; i < boxes.size(); ++i) {
+        const QString wanted = QString(11, '0').replace(i, 1, '1');
+        run(wanted);
+        QCOMPARE(host.cells("A/b"), wanted + " Empty");
+    }
+    host.select({});
+    QCOMPARE(run("11111111111"), "0 dialogs");
 }
 
 void tst_Dialog::hostCalls()
@@ -254,25 +190,18 @@ void tst_Dialog::hostCalls()
     host.select({ "A/c", "A/a" });
     const HostCalls calls;
     run("10000000000");
-    const QStringList made = calls.lines(
-        { "mkScenegraph::getRenderLayer", "mkRenderLayer::getAttributes",
-          "mkRenderLayer::setAttributes", "mkRenderLayer::isEmpty", "mkController::setModified" });
-    QStringList names;
-    for (const QString &line : made) {
-        names += line.section("::", 1).section(", Ray", 0, 0).remove(')');
-    }
-    QCOMPARE(names.mid(0, 7).join(' '),
-             QStringLiteral("getRenderLayer( getAttributes(0, \"a\" setAttributes(0, \"a\" "
-                            "getAttributes(0, \"c\" setAttributes(0, \"c\" getRenderLayer( "
-                            "isEmpty("));
-    QCOMPARE(names.last(), QStringLiteral("setModified(1"));
-}
-
-void tst_Dialog::needsASelection()
-{
-    host.select({});
-    QCOMPARE(run("11111111111"), QStringLiteral("0 dialogs"));
-    QVERIFY(!mkController::isModified());
+    QString made = calls
+                       .lines({ "mkScenegraph::getRenderLayer", "mkRenderLayer::getAttributes",
+                                "mkRenderLayer::setAttributes", "mkRenderLayer::isEmpty" })
+                       .mid(0, 7)
+                       .join(' ');
+    QCOMPARE(made.remove("mkScenegraph::").remove("mkRenderLayer::"),
+             "getRenderLayer() getAttributes(0, \"a\") "
+             "setAttributes(0, \"a\", RaytracingGeoAttachment) "
+             "getAttributes(0, \"c\") "
+             "setAttributes(0, \"c\", RaytracingGeoAttachment) "
+             "getRenderLayer() isEmpty()");
+    QVERIFY(calls.commands().endsWith("setModified(1)"));
 }
 
 void tst_Dialog::memberWithoutAttributes()
@@ -282,9 +211,9 @@ void tst_Dialog::memberWithoutAttributes()
     layer->replaceAttributes(host.node("a"), osg::NullFC);
     layer->subNode(host.node("b"));
     run("01000000000");
-    QCOMPARE(host.rows(), QStringLiteral("A[a c] B[a d e] Empty[]"));
-    QCOMPARE(host.values(host.attributes(0, "a")), QStringLiteral("none"));
-    QCOMPARE(host.cells("A/c"), QStringLiteral("01000000000 Empty"));
+    QCOMPARE(host.rows(), "A[a c] B[a d e] Empty[]");
+    QCOMPARE(host.values(host.attributes(0, "a")), "none");
+    QCOMPARE(host.cells("A/c"), "01000000000 Empty");
 }
 
 HOST_TEST_MAIN(tst_Dialog)

@@ -21,15 +21,11 @@ class tst_PythonConsole : public QObject
 private Q_SLOTS:
     void init();
     void cleanup();
-    void statements_data();
     void statements();
     void history();
     void completion();
-    void colors();
     void printing();
-    void stopping_data();
     void stopping();
-    void closing();
 
 private:
     void type(const QString &text);
@@ -76,55 +72,51 @@ void tst_PythonConsole::type(const QString &text)
     }
 }
 
-void tst_PythonConsole::statements_data()
-{
-    QTest::addColumn<QString>("statement");
-    QTest::addColumn<QString>("answer");
-    const auto row = [](const char *name, const QString &statement, const QString &answer) {
-        QTest::newRow(name) << statement << answer;
-    };
-    const QString traceback =
-        "Traceback (most recent call last):\n  File \"<console>\", line 1, in "
-        "<module>\n";
-    // "…" stands for any text.
-    row("expression", "6 * 7\n", ">>> 6 * 7\n42\n");
-    row("text", "'ä漢'\n\n", ">>> 'ä漢'\n'ä漢'\n>>> \n");
-    row("surrogate", "print('\\udc80')\n", ">>> …\n\\udc80\n");
-    row("print without end", "print(1, end='')\n2\n", ">>> …\n1\n>>> 2\n2\n");
-    // The indentation comes by itself.
-    row("block", "for i in range(2):\nif 1:\ni\n\n",
-        ">>> for i in range(2):\n...     if 1:\n...         i\n0\n1\n");
-    row("bracket", "(1 +\n2)\n", ">>> (1 +\n... 2)\n3\n");
-    row("traceback", "1 / 0\n2\n", ">>> 1 / 0\n" + traceback + "ZeroDivisionError: …\n>>> 2\n2\n");
-    row("from C++", "mkHost.openScene('no.gltf')\n2\n",
-        ">>> …\n" + traceback + "RuntimeError: There is no such file.\n>>> 2\n2\n");
-    row("syntax", "x = = 1\n", ">>> x = = 1\n  File \"<console>\", line 1\n…\nSyntaxError: …\n");
-    row("input", "input('who? ')\n",
-        ">>> …\nwho? " + traceback + "…EOFError: The Python console …\n");
-    row("exit", "exit()\n4\n", ">>> …\nSystemExit(None): close the window …\n>>> 4\n4\n");
-    row("help", "help(createRenderLayer)\n",
-        ">>> …\nHelp on built-in function createRenderLayer in module mkRenderLayerModule:\n\n"
-        "createRenderLayer(...)\n    Activates a renderlayer.\n…");
-    row("interactive help", "help()\n5\n", ">>> …\nhelp> …>>> 5\n5\n");
-    row("layer", "createRenderLayer('Paint')\nmkHost.getLayerNames()\n",
-        ">>> …\n>>> …\n['Paint']\n");
-    row("unknown layer", "activateRenderLayer('Paint')\n",
-        ">>> …\nmkRenderLayerModule::activateRenderLayer: Couldn't find layer 'Paint'!\n");
-}
-
 void tst_PythonConsole::statements()
 {
-    QFETCH(QString, statement);
-    QFETCH(QString, answer);
-    type(statement);
-    QCOMPARE(typed(), QString());
-    const QString pattern = QRegularExpression::escape(answer).replace("\\…", ".*");
-    const QRegularExpression expected(QRegularExpression::anchoredPattern(pattern),
-                                      QRegularExpression::DotMatchesEverythingOption);
-    QVERIFY2(expected.match(shown()).hasMatch(), qUtf8Printable(shown()));
-    if (statement.startsWith("createRenderLayer")) {
-        QCOMPARE(host.rows(), "Paint[]");
-    }
+    // "…" stands for any text.
+    const auto answers = [this](const QString &statement, const QString &answer) {
+        press(Qt::Key_L, Qt::ControlModifier);
+        type(statement);
+        QCOMPARE(typed(), QString());
+        const QString pattern = QRegularExpression::escape(answer).replace("\\…", ".*");
+        const QRegularExpression expected(QRegularExpression::anchoredPattern(pattern),
+                                          QRegularExpression::DotMatchesEverythingOption);
+        QVERIFY2(expected.match(shown()).hasMatch(), qUtf8Printable(shown()));
+    };
+    const QString traceback =
+        "Traceback (most recent call last):\n  File \"<console>\", line 1, in <module>\n";
+    answers("6 * 7\n", ">>> 6 * 7\n42\n");
+    answers("'ä漢'\n\n", ">>> 'ä漢'\n'ä漢'\n>>> \n");
+    answers("print('\\udc80')\n", ">>> …\n\\udc80\n");
+    answers("print(1, end='')\n2\n", ">>> …\n1\n>>> 2\n2\n");
+    // The indentation comes by itself.
+    answers("for i in range(2):\nif 1:\ni\n\n",
+            ">>> for i in range(2):\n...     if 1:\n...         i\n0\n1\n");
+    answers("(1 +\n2)\n", ">>> (1 +\n... 2)\n3\n");
+    answers("1 / 0\n2\n", ">>> 1 / 0\n" + traceback + "ZeroDivisionError: …\n>>> 2\n2\n");
+    answers("mkHost.openScene('no.gltf')\n",
+            ">>> …\n" + traceback + "RuntimeError: There is no such file.\n");
+    answers("x = = 1\n", ">>> x = = 1\n  File \"<console>\", line 1\n…\nSyntaxError: …\n");
+    answers("input('who? ')\n", ">>> …\nwho? " + traceback + "…EOFError: The Python console …\n");
+    answers("exit()\n4\n", ">>> …\nSystemExit(None): close the window …\n>>> 4\n4\n");
+    answers("help()\n5\n", ">>> …\nhelp> …>>> 5\n5\n");
+    answers("createRenderLayer('Paint')\nmkHost.getLayerNames()\n", ">>> …\n>>> …\n['Paint']\n");
+    answers("activateRenderLayer('x')\n",
+            ">>> …\nmkRenderLayerModule::activateRenderLayer: Couldn't find layer 'x'!\n");
+
+    // Errors stand out on light and on dark ground.
+    const auto lightness = [this](const QString &line) {
+        const QTextCursor cursor = transcript()->document()->find(line);
+        return cursor.charFormat().foreground().color().lightness();
+    };
+    type("1 / 0\n");
+    QVERIFY(lightness("Zero") > 0 && lightness("Zero") < 128);
+    QPalette dark = window->palette();
+    dark.setColor(QPalette::Base, Qt::black);
+    window->findChild<PythonConsole *>()->setPalette(dark);
+    type("nope\n");
+    QVERIFY(lightness("NameError") > 128);
 }
 
 void tst_PythonConsole::history()
@@ -176,21 +168,6 @@ void tst_PythonConsole::completion()
     QCOMPARE(QApplication::focusWidget(), input());
 }
 
-void tst_PythonConsole::colors()
-{
-    const auto lightness = [this](const QString &line) {
-        QTextCursor cursor = transcript()->document()->find(line);
-        return cursor.charFormat().foreground().color().lightness();
-    };
-    type("1 / 0\n");
-    QVERIFY(lightness("Zero") > 0 && lightness("Zero") < 128);
-    QPalette dark = window->palette();
-    dark.setColor(QPalette::Base, Qt::black);
-    window->findChild<PythonConsole *>()->setPalette(dark);
-    type("nope\n");
-    QVERIFY(lightness("NameError") > 128);
-}
-
 void tst_PythonConsole::printing()
 {
     // What is printed by scripts and by threads, more than there is room for, in one long line.
@@ -213,45 +190,33 @@ void tst_PythonConsole::printing()
     QVERIFY(mkScript::run("assert sys.stdout is not kept\nprint('late', file=kept)"));
 }
 
-void tst_PythonConsole::stopping_data()
-{
-    QTest::addColumn<QString>("statement");
-    QTest::addColumn<bool>("button");
-    QTest::newRow("loop, key") << "while True: pass\n\n" << false;
-    QTest::newRow("loop, button") << "while True: pass\n\n" << true;
-    QTest::newRow("sleep") << "__import__('time').sleep(60)\n" << false;
-    QTest::newRow("process") << "__import__('subprocess').run(['sleep', '60'])\n" << false;
-}
-
 void tst_PythonConsole::stopping()
 {
-    QFETCH(QString, statement);
-    QFETCH(bool, button);
     auto *const stop = window->findChild<QToolButton *>("stop");
+    for (const char *statement :
+         { "while True: pass\n\n", "__import__('subprocess').run(['sleep', '60'])\n" }) {
+        QVERIFY(!stop->isEnabled());
+        QString shownMeanwhile;
+        QTimer::singleShot(150, window.get(), [&] {
+            // A second statement waits in the input.
+            type("abs\n\t");
+            shownMeanwhile = shown();
+            if (*statement == 'w') {
+                QTest::mouseClick(stop, Qt::LeftButton);
+            } else {
+                press(Qt::Key_C, Qt::ControlModifier);
+            }
+        });
+        QElapsedTimer time;
+        time.start();
+        type(QString("print('begun')\n") + statement);
+        QVERIFY(time.elapsed() < 10000);
+        QVERIFY(shownMeanwhile.contains("\nbegun\n"));
+        press(Qt::Key_Return);
+        QVERIFY(shown().endsWith("KeyboardInterrupt\n>>> abs\n<built-in function abs>\n"));
+    }
     QVERIFY(!stop->isEnabled());
-    QString shownMeanwhile;
-    QTimer::singleShot(150, window.get(), [&] {
-        // A second statement waits in the input.
-        type("abs\n\t");
-        shownMeanwhile = shown();
-        if (button) {
-            QTest::mouseClick(stop, Qt::LeftButton);
-        } else {
-            press(Qt::Key_C, Qt::ControlModifier);
-        }
-    });
-    QElapsedTimer time;
-    time.start();
-    type("print('begun')\n" + statement);
-    QVERIFY(time.elapsed() < 10000);
-    QVERIFY(shownMeanwhile.contains("\nbegun\n"));
-    QVERIFY(!stop->isEnabled());
-    press(Qt::Key_Return);
-    QVERIFY(shown().endsWith("KeyboardInterrupt\n>>> abs\n<built-in function abs>\n"));
-}
 
-void tst_PythonConsole::closing()
-{
     // The statement ignores the first interrupt; the window waits for its end.
     input()->setPlainText("try:\n    while True: pass\nexcept KeyboardInterrupt:\n    while True: "
                           "pass");

@@ -14,12 +14,12 @@
 #include <QTest>
 
 #include <chrono>
+#include <fstream>
 #include <future>
 #include <optional>
 #include <stdexcept>
 
 #include <dlfcn.h>
-#include <link.h>
 #include <sys/mman.h>
 
 namespace {
@@ -35,24 +35,15 @@ struct Image
 std::optional<Image> loadedPlugin()
 {
     std::optional<Image> image;
-    dl_iterate_phdr(
-        [](dl_phdr_info *info, std::size_t, void *result) {
-            if (!QByteArray(info->dlpi_name).endsWith("/mkRenderLayerModule.so")) {
-                return 0;
-            }
-            Image found{ info->dlpi_name, UINTPTR_MAX, 0 };
-            for (int i = 0; i < info->dlpi_phnum; ++i) {
-                const auto &segment = info->dlpi_phdr[i];
-                if (segment.p_type == PT_LOAD) {
-                    const auto begin = info->dlpi_addr + segment.p_vaddr;
-                    found.begin = std::min(found.begin, begin & ~std::uintptr_t(4095));
-                    found.end = std::max(found.end, begin + segment.p_memsz);
-                }
-            }
-            *static_cast<std::optional<Image> *>(result) = found;
-            return 1;
-        },
-        &image);
+    std::ifstream maps("/proc/self/maps");
+    for (std::string line; std::getline(maps, line);) {
+        const auto file = line.find('/');
+        if (QByteArray(line.c_str()).endsWith("/mkRenderLayerModule.so")) {
+            image = image.value_or(
+                Image{ line.substr(file).c_str(), std::stoul(line, nullptr, 16) });
+            image->end = std::stoul(line.substr(line.find('-') + 1), nullptr, 16);
+        }
+    }
     return image;
 }
 
@@ -144,17 +135,17 @@ void tst_Reload::use(bool leaveOpen)
     host.addLayer("A", { "a", "b" });
     host.rebuild();
     host.action("Create Layer")->trigger();
-    QCOMPARE(host.rows(), QStringLiteral("A[a b] Layer[]"));
+    QCOMPARE(host.rows(), "A[a b] Layer[]");
 
     QByteArray bytes;
     QDataStream stream(&bytes, QIODevice::WriteOnly);
-    stream << mkdMaterial(QStringLiteral("red"));
+    stream << mkdMaterial("red");
     host.drop(host.cell("A/b", 0).center(), "application/mosk-decoupled-materials", bytes);
     host.select({ "A/b" });
     ModalAnswers answers([](QWidget *modal) { qobject_cast<QDialog *>(modal)->accept(); });
     host.action("Apply Attributes to Selected ...")->trigger();
     QCOMPARE(answers.count(), 1);
-    QCOMPARE(host.values(host.attributes(0, "b")), QStringLiteral("00000000000 red"));
+    QCOMPARE(host.values(host.attributes(0, "b")), "00000000000 red");
 
     host.openMenu("A/b");
     if (!leaveOpen) {
