@@ -293,7 +293,17 @@ void tst_Scripting::flags()
 void tst_Scripting::flagsGoDown()
 {
     const HostCalls calls;
+    // When the node is told, the attributes are there.
+    QList<bool> attached;
+    mkTrace::setInterceptor([&](const char *call) {
+        if (!qstrcmp(call, "FieldContainer::changed")) {
+            attached += bool(mkNodeUtils::getRenderAttributes(host->node("group")));
+        }
+        return true;
+    });
     py("setNodeVisibilityFlags(group, *[False] * 8)");
+    mkTrace::setInterceptor({});
+    QVERIFY(attached.value(0));
     const QStringList made = calls.lines(
         { "FieldContainer::changed", "Raytracing", "mkNodeUtils::apply" });
     QCOMPARE(made.mid(0, 4).join('\n'),
