@@ -18,7 +18,6 @@ class tst_QuickActions : public QObject
 private Q_SLOTS:
     void init();
     void toolBar();
-    void buttonsReachTheTree();
     void menuTipsReachTheStatusBar();
     void deletionIsConfirmed();
     void activationAndReset();
@@ -65,19 +64,6 @@ void tst_QuickActions::toolBar()
     const QList<QAction *> buttons = bar()->actions();
     QVERIFY(entries[entries.size() - 3]->isSeparator());
     QCOMPARE(entries.mid(entries.size() - 2), QList<QAction *>({ buttons[5], buttons[4] }));
-}
-
-void tst_QuickActions::buttonsReachTheTree()
-{
-    host.clickTool("Create Layer");
-    QCOMPARE(host.rows(), "A[a b] B[group] Layer[]");
-    host.select({ "A" });
-    host.clickTool("Duplicate Layer");
-    QCOMPARE(host.rows(), "A[a b] B[group] Layer[] A1[a b]");
-    host.select({ "A/b" });
-    const HostCalls calls;
-    host.clickTool("Select Nodes");
-    QCOMPARE(calls.count("mkSelectionManager::selectNode(\"b\")"), 1);
 }
 
 void tst_QuickActions::menuTipsReachTheStatusBar()
@@ -157,7 +143,7 @@ void tst_QuickActions::activationAndReset()
     host.flag(host.attributes(1, "group"), 2) = false;
     for (const bool fromMenu : { false, true }) {
         host.select({ "A/a", "B" });
-        HostCalls calls;
+        const HostCalls calls;
         QSignalSpy rendered(mkController::the(), &mkController::rendered);
         host.clickTool("Activate Layer");
         QCOMPARE(calls.commands(), "activateNode(0, a) activateLayer(1) updateRender(false)");

@@ -234,7 +234,7 @@ void tst_Scripting::activate()
     expect({ { "activateRenderLayer('A')", "None" } });
     QCOMPARE(valuesOf("a"), "01111111110 Empty");
     QCOMPARE(valuesOf("b"), "11111111110 Empty");
-    HostCalls calls;
+    const HostCalls calls;
     expect({ { "activateRenderLayer(name='a')", "None" } });
     QCOMPARE(calls.commands(),
              "activateNode(0, a) updateRender(false) activateLayer(1) updateRender(false)");
