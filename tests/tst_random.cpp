@@ -31,7 +31,7 @@ using OwnValues = std::map<osg::Node *, QString>;
 /// One thing that happens. What `a` and `b` choose depends on what there is when it happens.
 struct Step
 {
-    int kind;
+    unsigned kind;
     unsigned a;
     unsigned b;
 };
@@ -86,7 +86,8 @@ public:
         const auto counter = QObject::connect(tree->model(), &QAbstractItemModel::modelReset, tree,
                                               [this] { ++rebuilds; });
         QString difference;
-        for (const Step &step : steps) {
+        for (const Step &next : steps) {
+            step = next;
             if (!difference.isEmpty()) {
                 break;
             }
@@ -99,13 +100,7 @@ public:
                 ++dialogs;
                 answer(modal);
             });
-            if (model.store.empty() && step.b % 3 == 0) {
-                openScene();
-            } else {
-                const auto kind = std::size_t(step.kind);
-                (this->*(kind < special.size() ? special[kind] : &Session::command))(step.a,
-                                                                                     step.b);
-            }
+            perform();
             difference = check();
         }
         QObject::disconnect(counter);
@@ -146,17 +141,6 @@ private:
             rows += rowOf(row);
         }
         return rows;
-    }
-
-    std::optional<int> anyRow(unsigned choice, bool onlyNodes = false) const
-    {
-        Rows rows = model.visibleRows();
-        if (onlyNodes) {
-            rows.erase(std::remove_if(rows.begin(), rows.end(),
-                                      [this](int row) { return !model.rows[row].isNode(); }),
-                       rows.end());
-        }
-        return rows.empty() ? std::optional<int>() : rows[int(choice) % rows.size()];
     }
 
     Nodes sceneNodes() const
@@ -224,58 +208,19 @@ private:
         }
     }
 
-    /// Drops onto a row, or sometimes onto empty space.
-    bool drop(unsigned b, int row, const QString &format, const QByteArray &bytes)
+    /// Drops onto the row, or sometimes onto empty space.
+    void drop(const QString &format, const QByteArray &bytes)
     {
-        const bool space = b % 9 == 0;
-        tell("drop " + bytes.toHex() + " on " + (space ? "nothing" : path(row)));
-        const QPoint point = space ? host.emptySpace() : host.cell(item(row), 1).center();
+        const bool space = step.b % 9 == 0;
+        tell("drop " + bytes.toHex() + " on " + (space ? "nothing" : path(target)));
+        const QPoint point = space ? host.emptySpace() : host.cell(item(target), 1).center();
         if (!space || !tree->itemAt(point)) {
             host.drop(point, format, bytes);
-        }
-        return !space;
-    }
-
-    void click(unsigned a, unsigned)
-    {
-        if (const auto row = anyRow(a)) {
-            tell("click " + path(*row));
-            model.selectOnly(*row);
-            host.click(host.cell(item(*row), 1).center());
-        }
-    }
-
-    void toggleSelection(unsigned a, unsigned)
-    {
-        if (const auto row = anyRow(a)) {
-            tell("ctrl+click " + path(*row));
-            model.toggleSelection(*row);
-            host.click(host.cell(item(*row), 1).center(), Qt::ControlModifier);
-        }
-    }
-
-    void openMenu(unsigned a, unsigned)
-    {
-        if (const auto row = anyRow(a)) {
-            tell("look at the menu of " + path(*row));
-            host.openMenu(item(*row));
-            host.closeMenu();
-        }
-    }
-
-    void setOpen(unsigned a, unsigned)
-    {
-        if (const auto row = anyRow(a)) {
-            const int layer = model.layerOf(*row);
-            const bool open = !model.rows[layer].open;
-            tell((open ? "open " : "close ") + path(layer));
-            model.setOpen(layer, open);
-            item(layer)->setExpanded(open);
         }
     }
 
     /// What the menu offers; the key or the button in the tool bar does the same.
-    void command(unsigned a, unsigned b)
+    void command()
     {
         struct Command
         {
@@ -304,105 +249,25 @@ private:
             { "Activate Layer", [&] { expectActivation(selection); } },
             { "Reset Layer", [&] { expectOwn({}, everywhere); } },
         };
-        const Command &chosen = all[a % all.size()];
+        const Command &chosen = all[step.a % all.size()];
         if (!*chosen.name) {
             return;
         }
         tell(chosen.name);
         chosen.expect();
-        if (b % 3 == 0 && chosen.key) {
+        if (step.b % 3 == 0 && chosen.key) {
             host.key(chosen.key, Qt::ControlModifier);
-        } else if (b % 3 == 1 || !host.clickTool(chosen.name)) {
+        } else if (step.b % 3 == 1 || !host.clickTool(chosen.name)) {
             host.action(chosen.name)->trigger();
         }
     }
 
-    void callSlot(unsigned a, unsigned b)
+    void rename()
     {
-        const char *const slot = b % 3 == 0   ? "deleteLayers"
-                                 : b % 3 == 1 ? "deleteNodes"
-                                              : "delete";
-        tell(slot);
-        if (b % 3 != 1) {
-            model.removeSelectedLayers();
-        }
-        if (b % 3 != 0) {
-            model.removeSelectedNodes();
-        }
-        if (b % 3 != 2) {
-            QMetaObject::invokeMethod(tree, slot);
-        } else {
-            a % 2 == 0 ? host.key(Qt::Key_Delete) : host.action("Delete")->trigger();
-        }
-    }
-
-    void confirmedDelete(unsigned, unsigned b)
-    {
-        const bool agreed = b % 4 != 0;
-        tell(agreed ? "delete, after confirmation" : "do not delete, when asked");
-        answer = [agreed](QWidget *modal) {
-            qobject_cast<QMessageBox *>(modal)->buttons()[agreed ? 0 : 1]->click();
-        };
-        model.warnings = 1;
-        if (agreed) {
-            model.removeSelectedLayers();
-            model.removeSelectedNodes();
-        }
-        host.clickTool("Delete");
-    }
-
-    void applyAttributes(unsigned a, unsigned b)
-    {
-        const bool agreed = b % 4 != 0;
-        const QString flags = QString::number(a % 2048, 2).rightJustified(11, '0');
-        tell(agreed ? "apply " + flags : "open the attributes and cancel");
-        answer = [&](QWidget *modal) {
-            QMap<int, QCheckBox *> boxes;
-            for (QCheckBox *const box : modal->findChildren<QCheckBox *>()) {
-                boxes[box->y()] = box;
-            }
-            for (int i = 0; i < flags.size(); ++i) {
-                boxes.values()[i]->setChecked(flags[i] == '1');
-            }
-            agreed ? ModalAnswers::agree(modal) : qobject_cast<QDialog *>(modal)->reject();
-        };
-        if (!order().empty()) {
-            model.warnings = 1;
-            if (agreed) {
-                model.applyAttributes(flags);
-            }
-        }
-        host.action("Apply Attributes to Selected ...")->trigger();
-    }
-
-    void toggleCell(unsigned a, unsigned b)
-    {
-        if (const auto row = anyRow(a, true)) {
-            const int column = 1 + int(b % 11);
-            tell(QString("double click %1, column %2").arg(path(*row)).arg(column));
-            model.selectOnly(*row);
-            model.toggleCell(*row, column);
-            host.doubleClick(item(*row), column);
-        }
-    }
-
-    void clickClearButton(unsigned a, unsigned)
-    {
-        const auto row = anyRow(a, true);
-        const QString material = row ? model.rows[*row].cells.mid(12) : QString();
-        if (!material.isEmpty() && material != "Empty") {
-            tell("click the clear button of " + path(*row));
-            model.clickClearButton(*row);
-            host.click(host.clearButton(item(*row)));
-        }
-    }
-
-    void rename(unsigned a, unsigned b)
-    {
-        const QString name = anyName(b);
-        const bool commit = a % 5 != 0;
-        const bool interrupted = a % 3 == 0;
-        const bool menu = b % 4 == 0;
+        const QString name = anyName(step.b);
+        const bool commit = step.a % 5 != 0;
+        const bool interrupted = step.a % 3 == 0;
+        const bool menu = step.b % 4 == 0;
         const auto canEdit = [this] {
             return model.isSelected(model.current) && !model.rows[model.current].isNode();
         };
@@ -414,7 +279,7 @@ private:
         if (menu) {
             host.action("Rename Layer")->trigger();
         } else {
-            b % 4 == 1 ? host.key(Qt::Key_F2) : host.key(Qt::Key_R, Qt::ControlModifier);
+            step.b % 4 == 1 ? host.key(Qt::Key_F2) : host.key(Qt::Key_R, Qt::ControlModifier);
         }
         if (interrupted) {
             model.rebuild(false);
@@ -431,162 +296,6 @@ private:
         }
         if (host.type(name, commit ? Qt::Key_Return : Qt::Key_Escape) != opens) {
             complaint = opens ? "no editor" : "an editor";
-        }
-    }
-
-    void doubleClickLayer(unsigned a, unsigned b)
-    {
-        if (const auto row = anyRow(a)) {
-            const int layer = model.layerOf(*row);
-            const int column = int(a % 3);
-            const QString name = anyName(b);
-            tell(QString("double click %1, column %2, type '%3'")
-                     .arg(path(layer))
-                     .arg(column)
-                     .arg(name));
-            model.selectOnly(layer);
-            model.commitText(layer, column, name);
-            host.doubleClick(item(layer), column);
-            if (!host.type(name)) {
-                complaint = "no editor";
-            }
-        }
-    }
-
-    void dropMaterial(unsigned a, unsigned b)
-    {
-        const auto row = anyRow(a / 4, a % 4 != 0);
-        if (!row) {
-            return;
-        }
-        const osg::MaterialPtr dragged = b % 5 != 0 ? anyMaterial(b) : osg::MaterialPtr();
-        const std::string name = dragged ? dragged->getName() : "unknown";
-        // A drag carries only the name: of two materials with one name, the first is dropped.
-        osg::MaterialPtr material = mkMaterials::findMaterial(name.c_str()).get();
-        QByteArray bytes = HostFixture::materialPayload(QString::fromStdString(name));
-        if (b % 7 == 0) {
-            bytes.chop(int(b % unsigned(bytes.size())) + 1);
-            material = osg::NullFC;
-        }
-        tell("material " + QString::fromStdString(name));
-        if (b % 9 != 0) {
-            model.dropMaterial(*row, material);
-        }
-        drop(b, *row, HostFixture::materialFormat, bytes);
-    }
-
-    void dropNodes(unsigned a, unsigned b)
-    {
-        const auto row = anyRow(a);
-        if (!row) {
-            return;
-        }
-        const char *const payloads[] = { "0000000100000000", "ffffffff", "0000000000000005",
-                                         "000001", "" };
-        const QByteArray bytes = QByteArray::fromHex(payloads[b % 8 % 5]);
-        const bool good = bytes.size() >= 4 && bytes.left(4) != QByteArray(4, '\0');
-        if (b % 9 != 0) {
-            if (good) {
-                model.dropNodes(*row, selectedRootNodes());
-            }
-            model.modified = true;
-        }
-        drop(b, *row, HostFixture::nodeFormat, bytes);
-    }
-
-    void askForRebuild(unsigned, unsigned)
-    {
-        tell("ask for a rebuild");
-        model.rebuild(false);
-        host.rebuild();
-    }
-
-    void renameMaterial(unsigned a, unsigned b)
-    {
-        const osg::MaterialPtr material = anyMaterial(a);
-        if (!material) {
-            return;
-        }
-        const bool told = b % 3 != 0;
-        tell(QString("rename material %1%2")
-                 .arg(mkMaterials::getName(material), told ? "" : ", untold"));
-        material->setName(b % 2 == 0 ? "red" : "gold" + std::to_string(b % 4));
-        if (told) {
-            model.materialRenamed(material);
-            host.send("materialRenamed", material);
-        }
-        host.send("mkTransform::changedTransformation");
-    }
-
-    void selectInHost(unsigned a, unsigned b)
-    {
-        tell("select in the host");
-        std::vector<mkNodePtr> nodes;
-        for (unsigned i = 0; i <= b % 3; ++i) {
-            nodes.emplace_back(anyNode(a + 3 * i));
-        }
-        mkSelectionManager::selectNodes(nodes);
-    }
-
-    void removeNode(unsigned a, unsigned)
-    {
-        tell("remove " + nameOf(anyNode(a)) + " from the scene");
-        model.modified |= mkScenegraph::removeNode(anyNode(a));
-        // A removed node lives on only in the layers that hold it.
-        mkUndo::stack()->clear();
-    }
-
-    void addNode(unsigned a, unsigned b)
-    {
-        if (sceneNodes().size() < manyNodes) {
-            tell("add a node below " + nameOf(anyNode(a)));
-            const osg::NodePtr added = osg::Node::create();
-            added->setName(anyName(b).toStdString());
-            added->setCore(osg::Geometry::create());
-            anyNode(a)->addChild(added);
-        }
-    }
-
-    void renameNode(unsigned a, unsigned b)
-    {
-        tell("rename node " + nameOf(anyNode(a)));
-        anyNode(a)->setName(anyName(b).toStdString());
-        // A container that may get the id of a row's node.
-        const osg::MaterialPtr material = osg::Material::create();
-        material->setName("extra");
-        if (mkMaterials::getMaterials().size() < 5) {
-            mkMaterials::addMaterial(material);
-        }
-    }
-
-    void moveNode(unsigned a, unsigned b)
-    {
-        const osg::NodePtr node = anyNode(a);
-        tell("move " + nameOf(node) + " below " + nameOf(anyNode(b)));
-        if (node != mkScenegraph::getRoot()) {
-            anyNode(b)->addChild(node);
-        }
-        if (b % 4 == 0) {
-            mkMaterials::removeMaterial(anyMaterial(a));
-        }
-    }
-
-    void document(unsigned, unsigned b)
-    {
-        if (b % 3 == 0) {
-            tell("save");
-            mkController::setModified(0);
-            model.modified = false;
-        } else if (b % 3 == 1) {
-            tell("merge a scene");
-            mkScenegraph::Document document;
-            document.root = osg::Node::create();
-            document.root->setName(anyName(b).toStdString());
-            model.rebuild(false);
-            model.modified = true;
-            mkScenegraph::mergeScene(document);
-        } else {
-            openScene();
         }
     }
 
@@ -610,28 +319,28 @@ private:
         model.store[0].members[1].attributes->material = host.material("red");
     }
 
-    void storeBehindThePanel(unsigned a, unsigned b)
+    void storeBehindThePanel()
     {
         if (model.store.empty()) {
             return;
         }
-        const unsigned index = a % unsigned(model.store.size());
+        const unsigned index = step.a % unsigned(model.store.size());
         const int layer = int(index);
         mkRenderLayer *const store = HostFixture::store();
         const osg::RenderLayerPtr real = store->getAttachment()->getLayer(index);
-        const osg::NodePtr node = anyNode(b);
-        const QString target = model.store[layer].name;
+        const osg::NodePtr node = anyNode(step.b);
+        const QString name = model.store[layer].name;
         auto &members = model.store[layer].members;
         PanelModel::Member *const member = members.empty() ? nullptr
-                                                           : &members[int(b) % members.size()];
+                                                           : &members[int(step.b) % members.size()];
         const osg::NodePtr memberNode(member ? member->node : nullptr);
-        tell(QString("behind the panel, layer %1: ").arg(target));
+        tell(QString("behind the panel, layer %1: ").arg(name));
         QString &line = story.last();
-        switch (b / 7 % 8) {
+        switch (step.b / 7 % 8) {
         case 0:
             line += "remove the first of its name";
-            model.store.remove(model.layerNamed(target));
-            store->subLayer(target.toStdString());
+            model.store.remove(model.layerNamed(name));
+            store->subLayer(name.toStdString());
             break;
         case 1:
             line += "add another layer";
@@ -641,9 +350,9 @@ private:
             }
             break;
         case 2:
-            line += "rename it " + anyName(b % 6);
-            model.store[layer].name = anyName(b % 6);
-            store->setLayerName(index, anyName(b % 6).toStdString());
+            line += "rename it " + anyName(step.b % 6);
+            model.store[layer].name = anyName(step.b % 6);
+            store->setLayerName(index, anyName(step.b % 6).toStdString());
             break;
         case 3:
             line += "add " + nameOf(node);
@@ -672,27 +381,27 @@ private:
         default:
             if (member && member->attributes) {
                 line += "edit " + nameOf(memberNode);
-                const int column = 1 + int(a % 11);
+                const int column = 1 + int(step.a % 11);
                 const osg::RaytracingGeoAttachmentPtr attributes(real->findAttributes(memberNode));
                 HostFixture::flag(attributes, column) ^= true;
-                attributes->setOverrideMaterial(anyMaterial(a));
+                attributes->setOverrideMaterial(anyMaterial(step.a));
                 QString &flags = member->attributes->flags;
                 flags[column - 1] = flags[column - 1] == '1' ? '0' : '1';
-                member->attributes->material = anyMaterial(a);
+                member->attributes->material = anyMaterial(step.a);
             }
         }
     }
 
-    void script(unsigned a, unsigned b)
+    void script()
     {
-        const QString name = anyName(b);
+        const QString name = anyName(step.b);
         // The first of that name, as the script finds it.
         const osg::NodePtr node = host.node(name);
         const auto isBelow = [&node](const osg::NodePtr &other) {
             return node && node->isAncestorOf(other);
         };
         QString statement;
-        switch (a % 7) {
+        switch (step.a % 7) {
         case 0:
             if (model.store.size() >= manyLayers) {
                 return;
@@ -719,7 +428,9 @@ private:
             }
             break;
         case 3: {
-            PanelModel::Attributes wanted{ QString::number(b % 2048, 2).rightJustified(11, '0') };
+            PanelModel::Attributes wanted{
+                QString::number(step.b % 2048, 2).rightJustified(11, '0')
+            };
             if (wanted.flags.endsWith('1')) {
                 wanted.material = HostFixture::material("red");
             }
@@ -750,6 +461,25 @@ private:
     }
 
     /// What panel and model differ in; empty if nothing.
+    /// Rows are often meant, and else it is often a command.
+    void perform()
+    {
+        const Rows rows = model.visibleRows();
+        const std::size_t kind = step.kind;
+        if (rows.empty() && step.b % 3 == 0) {
+            openScene();
+        } else if (kind < 2 * onRows.size()) {
+            target = rows.empty() ? -1 : rows[int(step.a) % rows.size()];
+            if (target >= 0) {
+                onRows[kind % onRows.size()]();
+            }
+        } else if (kind - 2 * onRows.size() < others.size()) {
+            others[kind - 2 * onRows.size()]();
+        } else {
+            command();
+        }
+    }
+
     QString check()
     {
         // A current row that is not selected is Qt's affair: the tree takes one when it gets the
@@ -792,6 +522,8 @@ private:
     QTreeWidget *tree;
     PanelModel model;
     QStringList story;
+    Step step{};
+    int target = -1;
     int rebuilds = 0;
     /// How the next dialog is answered, and how many there were.
     std::function<void(QWidget *)> answer;
@@ -801,38 +533,234 @@ private:
     std::optional<OwnValues> own;
     QString complaint;
 
-public:
-    /// What sessions draw from; every other kind up to `kinds` is a command.
-    static constexpr int kinds = 40;
-    static inline const std::vector<void (Session::*)(unsigned a, unsigned b)> special{
-        &Session::click,
-        &Session::click,
-        &Session::toggleSelection,
-        &Session::toggleSelection,
-        &Session::openMenu,
-        &Session::setOpen,
-        &Session::setOpen,
-        &Session::callSlot,
-        &Session::confirmedDelete,
-        &Session::applyAttributes,
-        &Session::toggleCell,
-        &Session::clickClearButton,
-        &Session::rename,
-        &Session::doubleClickLayer,
-        &Session::dropMaterial,
-        &Session::dropNodes,
-        &Session::askForRebuild,
-        &Session::renameMaterial,
-        &Session::selectInHost,
-        &Session::removeNode,
-        &Session::addNode,
-        &Session::renameNode,
-        &Session::moveNode,
-        &Session::document,
-        &Session::storeBehindThePanel,
-        &Session::storeBehindThePanel,
-        &Session::script,
-        &Session::script
+    using Steps = std::vector<std::function<void()>>;
+    /// What is done to the row `target`.
+    const Steps onRows{
+        [this] {
+            tell("click " + path(target));
+            model.selectOnly(target);
+            host.click(host.cell(item(target), 1).center());
+        },
+        [this] {
+            tell("ctrl+click " + path(target));
+            model.toggleSelection(target);
+            host.click(host.cell(item(target), 1).center(), Qt::ControlModifier);
+        },
+        [this] {
+            tell("look at the menu of " + path(target));
+            host.openMenu(item(target));
+            host.closeMenu();
+        },
+        [this] {
+            const int layer = model.layerOf(target);
+            const bool open = !model.rows[layer].open;
+            tell((open ? "open " : "close ") + path(layer));
+            model.setOpen(layer, open);
+            item(layer)->setExpanded(open);
+        },
+        [this] {
+            if (!model.rows[target].isNode()) {
+                return;
+            }
+            const int column = 1 + int(step.b % 11);
+            tell(QString("double click %1, column %2").arg(path(target)).arg(column));
+            model.selectOnly(target);
+            model.toggleCell(target, column);
+            host.doubleClick(item(target), column);
+        },
+        [this] {
+            const QString material = model.rows[target].cells.mid(12);
+            if (!material.isEmpty() && material != "Empty") {
+                tell("click the clear button of " + path(target));
+                model.clickClearButton(target);
+                host.click(host.clearButton(item(target)));
+            }
+        },
+        [this] {
+            const int layer = model.layerOf(target);
+            const int column = int(step.b / 7 % 3);
+            const QString name = anyName(step.b);
+            tell(QString("double click %1, column %2, type '%3'")
+                     .arg(path(layer))
+                     .arg(column)
+                     .arg(name));
+            model.selectOnly(layer);
+            model.commitText(layer, column, name);
+            host.doubleClick(item(layer), column);
+            if (!host.type(name)) {
+                complaint = "no editor";
+            }
+        },
+        [this] {
+            const osg::MaterialPtr dragged = step.b % 5 != 0 ? anyMaterial(step.b)
+                                                             : osg::MaterialPtr();
+            const std::string name = dragged ? dragged->getName() : "unknown";
+            // A drag carries only the name: of two materials with one name, the first is dropped.
+            osg::MaterialPtr material = mkMaterials::findMaterial(name.c_str()).get();
+            QByteArray bytes = HostFixture::materialPayload(QString::fromStdString(name));
+            if (step.b % 7 == 0) {
+                bytes.chop(int(step.b % unsigned(bytes.size())) + 1);
+                material = osg::NullFC;
+            }
+            tell("material " + QString::fromStdString(name));
+            if (step.b % 9 != 0) {
+                model.dropMaterial(target, material);
+            }
+            drop(HostFixture::materialFormat, bytes);
+        },
+        [this] {
+            const char *const payloads[] = { "0000000100000000", "ffffffff", "0000000000000005",
+                                             "000001", "" };
+            const QByteArray bytes = QByteArray::fromHex(payloads[step.b % 8 % 5]);
+            const bool good = bytes.size() >= 4 && bytes.left(4) != QByteArray(4, '\0');
+            if (step.b % 9 != 0) {
+                if (good) {
+                    model.dropNodes(target, selectedRootNodes());
+                }
+                model.modified = true;
+            }
+            drop(HostFixture::nodeFormat, bytes);
+        },
+    };
+    const Steps others{
+        [this] {
+            const char *const slot = step.b % 3 == 0   ? "deleteLayers"
+                                     : step.b % 3 == 1 ? "deleteNodes"
+                                                       : "delete";
+            tell(slot);
+            if (step.b % 3 != 1) {
+                model.removeSelectedLayers();
+            }
+            if (step.b % 3 != 0) {
+                model.removeSelectedNodes();
+            }
+            if (step.b % 3 != 2) {
+                QMetaObject::invokeMethod(tree, slot);
+            } else {
+                step.a % 2 == 0 ? host.key(Qt::Key_Delete) : host.action("Delete")->trigger();
+            }
+        },
+        [this] {
+            const bool agreed = step.b % 4 != 0;
+            tell(agreed ? "delete, after confirmation" : "do not delete, when asked");
+            answer = [agreed](QWidget *modal) {
+                qobject_cast<QMessageBox *>(modal)->buttons()[agreed ? 0 : 1]->click();
+            };
+            model.warnings = 1;
+            if (agreed) {
+                model.removeSelectedLayers();
+                model.removeSelectedNodes();
+            }
+            host.clickTool("Delete");
+        },
+        [this] {
+            const bool agreed = step.b % 4 != 0;
+            const QString flags = QString::number(step.a % 2048, 2).rightJustified(11, '0');
+            tell(agreed ? "apply " + flags : "open the attributes and cancel");
+            answer = [&](QWidget *modal) {
+                QMap<int, QCheckBox *> boxes;
+                for (QCheckBox *const box : modal->findChildren<QCheckBox *>()) {
+                    boxes[box->y()] = box;
+                }
+                for (int i = 0; i < flags.size(); ++i) {
+                    boxes.values()[i]->setChecked(flags[i] == '1');
+                }
+                agreed ? ModalAnswers::agree(modal) : qobject_cast<QDialog *>(modal)->reject();
+            };
+            if (!order().empty()) {
+                model.warnings = 1;
+                if (agreed) {
+                    model.applyAttributes(flags);
+                }
+            }
+            host.action("Apply Attributes to Selected ...")->trigger();
+        },
+        [this] {
+            tell("ask for a rebuild");
+            model.rebuild(false);
+            host.rebuild();
+        },
+        [this] {
+            const osg::MaterialPtr material = anyMaterial(step.a);
+            if (!material) {
+                return;
+            }
+            const bool told = step.b % 3 != 0;
+            tell(QString("rename material %1%2")
+                     .arg(mkMaterials::getName(material), told ? "" : ", untold"));
+            material->setName(step.b % 2 == 0 ? "red" : "gold" + std::to_string(step.b % 4));
+            if (told) {
+                model.materialRenamed(material);
+                host.send("materialRenamed", material);
+            }
+            host.send("mkTransform::changedTransformation");
+        },
+        [this] {
+            tell("select in the host");
+            std::vector<mkNodePtr> nodes;
+            for (unsigned i = 0; i <= step.b % 3; ++i) {
+                nodes.emplace_back(anyNode(step.a + 3 * i));
+            }
+            mkSelectionManager::selectNodes(nodes);
+        },
+        [this] {
+            tell("remove " + nameOf(anyNode(step.a)) + " from the scene");
+            model.modified |= mkScenegraph::removeNode(anyNode(step.a));
+            // A removed node lives on only in the layers that hold it.
+            mkUndo::stack()->clear();
+        },
+        [this] {
+            if (sceneNodes().size() < manyNodes) {
+                tell("add a node below " + nameOf(anyNode(step.a)));
+                const osg::NodePtr added = osg::Node::create();
+                added->setName(anyName(step.b).toStdString());
+                added->setCore(osg::Geometry::create());
+                anyNode(step.a)->addChild(added);
+            }
+        },
+        [this] {
+            tell("rename node " + nameOf(anyNode(step.a)));
+            anyNode(step.a)->setName(anyName(step.b).toStdString());
+            // A container that may get the id of a row's node.
+            const osg::MaterialPtr material = osg::Material::create();
+            material->setName("extra");
+            if (mkMaterials::getMaterials().size() < 5) {
+                mkMaterials::addMaterial(material);
+            }
+        },
+        [this] {
+            const osg::NodePtr node = anyNode(step.a);
+            tell("move " + nameOf(node) + " below " + nameOf(anyNode(step.b)));
+            if (node != mkScenegraph::getRoot()) {
+                anyNode(step.b)->addChild(node);
+            }
+            if (step.b % 4 == 0) {
+                mkMaterials::removeMaterial(anyMaterial(step.a));
+            }
+        },
+        [this] {
+            if (step.b % 3 == 0) {
+                tell("save");
+                mkController::setModified(0);
+                model.modified = false;
+            } else if (step.b % 3 == 1) {
+                tell("merge a scene");
+                mkScenegraph::Document document;
+                document.root = osg::Node::create();
+                document.root->setName(anyName(step.b).toStdString());
+                model.rebuild(false);
+                model.modified = true;
+                mkScenegraph::mergeScene(document);
+            } else {
+                openScene();
+            }
+        },
+        [this] { openScene(); },
+        [this] { storeBehindThePanel(); },
+        [this] { storeBehindThePanel(); },
+        [this] { script(); },
+        [this] { script(); },
+        [this] { rename(); },
     };
 };
 
@@ -866,9 +794,9 @@ void tst_Random::sessions()
                              .toUtf8());
 
     // Ranges are used to the full from the first sequence on.
-    const auto kind = rc::gen::inRange(0, Session::kinds);
+    const auto kind = rc::gen::inRange(0U, 45U);
     const auto choice = rc::gen::inRange(0U, 27720U);
-    const auto toStep = [](int drawn, unsigned a, unsigned b) { return Step{ drawn, a, b }; };
+    const auto toStep = [](unsigned drawn, unsigned a, unsigned b) { return Step{ drawn, a, b }; };
     const auto step = rc::gen::resize(rc::kNominalSize,
                                       rc::gen::apply(toStep, rc::gen::noShrink(kind), choice,
                                                      choice));
