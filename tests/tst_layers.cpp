@@ -205,6 +205,8 @@ void tst_Layers::selectingNodes()
     check({ "B/a", "A/c", "A/a" }, "[a, c, a]");
     check({ "A", "B/b" }, "[b, a, b, c, d]");
     check({ "B/b", "B" }, "[a, b]");
+    // Rows under a closed layer do not count among others.
+    check({ "C/d", "B/a", "A/b" }, "[a, b]");
     // The node of this row is dead.
     check({ "A/gone" }, "[]");
     check({ "A/gone", "B/b", "B/a" }, "[b, a]");

@@ -1,6 +1,7 @@
 #include "HostFixture.h"
 
 #include "mkKernel/mkController.h"
+#include "mkOpenSGUtils/mkNodeUtils.h"
 
 #include <QHeaderView>
 #include <QSignalSpy>
@@ -259,6 +260,16 @@ void tst_Sync::activation()
         host.action("Activate Layer")->trigger();
         QCOMPARE(calls.commands(), expected + "updateRender(false)");
     };
+    // What a node has of its own afterwards: below a member, members of the layer go by themselves.
+    host.addLayer("D", { "group", "g1" });
+    host.flag(host.attributes(4, "group"), 1) = false;
+    host.flag(host.attributes(4, "g1"), 2) = false;
+    host.rebuild();
+    check({ "D" }, false, "activateLayer(4) ");
+    for (const char *const node : { "group", "g1", "g2" }) {
+        const auto own = mkNodeUtils::getRenderAttributes(host.node(node));
+        QCOMPARE(host.values(own).left(2), node == QString("g1") ? "10" : "01");
+    }
     check({}, false, "");
     check({ "C/e", "A" }, false, "activateNode(3, e) activateLayer(0) ");
     check({ "B/a", "A" }, false, "activateNode(1, a) activateLayer(0) ");

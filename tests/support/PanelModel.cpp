@@ -410,52 +410,6 @@ void PanelModel::materialRenamed(const osg::MaterialPtr &material)
     }
 }
 
-std::vector<osg::Node *> PanelModel::nodesToSelect(const Rows &order) const
-{
-    Rows wanted;
-    Rows layers = selected(false);
-    if (layers.size() + selected(true).size() < 2) {
-        const int first = order.front();
-        wanted = rows[first].isNode() ? Rows{ first } : Rows();
-        layers = rows[first].isNode() ? Rows() : Rows{ first };
-    } else {
-        for (const int row : order) {
-            const Row &layer = rows[layerOf(row)];
-            if (rows[row].isNode() && layer.open && !layer.selected) {
-                wanted += row;
-            }
-        }
-    }
-    for (const int layer : qAsConst(layers)) {
-        wanted += below(layer);
-    }
-    std::vector<osg::Node *> nodes;
-    for (const int row : qAsConst(wanted)) {
-        const osg::NodePtr node = resolve(row);
-        if (mkScenegraph::isInScene(node)
-            && std::find(nodes.begin(), nodes.end(), node.get()) == nodes.end()) {
-            nodes.push_back(node.get());
-        }
-    }
-    return nodes;
-}
-
-std::vector<std::pair<int, osg::Node *>> PanelModel::activations(const Rows &order) const
-{
-    std::vector<std::pair<int, osg::Node *>> entries;
-    for (const int row : order) {
-        const int layer = rows[row].layer;
-        if (rows[row].isNode()) {
-            entries.emplace_back(layer, resolve(row).get());
-        } else if (layer < store.size()) {
-            for (const Member &member : store[layer].members) {
-                entries.emplace_back(layer, member.node);
-            }
-        }
-    }
-    return entries;
-}
-
 void PanelModel::rebuild(bool keepSelection)
 {
     ++rebuilds;

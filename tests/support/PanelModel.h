@@ -65,7 +65,6 @@ public:
     Rows visibleRows() const;
     Rows rowsNamed(const QString &text) const;
     int layerNamed(const QString &name) const;
-    Member *member(int layer, const osg::Node *node);
 
     // The user in the tree. `order` is the selection in the order in which Qt lists it.
     void selectOnly(int row);
@@ -88,10 +87,9 @@ public:
     void dropMaterial(int row, const osg::MaterialPtr &material);
     void cleanup();
     void materialRenamed(const osg::MaterialPtr &material);
-    std::vector<osg::Node *> nodesToSelect(const Rows &order) const;
-    /// The entries that activation applies, in order.
-    std::vector<std::pair<int, osg::Node *>> activations(const Rows &order) const;
     void rebuild(bool keepSelection);
+    /// Rebuilds after a change of the document.
+    void changed(bool keepSelection);
 
     // The store, as the host documents it.
     void storeAddNode(int layer, osg::Node *node);
@@ -105,12 +103,12 @@ public:
 
 private:
     Rows selected(bool nodes) const;
+    Member *member(int layer, const osg::Node *node);
     /// The node of a row that lives now; null for layer rows.
     osg::NodePtr resolve(int row) const;
     /// Of a row's node, or of whatever is at its place in the store; null where there are none.
     Attributes *attributesOf(int row);
     Attributes *attributesAt(int row);
     void writeCells(int row);
-    void changed(bool keepSelection);
     void storeMoveNode(int layer, osg::Node *node, int by);
 };
