@@ -13,23 +13,17 @@ class tst_Attributes : public QObject
 private Q_SLOTS:
     void init();
     void cellsShowTheStore();
-    void layerRowsShowOnlyTheirName();
-    void doubleClickToggles_data();
     void doubleClickToggles();
     void dataOfTheRowIsItsTruth();
     void editsAreAnnounced();
     void deadNodeIsLeftAlone();
     void clearButtonIsWhereItIsPainted();
-    void clearButton_data();
     void clearButton();
-    void clearButtonReleasedOverNothing();
-    void clearCommand_data();
     void clearCommand();
 
 private:
-    QStringList storeCalls(const HostCalls &calls) const;
-    void setMaterial(const osg::RaytracingGeoAttachmentPtr &attributes, const char *name);
-    void kill(const char *node);
+    /// Both nodes of "A" have material "red", in use or not.
+    void makeRed(bool used);
     QRect paintedIcon(const QString &path) const;
 
     HostFixture host;
@@ -45,28 +39,13 @@ void tst_Attributes::init()
     host.tree()->resizeColumnToContents(0);
 }
 
-QStringList tst_Attributes::storeCalls(const HostCalls &calls) const
+void tst_Attributes::makeRed(bool used)
 {
-    QStringList names;
-    for (const QString &line : calls.lines({ "mkRenderLayer::" })) {
-        names += line.section('(', 0, 0).section("::", 1);
+    for (const char *member : { "a", "b" }) {
+        host.attributes(0, member)->setOverrideMaterial(host.material("red"));
+        host.flag(host.attributes(0, member), 11) = used;
     }
-    return names;
-}
-
-void tst_Attributes::setMaterial(const osg::RaytracingGeoAttachmentPtr &attributes,
-                                 const char *name)
-{
-    attributes->setOverrideMaterial(host.material(name));
-}
-
-/// Takes a node out of scene and store, behind the tree's back.
-void tst_Attributes::kill(const char *node)
-{
-    host.store()->subNode(0, host.node(node));
-    mkScenegraph::removeNode(host.node(node));
-    QVERIFY(!host.node(node));
-    mkController::setModified(0);
+    host.rebuild();
 }
 
 void tst_Attributes::cellsShowTheStore()
@@ -80,69 +59,45 @@ void tst_Attributes::cellsShowTheStore()
         QCOMPARE(host.cells("A/b"), host.values(attributes));
         QCOMPARE(host.row("A/b")->text(column), QStringLiteral("On"));
     }
-    QVERIFY(qvariant_cast<QIcon>(host.row("A/b")->data(12, Qt::DecorationRole)).isNull());
-    setMaterial(attributes, "blue");
+    attributes->setOverrideMaterial(host.material("blue"));
     host.rebuild();
-    QCOMPARE(host.row("A/b")->text(12), QStringLiteral("blue"));
-    QVERIFY(!qvariant_cast<QIcon>(host.row("A/b")->data(12, Qt::DecorationRole)).isNull());
+    QCOMPARE(host.cells("A/b"), QStringLiteral("00000000001 blue"));
     QCOMPARE(host.cells("A/a"), QStringLiteral("11111111110 Empty"));
     QVERIFY(!host.row("A/a")->data(0, Qt::DecorationRole).value<QPixmap>().isNull());
-}
-
-void tst_Attributes::layerRowsShowOnlyTheirName()
-{
-    for (int column = 0; column <= 12; ++column) {
-        QCOMPARE(host.row("A")->text(column), column == 0 ? QStringLiteral("A") : QString());
-        QVERIFY(!host.row("A")->data(column, Qt::DecorationRole).isValid());
-        QVERIFY(!host.row("A")->data(column, Qt::UserRole).isValid());
-        QVERIFY(!host.row("A/a")->data(column, Qt::CheckStateRole).isValid());
-    }
-}
-
-void tst_Attributes::doubleClickToggles_data()
-{
-    QTest::addColumn<QString>("path");
-    QTest::addColumn<int>("column");
-    for (const QString &path : { QString("A/a"), QString("A/b"), QString("B/a"), QString("A") }) {
-        for (int column = 0; column <= 12; ++column) {
-            QTest::newRow(qPrintable(path + ' ' + QString::number(column))) << path << column;
-        }
-    }
+    QVERIFY(!host.row("A/a")->data(1, Qt::CheckStateRole).isValid());
+    // Layer rows show only their name.
+    QCOMPARE(host.cells("A"), QString(12, ' '));
+    QVERIFY(!host.row("A")->data(0, Qt::DecorationRole).isValid());
 }
 
 void tst_Attributes::doubleClickToggles()
 {
-    QFETCH(QString, path);
-    QFETCH(int, column);
-    const bool toggles = path.contains('/') && column >= 1 && column <= 11;
-    const unsigned layer = path.startsWith('A') ? 0 : 1;
-    const QString member = path.section('/', 1);
-    QStringList before{ "11111111110 Empty", "11111111110 Empty", "11111111110 Empty" };
-    const auto stored = [&] {
-        return QStringList{ host.values(host.attributes(0, "a")),
-                            host.values(host.attributes(0, "b")),
-                            host.values(host.attributes(1, "a")) };
-    };
-    QTreeWidgetItem *const row = host.row(path);
-    {
-        const HostCalls calls;
-        host.doubleClick(path, column);
-        QCOMPARE(storeCalls(calls).count("setAttributes"), toggles ? 1 : 0);
-        QCOMPARE(storeCalls(calls).count("isEmpty"), 0); // no rebuild
-    }
-    QStringList after = before;
-    if (toggles) {
-        QString &changed = after[layer == 1 ? 2 : member == "b" ? 1 : 0];
-        changed[column - 1] = column == 11 ? '1' : '0';
-        QCOMPARE(host.row(path), row);
-        QCOMPARE(host.cells(path), changed);
-    }
-    QCOMPARE(stored(), after);
-    QVERIFY(!mkController::isModified());
-    if (toggles) {
-        host.doubleClick(path, column);
-        QCOMPARE(host.cells(path), before[0]);
-        QCOMPARE(stored(), before);
+    const QString before = "11111111110 Empty";
+    for (const char *path : { "A/a", "A/b", "B/a", "A" }) {
+        for (int column = 0; column <= 12; ++column) {
+            init();
+            const bool toggles = strlen(path) > 1 && column >= 1 && column <= 11;
+            QString after = before;
+            if (toggles) {
+                after[column - 1] = column == 11 ? '1' : '0';
+            }
+            const HostCalls calls;
+            host.doubleClick(path, column);
+            // The values go to the store, and nothing is rebuilt.
+            QCOMPARE(calls.count("mkRenderLayer::setAttributes"), toggles ? 1 : 0);
+            QCOMPARE(calls.count("mkRenderLayer::isEmpty"), 0);
+            for (const QString row : { "A/a", "A/b", "B/a" }) {
+                const QString expected = row == path ? after : before;
+                QCOMPARE(host.cells(row), expected);
+                QCOMPARE(host.values(host.attributes(row[0] == 'A' ? 0 : 1, row.section('/', 1))),
+                         expected);
+            }
+            QVERIFY(!mkController::isModified());
+            if (toggles) {
+                host.doubleClick(path, column);
+                QCOMPARE(host.cells(path), before);
+            }
+        }
     }
 }
 
@@ -184,16 +139,14 @@ void tst_Attributes::editsAreAnnounced()
 
 void tst_Attributes::deadNodeIsLeftAlone()
 {
-    setMaterial(host.attributes(0, "b"), "red");
-    host.rebuild();
-    const QPoint button = paintedIcon("A/b").center();
-    kill("b");
+    makeRed(false);
+    host.kill("b");
     host.doubleClick("A/b", 2);
     QCOMPARE(host.cells("A/b"), QStringLiteral("10111111110 red"));
-    QCOMPARE(host.values(host.attributes(0, "a")), QStringLiteral("11111111110 Empty"));
     QVERIFY(!mkController::isModified());
-    QTest::mouseClick(host.tree()->viewport(), Qt::LeftButton, {}, button);
+    host.click(host.clearButton(host.row("A/b")));
     QCOMPARE(host.cells("A/b"), QStringLiteral("10111111110 red"));
+    QCOMPARE(host.values(host.attributes(0, "a")), QStringLiteral("11111111110 red"));
     QVERIFY(mkController::isModified());
 }
 
@@ -223,8 +176,7 @@ QRect tst_Attributes::paintedIcon(const QString &path) const
 
 void tst_Attributes::clearButtonIsWhereItIsPainted()
 {
-    setMaterial(host.attributes(0, "a"), "red");
-    host.rebuild();
+    makeRed(false);
     const QRect painted = paintedIcon("A/a");
     QVERIFY(painted.width() >= 8 && painted.height() >= 8);
     const QRect cell = host.cell("A/a", 12);
@@ -232,12 +184,11 @@ void tst_Attributes::clearButtonIsWhereItIsPainted()
     int hits = 0;
     for (int y = cell.top(); y <= cell.bottom(); ++y) {
         for (int x = cell.left(); x <= cell.left() + 60; x += 2) {
-            QTest::mouseClick(host.tree()->viewport(), Qt::LeftButton, {}, QPoint(x, y));
+            host.click(QPoint(x, y));
             if (host.row("A/a")->text(12) == "Empty") {
                 hit |= QRect(x, y, 1, 1);
                 ++hits;
-                setMaterial(host.attributes(0, "a"), "red");
-                host.rebuild();
+                makeRed(false);
             }
         }
     }
@@ -247,122 +198,76 @@ void tst_Attributes::clearButtonIsWhereItIsPainted()
     QCOMPARE(hits, (hit.width() / 2 + 1) * hit.height());
 }
 
-void tst_Attributes::clearButton_data()
-{
-    QTest::addColumn<QString>("press");
-    QTest::addColumn<QString>("release");
-    QTest::addColumn<bool>("clears");
-    QTest::addColumn<QString>("selected");
-    // Where: the row, and its button, its material's name, its neighbour cell.
-    QTest::newRow("click") << "a button"
-                           << "a button" << true << "A*";
-    QTest::newRow("release on the name") << "a button"
-                                         << "a name" << false << "A*";
-    QTest::newRow("release on column 11") << "a button"
-                                          << "a flag" << false << "A*";
-    QTest::newRow("release on another") << "a button"
-                                        << "b button" << false << "A*";
-    QTest::newRow("press on the name") << "a name"
-                                       << "a button" << false << "A/a*";
-    QTest::newRow("press on column 11") << "a flag"
-                                        << "a button" << false << "A/a*";
-    QTest::newRow("press on another") << "b button"
-                                      << "a button" << false << "A*";
-    QTest::newRow("ordinary click") << "a name"
-                                    << "a name" << false << "A/a*";
-}
-
 void tst_Attributes::clearButton()
 {
-    QFETCH(QString, press);
-    QFETCH(QString, release);
-    QFETCH(bool, clears);
-    QFETCH(QString, selected);
-    for (const char *member : { "a", "b" }) {
-        setMaterial(host.attributes(0, member), "red");
-        host.flag(host.attributes(0, member), 11) = true;
-    }
-    host.rebuild();
-    std::map<QString, QPoint> points;
+    makeRed(true);
+    // Where: the button of a row, its material's name, its neighbour cell; or below all rows.
+    std::map<QString, QPoint> points{ { "nowhere", host.emptySpace() } };
     for (const QString &member : { QString("a"), QString("b") }) {
         const QString path = "A/" + member;
         points[member + " button"] = paintedIcon(path).center();
         points[member + " name"] = host.cell(path, 12).center() + QPoint(10, 0);
         points[member + " flag"] = host.cell(path, 11).center();
     }
-    host.select({ "A" });
-    QTest::mousePress(host.tree()->viewport(), Qt::LeftButton, {}, points.at(press));
-    QTest::mouseRelease(host.tree()->viewport(), Qt::LeftButton, {}, points.at(release));
-
-    const QString expected = clears ? "11111111111 Empty" : "11111111111 red";
-    QCOMPARE(host.cells("A/a"), expected);
-    QCOMPARE(host.values(host.attributes(0, "a")), expected);
-    QCOMPARE(host.cells("A/b"), QStringLiteral("11111111111 red"));
-    QCOMPARE(host.selected(), selected);
-    QCOMPARE(mkController::isModified(), clears);
-    QCOMPARE(qvariant_cast<QIcon>(host.row("A/a")->data(12, Qt::DecorationRole)).isNull(), clears);
-}
-
-void tst_Attributes::clearButtonReleasedOverNothing()
-{
-    setMaterial(host.attributes(0, "a"), "red");
-    host.rebuild();
-    const QPoint button = paintedIcon("A/a").center();
-    const QPoint nowhere(button.x(), host.tree()->viewport()->height() - 5);
-    host.select({ "A/b" });
-    QWidget *const viewport = host.tree()->viewport();
-    QTest::mousePress(viewport, Qt::LeftButton, {}, button);
-    QTest::mouseRelease(viewport, Qt::LeftButton, {}, nowhere);
-    QTest::mouseRelease(viewport, Qt::LeftButton, {}, button);
-    QCOMPARE(host.cells("A/a"), QStringLiteral("11111111110 red"));
-    QTest::mouseClick(viewport, Qt::LeftButton, {}, nowhere);
-    QCOMPARE(host.selected(), QStringLiteral("A/b*"));
-}
-
-void tst_Attributes::clearCommand_data()
-{
-    QTest::addColumn<QStringList>("selection");
-    QTest::addColumn<QString>("cleared");
-    QTest::newRow("one node") << QStringList{ "A/b" } << "Ab";
-    QTest::newRow("nodes and their layer") << QStringList{ "A/a", "A", "A/b" } << "Aa Ab";
-    QTest::newRow("a collapsed layer's node too") << QStringList{ "A/a", "B/a" } << "Aa";
-    QTest::newRow("layers only") << QStringList{ "A", "B" } << "";
-    QTest::newRow("a collapsed layer's node only") << QStringList{ "A", "B/a" } << "";
-    QTest::newRow("nothing") << QStringList() << "";
+    const auto check = [&](const char *press, const char *release, bool clears,
+                           const char *selected) {
+        makeRed(true);
+        mkController::setModified(0);
+        host.select({ "A" });
+        QWidget *const viewport = host.tree()->viewport();
+        QTest::mousePress(viewport, Qt::LeftButton, {}, points.at(press));
+        QTest::mouseRelease(viewport, Qt::LeftButton, {}, points.at(release));
+        // A second release belongs to no press.
+        QTest::mouseRelease(viewport, Qt::LeftButton, {}, points.at("a button"));
+        const QString expected = clears ? "11111111111 Empty" : "11111111111 red";
+        QCOMPARE(host.cells("A/a"), expected);
+        QCOMPARE(host.values(host.attributes(0, "a")), expected);
+        QCOMPARE(host.cells("A/b"), QStringLiteral("11111111111 red"));
+        QCOMPARE(host.selected(), selected);
+        QCOMPARE(mkController::isModified(), clears);
+    };
+    check("a button", "a button", true, "A*");
+    check("a button", "a name", false, "A*");
+    check("a button", "a flag", false, "A*");
+    check("a button", "b button", false, "A*");
+    check("a button", "nowhere", false, "A*");
+    check("a name", "a button", false, "A/a*");
+    check("a flag", "a button", false, "A/a*");
+    check("b button", "a button", false, "A*");
+    check("nowhere", "nowhere", false, "A*");
 }
 
 void tst_Attributes::clearCommand()
 {
-    QFETCH(QStringList, selection);
-    QFETCH(QString, cleared);
-    host.store()->setCollapseState(1, 0);
-    const std::map<QString, osg::RaytracingGeoAttachmentPtr> entries{
-        { "Aa", host.attributes(0, "a") },
-        { "Ab", host.attributes(0, "b") },
-        { "Ba", host.attributes(1, "a") },
+    const auto check = [this](const QStringList &selection, const QStringList &cleared) {
+        init();
+        host.store()->setCollapseState(1, 0);
+        host.attributes(1, "a")->setOverrideMaterial(host.material("red"));
+        host.flag(host.attributes(1, "a"), 11) = true;
+        makeRed(true);
+        host.select(selection);
+        host.tree()->setColumnWidth(0, 1);
+        const int narrow = host.tree()->columnWidth(0);
+        const HostCalls calls;
+        host.action("Clear Override Material")->trigger();
+        QCOMPARE(host.tree()->columnWidth(0) > narrow, !cleared.isEmpty());
+        QCOMPARE(calls.count("mkRenderLayer::isEmpty"), cleared.isEmpty() ? 0 : 1);
+        QCOMPARE(mkController::isModified(), !cleared.isEmpty());
+        for (const QString row : { "A/a", "A/b", "B/a" }) {
+            const QString expected = cleared.contains(row) ? "11111111110 Empty"
+                                                           : "11111111111 red";
+            QCOMPARE(host.values(host.attributes(row[0] == 'A' ? 0 : 1, row.section('/', 1))),
+                     expected);
+            QCOMPARE(host.cells(row), expected);
+        }
     };
-    for (const auto &entry : entries) {
-        setMaterial(entry.second, "red");
-        host.flag(entry.second, 11) = true;
-    }
-    host.rebuild();
-    host.select(selection);
-    host.tree()->setColumnWidth(0, 1);
-    const int narrow = host.tree()->columnWidth(0);
-    const HostCalls calls;
-    host.action("Clear Override Material")->trigger();
-    QCOMPARE(host.tree()->columnWidth(0) > narrow, !cleared.isEmpty());
-    if (selection.size() > 1 && !cleared.isEmpty()) {
-        QCOMPARE(host.selected(), selection.first() + '*');
-    }
-    QCOMPARE(storeCalls(calls).count("isEmpty"), cleared.isEmpty() ? 0 : 1);
-    for (const auto &entry : entries) {
-        const QString expected = cleared.contains(entry.first) ? "11111111110 Empty"
-                                                               : "11111111111 red";
-        QCOMPARE(host.values(entry.second), expected);
-        QCOMPARE(host.cells(QString(entry.first).insert(1, '/')), expected);
-    }
-    QCOMPARE(mkController::isModified(), !cleared.isEmpty());
+    check({ "A/b" }, { "A/b" });
+    check({ "A/a", "A", "A/b" }, { "A/a", "A/b" });
+    QCOMPARE(host.selected(), QStringLiteral("A/a*"));
+    // A collapsed layer's node is spared.
+    check({ "A/a", "B/a" }, { "A/a" });
+    check({ "A", "B/a" }, {});
+    check({}, {});
 }
 
 HOST_TEST_MAIN(tst_Attributes)

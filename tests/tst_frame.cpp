@@ -1,6 +1,5 @@
 #include "HostFixture.h"
 
-#include "mkKernel/mkSelectionManager.h"
 #include "mkShortcut/mkShortcut.h"
 
 #include <QCheckBox>
@@ -26,12 +25,8 @@ private Q_SLOTS:
     void slotTable();
     void menu();
     void listedKeys();
-    void menuOfAnEmptyTree();
-    void enabling_data();
     void enabling();
-    void commands_data();
     void commands();
-    void renamingNeedsASelectedRow();
     void onlyLayersAreRenamed();
     void translations();
 
@@ -145,170 +140,135 @@ QString tst_Frame::enabled() const
     return digits;
 }
 
-void tst_Frame::menuOfAnEmptyTree()
+void tst_Frame::enabling()
 {
+    const auto check = [this](const QString &path, const QStringList &selection,
+                              const QString &expected, const QString &tip) {
+        init();
+        // Every request starts afresh, but the module's entries are not the tree's to touch.
+        for (const char *before : { "B/c", "" }) {
+            host.openMenu(before);
+            host.closeMenu();
+        }
+        host.action("Activate Layer")->setEnabled(false);
+        host.select(selection);
+        const QMenu *const menu = host.openMenu(path);
+        const QPoint position = menu->pos();
+        host.closeMenu();
+        const QString request = path + " with " + selection.join(' ') + ": ";
+        QCOMPARE(request + enabled(), request + expected);
+        QStringList tips;
+        for (const QAction *action : menu->actions().mid(0, 15)) {
+            tips += action->statusTip();
+        }
+        QCOMPARE(tips.join(QString()), tip);
+        QCOMPARE(host.action("Select Nodes")->statusTip(), tip);
+        if (!path.isEmpty()) {
+            QCOMPARE(position, host.tree()->viewport()->mapToGlobal(host.cell(path, 0).center()));
+        }
+        QVERIFY(!host.action("Activate Layer")->isEnabled());
+        host.action("Activate Layer")->setEnabled(true);
+        QCOMPARE(host.action("Reset Layer")->statusTip(), QStringLiteral("Deactivates all layers"));
+    };
+    const QString ofLayer = "Select nodes of layer 'A'";
+    const QString ofNode = "Select node 'a'";
+    check("", { "A" }, "100010000010", "");
+    check("A", {}, "111111111111", ofLayer);
+    check("A", { "B" }, "111111111111", ofLayer);
+    check("A", { "A", "B" }, "101111111111", "");
+    check("A", { "A/a", "B/c" }, "101111111111", "");
+    check("A", { "A", "B/c" }, "101110011111", "");
+    // Rows under a closed layer do not count.
+    check("A", { "A", "C/e" }, "111111111111", ofLayer);
+    check("A", { "C/a", "C/e" }, "111111111111", ofLayer);
+    check("A/a", { "B/d" }, "101011111111", ofNode);
+    check("A/a", { "A/a", "A/b" }, "101011111111", "");
+    check("A/a", { "A", "A/a" }, "101010011111", "");
     host.reset();
-    QVERIFY(host.openMenu("")->isVisible());
+    host.openMenu("");
     host.closeMenu();
     QCOMPARE(enabled(), QStringLiteral("100010000000"));
 }
 
-void tst_Frame::enabling_data()
-{
-    QTest::addColumn<QString>("path");
-    QTest::addColumn<QStringList>("selection");
-    QTest::addColumn<QString>("expected");
-    QTest::addColumn<QString>("tip");
-    const auto row = [](const QString &path, const QStringList &selection, const QString &expected,
-                        const QString &tip) {
-        const QString name = path + ", " + selection.join(' ');
-        QTest::newRow(qPrintable(name)) << path << selection << expected << tip;
-    };
-    const QString ofLayer = "Select nodes of layer 'A'";
-    const QString ofNode = "Select node 'a'";
-    row("", { "A" }, "100010000010", "");
-    row("A", {}, "111111111111", ofLayer);
-    row("A", { "A" }, "111111111111", ofLayer);
-    row("A", { "B" }, "111111111111", ofLayer);
-    row("A", { "A", "B" }, "101111111111", "");
-    row("A", { "A/a", "B/c" }, "101111111111", "");
-    row("A", { "A", "B/c" }, "101110011111", "");
-    // Rows under a closed layer do not count.
-    row("A", { "A", "C/e" }, "111111111111", ofLayer);
-    row("A", { "C/a", "C/e" }, "111111111111", ofLayer);
-    row("A/a", {}, "101011111111", ofNode);
-    row("A/a", { "B/d" }, "101011111111", ofNode);
-    row("A/a", { "A/a", "A/b" }, "101011111111", "");
-    row("A/a", { "A", "A/a" }, "101010011111", "");
-}
-
-void tst_Frame::enabling()
-{
-    QFETCH(QString, path);
-    QFETCH(QStringList, selection);
-    QFETCH(QString, expected);
-    QFETCH(QString, tip);
-    // Every request starts afresh, but the module's entries are not the tree's to touch.
-    for (const char *before : { "B/c", "" }) {
-        host.openMenu(before);
-        host.closeMenu();
-    }
-    host.action("Activate Layer")->setEnabled(false);
-    host.select(selection);
-    const QMenu *const menu = host.openMenu(path);
-    const QPoint position = menu->pos();
-    host.closeMenu();
-    QCOMPARE(enabled(), expected);
-    QStringList tips;
-    for (const QAction *action : menu->actions().mid(0, 15)) {
-        tips += action->statusTip();
-    }
-    QCOMPARE(tips.join(QString()), tip);
-    QCOMPARE(host.action("Select Nodes")->statusTip(), tip);
-    if (!path.isEmpty()) {
-        QCOMPARE(position, host.tree()->viewport()->mapToGlobal(host.cell(path, 0).center()));
-    }
-    QVERIFY(!host.action("Activate Layer")->isEnabled());
-    host.action("Activate Layer")->setEnabled(true);
-    QCOMPARE(host.action("Reset Layer")->statusTip(), QStringLiteral("Deactivates all layers"));
-}
-
-void tst_Frame::commands_data()
-{
-    QTest::addColumn<QStringList>("selection");
-    QTest::addColumn<QString>("done");
-    QTest::addColumn<QString>("selected");
-    const auto row = [](const char *trigger, const QStringList &selection, const char *done,
-                        const char *selected) {
-        const QString name = QString(trigger) + ", " + selection.join(' ');
-        QTest::newRow(qPrintable(name)) << selection << done << selected;
-    };
-    const char *const all = "A A/a A/b B* B/c B/d C";
-    row("Ctrl+A", { "B" }, "", all);
-    row("Ctrl+D", { "B" }, "copyLayer(1, B1) rebuild setModified(1)", "B*");
-    row("Ctrl+N", { "A/b" }, "mkScopedUndo(true) selectNode(b) ~mkScopedUndo()", "A/b*");
-    row("Ctrl+R", { "B" }, "editing", "B*");
-    row("Ctrl+R", { "A/a" }, "", "A/a*");
-    row("Ctrl+R", { "B", "C/e" }, "", "B* C/e");
-    row("Ctrl+R", {}, "", "");
-    row("F2", { "B" }, "editing", "B*");
-    row("F2", { "B", "A" }, "", "A B*");
-    row("Ctrl+Up", { "B" }, "moveUpLayer(1) rebuild", "B*");
-    row("Ctrl+Down", { "B" }, "moveDownLayer(1) rebuild", "B*");
-    row("Del", { "B" }, "subLayer(B) rebuild setModified(1)", "");
-    row("Del", { "B/c", "A" },
-        "subLayer(A) rebuild setModified(1) subNode(0, c) rebuild setModified(1)", "");
-    // A key that is taken is not the view's any more, also when nothing comes of it.
-    row("Ctrl+Down", { "A", "B/c" }, "", "A* B/c");
-    // Everything else is the view's own: search, editing, moving, selecting.
-    row("D", { "A" }, "", "B/d*");
-    row("Ctrl+Shift+D", { "B" }, "", "B*");
-    row("Ctrl+Alt+N", { "B" }, "", "B*");
-    row("Ctrl+Del", { "B" }, "", "B*");
-    row("Shift+Del", { "B" }, "", "B*");
-    row("Num+Del", { "B" }, "", "B*");
-    row("Shift+F2", { "B", "A" }, "editing", "A B*");
-    row("Down", { "A" }, "", "A/a*");
-    row("Shift+Down", { "A" }, "", "A A/a*");
-    row("Ctrl+Shift+Down", { "A" }, "", "A");
-    row("Ctrl+Space", { "A" }, "", "");
-
-    row("Create Layer", { "B" }, "addLayer(Layer) rebuild setModified(1)", "B*");
-    row("Rename Layer", { "B", "C/e" }, "editing", "B* C/e");
-    row("Delete", { "B" }, "subLayer(B) rebuild setModified(1)", "");
-    row("Duplicate Layer", { "B" }, "copyLayer(1, B1) rebuild setModified(1)", "B*");
-    row("Select All", { "B" }, "", all);
-    row("Move Up", { "B" }, "moveUpLayer(1) rebuild", "B*");
-    row("Move Down", { "B" }, "moveDownLayer(1) rebuild", "B*");
-    row("Add Selected Nodes", { "B" }, "addNode(1, e) rebuild setModified(1)", "B*");
-    row("Select Nodes", { "A/b" }, "mkScopedUndo(true) selectNode(b) ~mkScopedUndo()", "A/b*");
-    row("Cleanup", {}, "cleanup(scene) rebuild", "");
-}
-
-/// A key press, or a click on a menu entry.
+/// Key presses, and clicks on menu entries. Where the first column is fitted, "fit" is the last.
 void tst_Frame::commands()
 {
-    QFETCH(QStringList, selection);
-    QFETCH(QString, done);
-    QFETCH(QString, selected);
-    const QString trigger = QString(QTest::currentDataTag()).section(", ", 0, 0);
-    mkSelectionManager::selectNode(host.node("e"));
-    host.select(selection);
-    const HostCalls calls;
-    if (QAction *const entry = host.action(trigger)) {
-        QMenu *const menu = host.openMenu("A");
-        QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(entry).center());
-    } else {
-        const int key = QKeySequence(trigger)[0];
-        host.key(key & ~int(Qt::KeyboardModifierMask),
-                 Qt::KeyboardModifiers(key & int(Qt::KeyboardModifierMask)));
-    }
-    QString happened = calls.commands();
-    if (QWidget *const editor = host.tree()->findChild<QLineEdit *>()) {
-        happened += "editing";
-        QTest::keyClick(editor, Qt::Key_Escape);
-    }
-    QCOMPARE(happened, done);
-    QCOMPARE(host.selected(), selected);
-}
+    const auto check = [this](const QString &trigger, const QStringList &selection,
+                              const QString &done, const QString &selected) {
+        init();
+        host.selectInHost({ "e" });
+        host.select(selection);
+        host.tree()->setColumnWidth(0, 1);
+        const int narrow = host.tree()->columnWidth(0);
+        const HostCalls calls;
+        if (QAction *const entry = host.action(trigger)) {
+            QMenu *const menu = host.openMenu("A");
+            QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(entry).center());
+        } else {
+            const int key = QKeySequence(trigger)[0];
+            host.key(key & ~int(Qt::KeyboardModifierMask),
+                     Qt::KeyboardModifiers(key & int(Qt::KeyboardModifierMask)));
+        }
+        QString happened = trigger + ": " + calls.commands();
+        if (host.editor()) {
+            happened += "editing";
+            QTest::keyClick(host.editor(), Qt::Key_Escape);
+        }
+        happened += host.tree()->columnWidth(0) > narrow ? " fit" : "";
+        QCOMPARE(happened, trigger + ": " + done);
+        QCOMPARE(host.selected(), selected);
+    };
+    const char *const all = "A A/a A/b B* B/c B/d C";
+    check("Ctrl+A", { "B" }, "", all);
+    check("Ctrl+D", { "B" }, "copyLayer(1, B1) rebuild setModified(1) fit", "B*");
+    check("Ctrl+N", { "A/b" }, "mkScopedUndo(true) selectNode(b) ~mkScopedUndo()", "A/b*");
+    check("Ctrl+R", { "B" }, "editing", "B*");
+    check("Ctrl+R", { "A/a" }, "", "A/a*");
+    check("Ctrl+R", { "B", "C/e" }, "", "B* C/e");
+    check("Ctrl+R", {}, "", "");
+    check("F2", { "B" }, "editing", "B*");
+    check("F2", { "B", "A" }, "", "A B*");
+    check("Ctrl+Up", { "B" }, "moveUpLayer(1) rebuild", "B*");
+    check("Ctrl+Down", { "B" }, "moveDownLayer(1) rebuild", "B*");
+    check("Del", { "B/c", "A" },
+          "subLayer(A) rebuild setModified(1) subNode(0, c) rebuild setModified(1)", "");
+    // A key that is taken is not the view's any more, also when nothing comes of it.
+    check("Ctrl+Down", { "A", "B/c" }, "", "A* B/c");
+    // Everything else is the view's own: search, editing, moving, selecting.
+    check("D", { "A" }, "", "B/d*");
+    check("Ctrl+Shift+D", { "B" }, "", "B*");
+    check("Ctrl+Alt+N", { "B" }, "", "B*");
+    check("Shift+Del", { "B" }, "", "B*");
+    check("Num+Del", { "B" }, "", "B*");
+    check("Shift+F2", { "B", "A" }, "editing", "A B*");
+    check("Down", { "A" }, "", "A/a*");
+    check("Ctrl+Shift+Down", { "A" }, "", "A");
+    check("Ctrl+Space", { "A" }, "", "");
 
-void tst_Frame::renamingNeedsASelectedRow()
-{
-    host.select({ "B" });
-    host.key(Qt::Key_Space, Qt::ControlModifier);
-    QCOMPARE(host.tree()->currentItem(), host.row("B"));
-    host.key(Qt::Key_F2);
-    QVERIFY(!host.tree()->findChild<QLineEdit *>());
+    check("Create Layer", { "B" }, "addLayer(Layer) rebuild setModified(1) fit", "B*");
+    check("Rename Layer", { "B", "C/e" }, "editing", "B* C/e");
+    check("Delete", { "B" }, "subLayer(B) rebuild setModified(1)", "");
+    check("Duplicate Layer", { "B" }, "copyLayer(1, B1) rebuild setModified(1) fit", "B*");
+    check("Select All", { "B" }, "", all);
+    check("Move Up", { "B" }, "moveUpLayer(1) rebuild", "B*");
+    check("Move Down", { "B" }, "moveDownLayer(1) rebuild", "B*");
+    check("Add Selected Nodes", { "B" }, "addNode(1, e) rebuild setModified(1) fit", "B*");
+    check("Select Nodes", { "A/b" }, "mkScopedUndo(true) selectNode(b) ~mkScopedUndo()", "A/b*");
+    check("Cleanup", {}, "cleanup(scene) rebuild", "");
 }
 
 void tst_Frame::onlyLayersAreRenamed()
 {
     for (const char *path : { "A/a", "B" }) {
         host.doubleClick(path, 0);
-        auto *const editor = host.tree()->findChild<QLineEdit *>();
-        QCOMPARE(editor != nullptr, path == QStringLiteral("B"));
-        delete editor;
+        QCOMPARE(host.editor() != nullptr, path == QStringLiteral("B"));
     }
+    host.type("B", Qt::Key_Escape);
+    // Nor is a current row that is not selected.
+    host.key(Qt::Key_Space, Qt::ControlModifier);
+    QCOMPARE(host.tree()->currentItem(), host.row("B"));
+    host.key(Qt::Key_F2);
+    QVERIFY(!host.editor());
 }
 
 /// Names the context in front of each text, as a translation of everything would.

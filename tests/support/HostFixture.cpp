@@ -4,6 +4,8 @@
 #include "mkIconManager/mkIconManager.h"
 #include "mkKernel/mkController.h"
 #include "mkKernel/mkScript.h"
+#include "mkKernel/mkSelectionManager.h"
+#include "mkKernelServices/mkdMaterial.h"
 #include "mkMicroKernel/mkMicroKernel.h"
 #include "mkOpenSGUtils/mkMaterials.h"
 #include "mkOpenSGUtils/mkNodeUtils.h"
@@ -11,13 +13,15 @@
 #include "mkUtils/mkLog.h"
 
 #include <QApplication>
+#include <QDialogButtonBox>
 #include <QDropEvent>
+#include <QLineEdit>
 #include <QLoggingCategory>
+#include <QMessageBox>
 #include <QMimeData>
-#include <QPointer>
+#include <QPushButton>
 #include <QScopeGuard>
 #include <QTest>
-#include <QTimer>
 #include <QToolBar>
 #include <QTreeWidgetItemIterator>
 
@@ -49,20 +53,16 @@ osg::NodePtr addChild(const osg::NodePtr &parent, const char *name, const osg::N
     return node;
 }
 
-osg::MaterialPtr createMaterial(const char *name)
-{
-    const osg::MaterialPtr material = osg::Material::create();
-    material->setName(name);
-    return material;
-}
-
 QString pathOf(const QTreeWidgetItem *item)
 {
     const QString text = item->text(0);
-    return item->parent() ? item->parent()->text(0) + QLatin1Char('/') + text : text;
+    return item->parent() ? item->parent()->text(0) + '/' + text : text;
 }
 
 } // namespace
+
+const QString HostFixture::nodeFormat = QStringLiteral("application/mosk-tree-item");
+const QString HostFixture::materialFormat = QStringLiteral("application/mosk-decoupled-materials");
 
 HostFixture::HostFixture(bool python)
     : mainWindow(std::make_unique<QMainWindow>())
@@ -117,7 +117,10 @@ void HostFixture::reset()
     const osg::NodePtr group = addChild(document.root, "group", osg::Group::create());
     addChild(group, "g1", osg::Geometry::create());
     addChild(group, "g2", osg::Geometry::create());
-    document.materials = { createMaterial("red"), createMaterial("blue") };
+    for (const char *name : { "red", "blue" }) {
+        document.materials.push_back(osg::Material::create());
+        document.materials.back()->setName(name);
+    }
     mkScenegraph::setScene(document);
     tree()->setFocus();
     statusBar()->clearMessage();
@@ -166,10 +169,37 @@ void HostFixture::addLayer(const QString &name, const QStringList &nodes, bool e
     store()->setCollapseState(index, expanded ? 1 : 0);
 }
 
-void HostFixture::rebuild()
+void HostFixture::send(const std::string &name, const osg::MaterialPtr &material, std::uint64_t id)
 {
-    mkMessage message("mkRenderLayerModuleUpdateLayers");
+    mkMessage message(name, id);
+    if (material) {
+        message.set("material", material);
+    }
     mkController::sendMessage(message);
+}
+
+void HostFixture::selectInHost(const QStringList &nodes) const
+{
+    std::vector<mkNodePtr> selection;
+    for (const QString &name : nodes) {
+        selection.emplace_back(node(name));
+    }
+    mkSelectionManager::selectNodes(selection);
+}
+
+void HostFixture::kill(const QString &name) const
+{
+    for (unsigned i = 0; i < store()->getAttachment()->getLayers().size(); ++i) {
+        store()->subNode(i, node(name));
+    }
+    mkScenegraph::removeNode(node(name));
+    mkController::setModified(0);
+}
+
+void HostFixture::settle()
+{
+    QCoreApplication::processEvents();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
 }
 
 QTreeWidgetItem *HostFixture::row(const QString &path) const
@@ -191,10 +221,9 @@ QString HostFixture::rows() const
         for (int j = 0; j < layer->childCount(); ++j) {
             nodes += layer->child(j)->text(0);
         }
-        layers += layer->text(0) + QLatin1Char('[') + nodes.join(QLatin1Char(' '))
-                  + QLatin1Char(']');
+        layers += layer->text(0) + '[' + nodes.join(' ') + ']';
     }
-    return layers.join(QLatin1Char(' '));
+    return layers.join(' ');
 }
 
 QString HostFixture::stored()
@@ -204,12 +233,11 @@ QString HostFixture::stored()
     for (std::size_t i = 0; i < content->getLayers().size(); ++i) {
         QStringList nodes;
         for (const osg::NodePtr &member : content->getLayer(i)->getNodes()) {
-            nodes += QString::fromUtf8(mkNodeUtils::getName(member));
+            nodes += mkNodeUtils::getName(member);
         }
-        layers += QString::fromStdString(content->getLayer(i)->getName()) + QLatin1Char('[')
-                  + nodes.join(QLatin1Char(' ')) + QLatin1Char(']');
+        layers += content->getLayer(i)->getName().c_str() + ('[' + nodes.join(' ') + ']');
     }
-    return layers.join(QLatin1Char(' '));
+    return layers.join(' ');
 }
 
 QString HostFixture::selected() const
@@ -217,10 +245,10 @@ QString HostFixture::selected() const
     QStringList paths;
     for (QTreeWidgetItemIterator it(tree()); *it; ++it) {
         if ((*it)->isSelected()) {
-            paths += pathOf(*it) + (*it == tree()->currentItem() ? QStringLiteral("*") : QString());
+            paths += pathOf(*it) + (*it == tree()->currentItem() ? "*" : "");
         }
     }
-    return paths.join(QLatin1Char(' '));
+    return paths.join(' ');
 }
 
 osg::RaytracingGeoAttachmentPtr HostFixture::attributes(unsigned layer, const QString &member) const
@@ -260,15 +288,19 @@ QString HostFixture::values(const osg::RaytracingGeoAttachmentPtr &attributes)
     return text + ' ' + (material ? mkMaterials::getName(material) : "Empty");
 }
 
-QString HostFixture::cells(const QString &path) const
+QString HostFixture::cells(const QTreeWidgetItem *item)
 {
-    const QTreeWidgetItem *const item = row(path);
     QString text;
     for (int column = 1; column <= 11; ++column) {
+        const QString shown = item->text(column);
         const bool on = item->data(column, Qt::UserRole).toBool();
-        text += item->text(column) != (on ? "On" : "Off") ? '?' : on ? '1' : '0';
+        const bool agrees = shown.isEmpty() ? !item->data(column, Qt::UserRole).isValid()
+                                            : shown == (on ? "On" : "Off");
+        text += !agrees ? '?' : shown.isEmpty() ? ' ' : on ? '1' : '0';
     }
-    return text + ' ' + item->text(12);
+    const QString material = item->text(12);
+    const bool icon = !item->data(12, Qt::DecorationRole).value<QIcon>().isNull();
+    return text + ' ' + material + (icon == (material.isEmpty() || material == "Empty") ? "!" : "");
 }
 
 void HostFixture::select(const QStringList &paths) const
@@ -295,17 +327,16 @@ QAction *HostFixture::action(const QString &text) const
 {
     const auto *const menu = tree()->findChild<QMenu *>();
     for (QAction *candidate : menu->actions()) {
-        if (candidate->text().section(QLatin1Char('\t'), 0, 0) == text) {
+        if (candidate->text().section('\t', 0, 0) == text) {
             return candidate;
         }
     }
     return nullptr;
 }
 
-QMenu *HostFixture::openMenu(const QString &path) const
+QMenu *HostFixture::openMenu(const QTreeWidgetItem *item) const
 {
-    const QPoint point = path.isEmpty() ? QPoint(20, tree()->viewport()->height() - 5)
-                                        : cell(path, 0).center();
+    const QPoint point = item ? cell(item, 0).center() : emptySpace();
     QContextMenuEvent event(QContextMenuEvent::Mouse, point,
                             tree()->viewport()->mapToGlobal(point));
     QApplication::sendEvent(tree()->viewport(), &event);
@@ -317,11 +348,10 @@ void HostFixture::closeMenu() const
     tree()->findChild<QMenu *>()->hide();
 }
 
-QRect HostFixture::cell(const QString &path, int column) const
+QRect HostFixture::cell(const QTreeWidgetItem *item, int column) const
 {
-    QTreeWidgetItem *const item = row(path);
     if (!item) {
-        qFatal("no row '%s'", qUtf8Printable(path));
+        qFatal("no such row");
     }
     tree()->scrollToItem(item);
     QRect rect = tree()->visualItemRect(item);
@@ -330,16 +360,54 @@ QRect HostFixture::cell(const QString &path, int column) const
     return rect;
 }
 
-void HostFixture::click(const QString &path, int column, Qt::KeyboardModifiers modifiers) const
+void HostFixture::click(QPoint point, Qt::KeyboardModifiers modifiers) const
 {
-    QTest::mouseClick(tree()->viewport(), Qt::LeftButton, modifiers, cell(path, column).center());
+    QTest::mouseClick(tree()->viewport(), Qt::LeftButton, modifiers, point);
 }
 
-void HostFixture::doubleClick(const QString &path, int column) const
+void HostFixture::click(const QString &path, int column, Qt::KeyboardModifiers modifiers) const
 {
-    const QPoint point = cell(path, column).center();
-    QTest::mouseClick(tree()->viewport(), Qt::LeftButton, {}, point);
+    click(cell(path, column).center(), modifiers);
+}
+
+void HostFixture::doubleClick(const QTreeWidgetItem *item, int column) const
+{
+    const QPoint point = cell(item, column).center();
+    click(point);
     QTest::mouseDClick(tree()->viewport(), Qt::LeftButton, {}, point);
+}
+
+QPoint HostFixture::clearButton(const QTreeWidgetItem *item) const
+{
+    const QRect place = cell(item, 12);
+    return { place.left() + 10, place.center().y() };
+}
+
+QLineEdit *HostFixture::editor() const
+{
+    const QList<QLineEdit *> editors = tree()->viewport()->findChildren<QLineEdit *>();
+    const auto open = std::find_if(editors.begin(), editors.end(),
+                                   [](const QLineEdit *editor) { return editor->isVisible(); });
+    return open == editors.end() ? nullptr : *open;
+}
+
+bool HostFixture::type(const QString &text, Qt::Key end) const
+{
+    QLineEdit *const line = editor();
+    if (line) {
+        line->setText(text);
+        QTest::keyClick(line, end);
+        settle();
+    }
+    return line;
+}
+
+QByteArray HostFixture::materialPayload(const QString &name)
+{
+    QByteArray bytes;
+    QDataStream stream(&bytes, QIODevice::WriteOnly);
+    stream << mkdMaterial(name);
+    return bytes;
 }
 
 void HostFixture::drop(QPoint point, const QString &format, const QByteArray &bytes) const
@@ -352,14 +420,21 @@ void HostFixture::drop(QPoint point, const QString &format, const QByteArray &by
     QApplication::sendEvent(tree()->viewport(), &event);
 }
 
-void HostFixture::clickTool(const QString &text) const
+QPoint HostFixture::emptySpace() const
+{
+    return { 20, tree()->viewport()->height() - 5 };
+}
+
+bool HostFixture::clickTool(const QString &text) const
 {
     const auto *const bar = panel()->findChild<QToolBar *>();
     for (QAction *candidate : bar->actions()) {
         if (candidate->text() == text) {
             QTest::mouseClick(bar->widgetForAction(candidate), Qt::LeftButton);
+            return true;
         }
     }
+    return false;
 }
 
 void HostFixture::key(int keyCode, Qt::KeyboardModifiers modifiers) const
@@ -383,16 +458,11 @@ HostCalls::~HostCalls()
 
 QStringList HostCalls::lines(const QStringList &names) const
 {
-    if (names.isEmpty()) {
-        return hostCalls();
-    }
     QStringList matching;
     for (const QString &line : qAsConst(hostCalls())) {
-        for (const QString &name : names) {
-            if (line.startsWith(name)) {
-                matching += line;
-                break;
-            }
+        const auto begins = [&line](const QString &name) { return line.startsWith(name); };
+        if (names.isEmpty() || std::any_of(names.begin(), names.end(), begins)) {
+            matching += line;
         }
     }
     return matching;
@@ -427,37 +497,29 @@ LogLines::~LogLines()
     mkLog::removeListener(listener);
 }
 
-struct ModalAnswers::Private
-{
-    std::function<void(QWidget *)> answer;
-    QTimer timer;
-    QPointer<QWidget> answered;
-    int count = 0;
-};
-
 ModalAnswers::ModalAnswers(std::function<void(QWidget *)> answer)
-    : d(std::make_unique<Private>())
 {
-    d->answer = std::move(answer);
-    d->timer.setInterval(5);
-    QObject::connect(&d->timer, &QTimer::timeout, &d->timer, [this] {
+    timer.setInterval(5);
+    QObject::connect(&timer, &QTimer::timeout, &timer, [this, answer = std::move(answer)] {
         QWidget *const modal = QApplication::activeModalWidget();
         if (!modal || !modal->isVisible()) {
-            d->answered.clear();
-        } else if (modal != d->answered) {
-            d->answered = modal;
-            ++d->count;
-            d->answer(modal);
+            answered.clear();
+        } else if (modal != answered) {
+            answered = modal;
+            ++opened;
+            answer(modal);
         }
     });
-    d->timer.start();
+    timer.start();
 }
 
-ModalAnswers::~ModalAnswers() = default;
-
-int ModalAnswers::count() const
+void ModalAnswers::agree(QWidget *modal)
 {
-    return d->count;
+    if (auto *const box = qobject_cast<QMessageBox *>(modal)) {
+        box->buttons().first()->click();
+    } else {
+        modal->findChild<QDialogButtonBox *>()->button(QDialogButtonBox::Ok)->click();
+    }
 }
 
 int runHostTest(int argc, char **argv, const std::function<std::unique_ptr<QObject>()> &create)

@@ -7,15 +7,16 @@
 #include <QAction>
 #include <QMainWindow>
 #include <QMenu>
+#include <QPointer>
 #include <QStatusBar>
+#include <QTimer>
 #include <QTreeWidget>
 
 #include <functional>
 #include <map>
 #include <memory>
 
-class QDialog;
-class QMessageBox;
+class QLineEdit;
 
 /// A host with the plug-in loaded, as the workbench starts it, and a small scene:
 ///
@@ -52,7 +53,15 @@ public:
     /// Puts a layer with these nodes straight into the store. The tree does not know yet.
     void addLayer(const QString &name, const QStringList &nodes = {}, bool expanded = true);
     /// Has the host's message rebuild the tree.
-    static void rebuild();
+    static void rebuild() { send("mkRenderLayerModuleUpdateLayers"); }
+    static void send(const std::string &name, const osg::MaterialPtr &material = osg::NullFC,
+                     std::uint64_t id = 0);
+    void selectInHost(const QStringList &nodes) const;
+    /// Takes a node out of the scene and all layers, behind the panel's back; nothing keeps it
+    /// alive then. The document counts as saved.
+    void kill(const QString &name) const;
+    /// What the event loop does next, and that it takes away what was deleted.
+    static void settle();
 
     /// A row by "layer" or "layer/node", as the tree shows it now; null when there is none.
     QTreeWidgetItem *row(const QString &path) const;
@@ -68,8 +77,10 @@ public:
     static bool &flag(const osg::RaytracingGeoAttachmentPtr &attributes, int column);
     /// The eleven flags and the override material: "11111111110 Empty"; "none" for null.
     static QString values(const osg::RaytracingGeoAttachmentPtr &attributes);
-    /// The same as a node row shows it; flags whose text and data differ read "?".
-    QString cells(const QString &path) const;
+    /// The same as a node row shows it; flags whose text and data differ read "?", those that say
+    /// nothing are blank, and a material with the wrong icon has a "!".
+    static QString cells(const QTreeWidgetItem *item);
+    QString cells(const QString &path) const { return cells(row(path)); }
     /// Selects exactly these rows; the first becomes current. Collapsed layers stay so.
     void select(const QStringList &paths) const;
 
@@ -77,16 +88,33 @@ public:
     QAction *action(const QString &text) const;
     /// Opens the context menu over a row, or over empty space for an empty path, and leaves it
     /// open; hide it with closeMenu().
-    QMenu *openMenu(const QString &path) const;
+    QMenu *openMenu(const QTreeWidgetItem *item) const;
+    QMenu *openMenu(const QString &path) const { return openMenu(row(path)); }
     void closeMenu() const;
+    /// A cell's place in the viewport; rows are scrolled to.
+    QRect cell(const QTreeWidgetItem *item, int column) const;
+    QRect cell(const QString &path, int column) const { return cell(row(path), column); }
+    void click(QPoint point, Qt::KeyboardModifiers modifiers = {}) const;
     /// A left click, or double click, in the middle of a cell.
     void click(const QString &path, int column, Qt::KeyboardModifiers modifiers = {}) const;
-    void doubleClick(const QString &path, int column) const;
-    QRect cell(const QString &path, int column) const;
+    void doubleClick(const QTreeWidgetItem *item, int column) const;
+    void doubleClick(const QString &path, int column) const { doubleClick(row(path), column); }
+    /// Where the material in a row is taken off.
+    QPoint clearButton(const QTreeWidgetItem *item) const;
+    /// Where a name is typed; null when none is.
+    QLineEdit *editor() const;
+    /// Replaces what is typed, ends it with a key and settles; false when no name is typed.
+    bool type(const QString &text, Qt::Key end = Qt::Key_Return) const;
+
+    static const QString nodeFormat;
+    static const QString materialFormat;
+    static QByteArray materialPayload(const QString &name);
     /// Drags a payload onto a point of the tree's viewport and drops it there.
     void drop(QPoint point, const QString &format, const QByteArray &bytes) const;
-    /// Clicks a button of the panel's tool bar.
-    void clickTool(const QString &text) const;
+    /// A point in the tree below all rows.
+    QPoint emptySpace() const;
+    /// Clicks a button of the panel's tool bar; false when there is none with this text.
+    bool clickTool(const QString &text) const;
     void key(int key, Qt::KeyboardModifiers modifiers = {}) const;
 
 private:
@@ -129,25 +157,21 @@ class ModalAnswers
 {
 public:
     explicit ModalAnswers(std::function<void(QWidget *)> answer);
-    ~ModalAnswers();
-    int count() const;
+    int count() const { return opened; }
+    /// An answer: the first button of a message box, or the OK of a dialog.
+    static void agree(QWidget *modal);
 
 private:
-    struct Private;
-    std::unique_ptr<Private> d;
+    QTimer timer;
+    QPointer<QWidget> answered;
+    int opened = 0;
 };
+
+int runHostTest(int argc, char **argv, const std::function<std::unique_ptr<QObject>()> &create);
 
 /// QTEST_MAIN with the offscreen platform as default.
 #define HOST_TEST_MAIN(Test) \
     int main(int argc, char **argv) \
     { \
-        return runHostTest<Test>(argc, argv); \
+        return runHostTest(argc, argv, [] { return std::make_unique<Test>(); }); \
     }
-
-int runHostTest(int argc, char **argv, const std::function<std::unique_ptr<QObject>()> &create);
-
-template <typename Test>
-int runHostTest(int argc, char **argv)
-{
-    return runHostTest(argc, argv, [] { return std::make_unique<Test>(); });
-}

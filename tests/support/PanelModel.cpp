@@ -5,79 +5,97 @@
 #include "mkOpenSGUtils/mkMaterials.h"
 #include "mkOpenSGUtils/mkNodeUtils.h"
 
-#include <QIcon>
+#include <QTreeWidgetItemIterator>
 
 #include <algorithm>
 #include <map>
 
 namespace {
 
-constexpr int materialColumn = 12;
-
-QString nameOf(const osg::Node *node)
+QString nameOf(const osg::MaterialPtr &material)
 {
-    return QString::fromStdString(node->getName());
+    return material ? QString(mkMaterials::getName(material)) : "Empty";
 }
 
-QString onOff(bool on)
+QString describeMember(const osg::NodePtr &node, const QString &values)
 {
-    return on ? QStringLiteral("On") : QStringLiteral("Off");
+    return QString("    %1 #%2 %3\n")
+        .arg(mkNodeUtils::getName(node))
+        .arg(node->getId())
+        .arg(values);
 }
 
-QString describeMember(const osg::Node *node, const QString &values)
+QString describeLayer(const QString &name, bool open)
 {
-    return QStringLiteral("    %1 #%2 %3\n").arg(nameOf(node)).arg(node->getId()).arg(values);
+    return QString("  %1 %2\n").arg(name, open ? "open" : "closed");
 }
 
-QString describeLayer(const QString &name, bool expanded)
+QString describeRow(const QString &text, const QString &cells, bool selected, bool current)
 {
-    return QStringLiteral("  %1 %2\n").arg(name, expanded ? "open" : "closed");
+    return QString("  %1%2|%3|%4\n").arg(selected ? "x" : "-", current ? "*" : " ", text, cells);
 }
 
-QString describeRow(const QString &text, const QStringList &cells, bool selected, bool current)
+QString uniqueName(const QString &name, const QStringList &taken)
 {
-    return QStringLiteral("  %1%2|%3|%4\n")
-        .arg(selected ? "x" : "-", current && selected ? "*" : " ", text, cells.join(' '));
+    QString candidate = name;
+    for (int number = 1; taken.contains(candidate); ++number) {
+        candidate = name + QString::number(number);
+    }
+    return candidate;
 }
 
 } // namespace
 
-const PanelModel::Row *PanelModel::row(Position position) const
+PanelModel::Rows PanelModel::layerRows() const
 {
-    if (position.layer < 0 || position.layer >= int(rows.size())) {
-        return nullptr;
-    }
-    const Row &layer = rows[std::size_t(position.layer)];
-    return position.isNode() ? &layer.nodes[std::size_t(position.node)] : &layer;
-}
-
-PanelModel::Row *PanelModel::row(Position position)
-{
-    return const_cast<Row *>(qAsConst(*this).row(position));
-}
-
-bool PanelModel::isSelected(Position position) const
-{
-    const Row *const found = row(position);
-    return found && found->selected;
-}
-
-bool PanelModel::isVisible(Position position) const
-{
-    return !position.isNode() || row({ position.layer })->expanded;
-}
-
-PanelModel::Positions PanelModel::visibleRows() const
-{
-    Positions visible;
-    for (int i = 0; i < int(rows.size()); ++i) {
-        visible.push_back({ i });
-        for (int j = 0; rows[std::size_t(i)].expanded && j < int(rows[std::size_t(i)].nodes.size());
-             ++j) {
-            visible.push_back({ i, j });
+    Rows found;
+    for (int i = 0; i < rows.size(); ++i) {
+        if (!rows[i].isNode()) {
+            found += i;
         }
     }
-    return visible;
+    return found;
+}
+
+PanelModel::Rows PanelModel::below(int layerRow) const
+{
+    Rows found;
+    for (int i = layerRow + 1; i < rows.size() && rows[i].isNode(); ++i) {
+        found += i;
+    }
+    return found;
+}
+
+PanelModel::Rows PanelModel::visibleRows() const
+{
+    Rows found;
+    for (const int layer : layerRows()) {
+        found += layer;
+        found += rows[layer].open ? below(layer) : Rows();
+    }
+    return found;
+}
+
+PanelModel::Rows PanelModel::rowsNamed(const QString &text) const
+{
+    Rows found;
+    for (int i = 0; i < rows.size(); ++i) {
+        if (rows[i].text == text) {
+            found += i;
+        }
+    }
+    return found;
+}
+
+PanelModel::Rows PanelModel::selected(bool nodes) const
+{
+    Rows found;
+    for (const int row : visibleRows()) {
+        if (rows[row].selected && rows[row].isNode() == nodes) {
+            found += row;
+        }
+    }
+    return found;
 }
 
 int PanelModel::layerNamed(const QString &name) const
@@ -87,416 +105,309 @@ int PanelModel::layerNamed(const QString &name) const
     return found == store.end() ? -1 : int(found - store.begin());
 }
 
-osg::NodePtr PanelModel::resolve(Position position) const
+osg::NodePtr PanelModel::resolve(int row) const
 {
-    return osg::NodePtr(osg::FieldContainerFactory::the()->getContainer(row(position)->id));
+    return osg::NodePtr(osg::FieldContainerFactory::the()->getContainer(rows[row].id));
 }
 
-bool PanelModel::isAlive(const osg::NodePtr &node) const
+PanelModel::Member *PanelModel::member(int layer, const osg::Node *node)
 {
-    return mkScenegraph::isInScene(node)
-           || std::any_of(store.begin(), store.end(), [&](const Layer &layer) {
-                  return std::any_of(layer.members.begin(), layer.members.end(),
-                                     [&](const Member &other) { return other.node == node.get(); });
-              });
-}
-
-void PanelModel::selectOnly(Position position)
-{
-    for (Row &layer : rows) {
-        layer.selected = false;
-        for (Row &node : layer.nodes) {
-            node.selected = false;
-        }
+    if (!node || layer >= store.size()) {
+        return nullptr;
     }
-    if (Row *const only = row(position)) {
-        only->selected = true;
-        current = position;
+    auto &all = store[layer].members;
+    const auto found = std::find_if(all.begin(), all.end(),
+                                    [&](const Member &other) { return other.node == node; });
+    return found == all.end() ? nullptr : &*found;
+}
+
+PanelModel::Attributes *PanelModel::attributesOf(int row)
+{
+    Member *const found = member(rows[row].layer, resolve(row).get());
+    return found && found->attributes ? &*found->attributes : nullptr;
+}
+
+PanelModel::Attributes *PanelModel::attributesAt(int row)
+{
+    const auto [layer, node] = std::pair(rows[row].layer, rows[row].node);
+    if (!resolve(row) || layer >= store.size() || node >= store[layer].members.size()) {
+        return nullptr;
+    }
+    auto &attributes = store[layer].members[node].attributes;
+    return attributes ? &*attributes : nullptr;
+}
+
+void PanelModel::changed(bool keepSelection)
+{
+    rebuild(keepSelection);
+    modified = true;
+}
+
+void PanelModel::selectOnly(int row)
+{
+    for (Row &other : rows) {
+        other.selected = false;
+    }
+    if (row >= 0) {
+        rows[row].selected = true;
+        current = row;
     }
 }
 
-void PanelModel::click(Position position)
+void PanelModel::toggleSelection(int row)
 {
-    selectOnly(position);
-}
-
-void PanelModel::toggleSelection(Position position)
-{
-    row(position)->selected ^= true;
-    current = position;
+    rows[row].selected ^= true;
+    current = row;
 }
 
 void PanelModel::selectAll()
 {
-    if (rows.empty()) {
-        return;
+    selectOnly(-1);
+    for (const int row : visibleRows()) {
+        rows[row].selected = true;
     }
-    const Position before = current;
-    selectOnly({});
-    for (const Position position : visibleRows()) {
-        row(position)->selected = true;
-    }
-    current = before;
 }
 
-void PanelModel::setExpanded(int layer, bool expanded)
+void PanelModel::setOpen(int row, bool open)
 {
-    rows[std::size_t(layer)].expanded = expanded;
-    if (layer < int(store.size())) {
-        store[std::size_t(layer)].state = expanded ? 1 : 0;
+    rows[row].open = open;
+    if (rows[row].layer < store.size()) {
+        store[rows[row].layer].open = open;
     }
 }
 
 void PanelModel::createLayer(const QString &name)
 {
-    const QString base = name.isEmpty() ? QStringLiteral("Layer") : name;
     QStringList taken;
-    for (const Row &layer : rows) {
-        taken += layer.text;
+    for (const int layer : layerRows()) {
+        taken += rows[layer].text;
     }
-    store.push_back({ uniqueName(base, taken), 0, {} });
-    rebuild(false);
-    modified = true;
+    store.push_back({ uniqueName(name.isEmpty() ? "Layer" : name, taken) });
+    changed(false);
 }
 
-void PanelModel::commitText(Position position, int column, const QString &text)
+void PanelModel::commitText(int row, int column, const QString &text)
 {
-    Row &edited = *row(position);
     // The other columns of a layer row are empty: any text is a change there.
-    if (column == 0 && edited.text == text) {
+    if (column == 0 && rows[row].text == text) {
         return;
     }
     if (column == 0) {
-        edited.text = text;
+        rows[row].text = text;
     }
-    int namesakes = 0;
-    for (const Row &layer : rows) {
-        namesakes += &layer != &edited && layer.text == edited.text ? 1 : 0;
+    const QString name = rows[row].text;
+    int namesakes = -1;
+    for (const int layer : layerRows()) {
+        namesakes += rows[layer].text == name ? 1 : 0;
     }
-    warnings += edited.text.isEmpty() ? 0 : namesakes;
-    if (!edited.text.isEmpty() && namesakes == 0 && position.layer < int(store.size())) {
-        store[std::size_t(position.layer)].name = edited.text;
+    if (!name.isEmpty()) {
+        warnings += namesakes;
+        if (namesakes == 0 && rows[row].layer < store.size()) {
+            store[rows[row].layer].name = name;
+        }
     }
     rebuild(false);
-}
-
-PanelModel::Positions PanelModel::selectedLayers() const
-{
-    Positions selected;
-    for (int i = 0; i < int(rows.size()); ++i) {
-        if (isSelected({ i })) {
-            selected.push_back({ i });
-        }
-    }
-    return selected;
-}
-
-PanelModel::Positions PanelModel::selectedVisibleNodes() const
-{
-    Positions selected;
-    for (const Position position : visibleRows()) {
-        if (position.isNode() && isSelected(position)) {
-            selected.push_back(position);
-        }
-    }
-    return selected;
 }
 
 void PanelModel::duplicateLayers()
 {
-    const Positions selected = selectedLayers();
-    if (selected.empty()) {
-        return;
-    }
+    const Rows layers = selected(false);
     QStringList taken;
     for (const Layer &layer : store) {
         taken += layer.name;
     }
-    for (const Position position : selected) {
-        taken += uniqueName(row(position)->text, taken);
-        if (position.layer < int(store.size())) {
-            Layer copy = store[std::size_t(position.layer)];
-            copy.name = taken.last();
-            store.push_back(copy);
+    for (const int row : layers) {
+        taken += uniqueName(rows[row].text, taken);
+        if (rows[row].layer < store.size()) {
+            store.push_back(Layer(store[rows[row].layer]));
+            store.back().name = taken.last();
         }
     }
-    rebuild(false);
-    modified = true;
+    if (!layers.empty()) {
+        changed(false);
+    }
 }
 
-void PanelModel::move(Direction direction, const Positions &order)
+void PanelModel::move(int by, const Rows &order)
 {
-    const bool up = direction == Direction::Up;
-    Positions layers = selectedLayers();
-    Positions nodes = selectedVisibleNodes();
-    const std::size_t total = layers.size() + nodes.size();
-    if (total == 0 || (!layers.empty() && !nodes.empty())) {
+    const Rows layers = selected(false);
+    const Rows nodes = selected(true);
+    if (layers.empty() == nodes.empty()) {
         return;
     }
-    const auto moveInStore = [&](Position position) {
-        if (position.isNode()) {
-            storeMoveNode(position.layer, resolve(position).get(), direction);
-        } else {
-            storeMoveLayer(position.layer, direction);
-        }
-    };
-    if (total == 1) {
-        moveInStore(order.front());
-    } else if (!layers.empty()) {
-        if (up ? layers.front().layer == 0 : layers.back().layer + 1 == int(rows.size())) {
-            return;
-        }
-        if (!up) {
-            std::reverse(layers.begin(), layers.end());
-        }
-        std::for_each(layers.begin(), layers.end(), moveInStore);
+    const Rows &moved = layers.empty() ? nodes : layers;
+    // Rows of one parent move together, and only if none of them is at the end.
+    std::map<int, Rows> groups;
+    if (moved.size() == 1) {
+        groups[0] = { order.front() };
     } else {
-        std::map<int, Positions> groups;
-        for (const Position position : nodes) {
-            groups[position.layer].push_back(position);
+        const int layerCount = layerRows().size();
+        for (const int row : moved) {
+            groups[layers.empty() ? layerOf(row) : -1] += row;
         }
-        bool moved = false;
-        for (auto &[layer, group] : groups) {
-            const int last = int(rows[std::size_t(layer)].nodes.size()) - 1;
-            if (up ? group.front().node == 0 : group.back().node == last) {
-                continue;
-            }
-            if (!up) {
-                std::reverse(group.begin(), group.end());
-            }
-            std::for_each(group.begin(), group.end(), moveInStore);
-            moved = true;
-        }
-        if (!moved) {
-            return;
+        for (auto group = groups.begin(); group != groups.end();) {
+            const Row &outer = rows[by < 0 ? group->second.front() : group->second.back()];
+            const int place = outer.isNode() ? outer.node : outer.layer;
+            const int count = outer.isNode() ? below(group->first).size() : layerCount;
+            group = place == (by < 0 ? 0 : count - 1) ? groups.erase(group) : std::next(group);
         }
     }
-    rebuild(total >= 2);
+    for (auto &[parent, group] : groups) {
+        if (by > 0) {
+            std::reverse(group.begin(), group.end());
+        }
+        for (const int row : group) {
+            rows[row].isNode() ? storeMoveNode(rows[row].layer, resolve(row).get(), by)
+                               : storeMoveLayer(rows[row].layer, by);
+        }
+    }
+    if (!groups.empty()) {
+        rebuild(moved.size() >= 2);
+    }
 }
 
 void PanelModel::removeSelectedLayers()
 {
-    const Positions layers = selectedLayers();
-    if (!layers.empty()) {
-        for (const Position position : layers) {
-            const int index = layerNamed(row(position)->text);
-            if (index >= 0) {
-                store.erase(store.begin() + index);
-            }
+    const Rows layers = selected(false);
+    for (const int row : layers) {
+        const int index = layerNamed(rows[row].text);
+        if (index >= 0) {
+            store.remove(index);
         }
-        rebuild(true);
-        modified = true;
+    }
+    if (!layers.empty()) {
+        changed(true);
     }
 }
 
 void PanelModel::removeSelectedNodes()
 {
-    const Positions nodes = selectedVisibleNodes();
+    const Rows nodes = selected(true);
+    for (const int row : nodes) {
+        storeSubNode(rows[row].layer, resolve(row).get());
+    }
     if (!nodes.empty()) {
-        for (const Position position : nodes) {
-            storeSubNode(position.layer, resolve(position).get());
-        }
-        rebuild(false);
-        modified = true;
+        changed(false);
     }
 }
 
 void PanelModel::addNodes(const std::vector<osg::NodePtr> &nodes)
 {
     bool any = false;
-    for (int i = 0; i < int(rows.size()); ++i) {
-        const Row &layer = rows[std::size_t(i)];
-        const bool target = layer.selected
-                            || std::any_of(layer.nodes.begin(), layer.nodes.end(),
-                                           [](const Row &node) { return node.selected; });
-        for (const osg::NodePtr &node : nodes) {
-            if (target) {
-                storeAddNode(i, node.get());
+    for (const int layer : layerRows()) {
+        const Rows inside = below(layer);
+        if (rows[layer].selected || std::any_of(inside.begin(), inside.end(), [&](int row) {
+                return isSelected(row);
+            })) {
+            any = true;
+            for (const osg::NodePtr &node : nodes) {
+                storeAddNode(rows[layer].layer, node.get());
             }
         }
-        any |= target;
     }
     if (any) {
-        rebuild(false);
-        modified = true;
+        changed(false);
     }
 }
 
-void PanelModel::applyAttributes(const Flags &flags)
+void PanelModel::applyAttributes(const QString &flags)
 {
-    for (int i = 0; i < int(rows.size()); ++i) {
-        for (int j = 0; j < int(rows[std::size_t(i)].nodes.size()); ++j) {
-            if (isSelected({ i }) || isSelected({ i, j })) {
-                if (auto *const attributes = attributesOf(i, resolve({ i, j }))) {
-                    (*attributes)->flags = flags;
-                }
-            }
+    for (int row = 0; row < rows.size(); ++row) {
+        Attributes *const attributes = attributesOf(row);
+        if (attributes && (rows[row].selected || rows[layerOf(row)].selected)) {
+            attributes->flags = flags;
         }
     }
-    rebuild(true);
-    modified = true;
+    changed(true);
 }
 
 void PanelModel::clearMaterials()
 {
-    const Positions nodes = selectedVisibleNodes();
-    for (const Position position : nodes) {
-        if (auto *const attributes = attributesOf(position.layer, resolve(position))) {
-            (*attributes)->material = osg::NullFC;
-            (*attributes)->flags.back() = false;
+    const Rows nodes = selected(true);
+    for (const int row : nodes) {
+        if (Attributes *const attributes = attributesOf(row)) {
+            attributes->material = osg::NullFC;
+            attributes->flags[10] = '0';
         }
     }
     if (!nodes.empty()) {
-        rebuild(false);
-        modified = true;
+        changed(false);
     }
 }
 
-void PanelModel::toggleCell(Position position, int column)
+void PanelModel::toggleCell(int row, int column)
 {
-    QString &cell = row(position)->cells[std::size_t(column - 1)];
-    cell = onOff(cell != onOff(true));
-    writeCells(position);
+    QString &cells = rows[row].cells;
+    cells[column - 1] = cells[column - 1] == '1' ? '0' : '1';
+    writeCells(row);
 }
 
-void PanelModel::writeCells(Position position)
+void PanelModel::writeCells(int row)
 {
-    if (auto *const attributes = attributesOf(position.layer, resolve(position))) {
-        for (std::size_t i = 0; i < (*attributes)->flags.size(); ++i) {
-            (*attributes)->flags[i] = row(position)->cells[i] == onOff(true);
-        }
+    if (Attributes *const attributes = attributesOf(row)) {
+        attributes->flags = rows[row].cells.left(11).replace(' ', '0');
     }
 }
 
-void PanelModel::clickClearButton(Position position)
+void PanelModel::clickClearButton(int row)
 {
-    if (auto *const attributes = attributesOf(position.layer, resolve(position))) {
-        (*attributes)->material = osg::NullFC;
+    if (Attributes *const attributes = attributesOf(row)) {
+        attributes->material = osg::NullFC;
     }
-    writeCells(position);
-    if (auto *const attributes = attributesOfRow(position)) {
-        const osg::MaterialPtr material = (*attributes)->material;
-        row(position)->cells[materialColumn - 1] = material
-                                                       ? QString::fromStdString(material->getName())
-                                                       : QStringLiteral("Empty");
+    writeCells(row);
+    if (const Attributes *const attributes = attributesAt(row)) {
+        rows[row].cells = rows[row].cells.left(12) + nameOf(attributes->material);
     }
     modified = true;
 }
 
-void PanelModel::dropNodes(Position position, const std::vector<osg::NodePtr> &nodes, bool onlyRoot)
+void PanelModel::dropNodes(int row, const std::vector<osg::NodePtr> &nodes)
 {
     modified = true;
-    if (position.isNode()) {
+    if (rows[row].isNode()) {
         return;
     }
-    if (onlyRoot) {
+    if (nodes.size() == 1 && nodes.front() == mkScenegraph::getRoot()) {
         ++warnings;
         return;
     }
     for (const osg::NodePtr &node : nodes) {
-        storeAddNode(position.layer, node.get());
+        storeAddNode(rows[row].layer, node.get());
     }
     rebuild(false);
 }
 
-void PanelModel::dropMaterial(Position position, const osg::MaterialPtr &material)
+void PanelModel::dropMaterial(int row, const osg::MaterialPtr &material)
 {
     modified = true;
-    auto *const attributes = position.isNode() && material ? attributesOfRow(position) : nullptr;
+    Attributes *const attributes = rows[row].isNode() && material ? attributesAt(row) : nullptr;
     if (attributes) {
-        (*attributes)->material = material;
-        fillCells(*row(position), *attributes);
+        attributes->material = material;
+        rows[row].cells = values(*attributes);
     }
 }
 
 void PanelModel::cleanup()
 {
     for (Layer &layer : store) {
+        const auto gone = [](const Member &member) {
+            return !mkScenegraph::isInScene(osg::NodePtr(member.node));
+        };
         auto &all = layer.members;
-        all.erase(std::remove_if(all.begin(), all.end(),
-                                 [](const Member &other) {
-                                     return !mkScenegraph::isInScene(osg::NodePtr(other.node));
-                                 }),
-                  all.end());
+        all.erase(std::remove_if(all.begin(), all.end(), gone), all.end());
     }
     rebuild(false);
 }
 
 void PanelModel::materialRenamed(const osg::MaterialPtr &material)
 {
-    const auto uses = [&](const Member &other) {
-        return other.attributes && other.attributes->material == material;
-    };
-    const bool used = std::any_of(store.begin(), store.end(), [&](const Layer &layer) {
-        return std::any_of(layer.members.begin(), layer.members.end(), uses);
-    });
-    if (used) {
-        rebuild(false);
-    }
-}
-
-std::vector<osg::Node *> PanelModel::nodesToSelect(const Positions &order) const
-{
-    std::vector<osg::Node *> nodes;
-    const auto add = [&](Position position) {
-        const osg::NodePtr node = resolve(position);
-        const bool known = std::find(nodes.begin(), nodes.end(), node.get()) != nodes.end();
-        if (!known && mkScenegraph::isInScene(node)) {
-            nodes.push_back(node.get());
-        }
-    };
-    const auto addBelow = [&](int layer) {
-        for (int j = 0; j < int(rows[std::size_t(layer)].nodes.size()); ++j) {
-            add({ layer, j });
-        }
-    };
-    const Positions layers = selectedLayers();
-    if (layers.size() + selectedVisibleNodes().size() < 2) {
-        const Position first = order.front();
-        if (first.isNode()) {
-            add(first);
-        } else {
-            addBelow(first.layer);
-        }
-        return nodes;
-    }
-    for (const Position position : order) {
-        if (position.isNode() && isVisible(position) && !isSelected({ position.layer })) {
-            add(position);
-        }
-    }
-    for (const Position position : layers) {
-        addBelow(position.layer);
-    }
-    return nodes;
-}
-
-std::vector<std::pair<int, osg::Node *>> PanelModel::activations(const Positions &order) const
-{
-    std::vector<std::pair<int, osg::Node *>> entries;
-    for (const Position position : order) {
-        if (position.isNode()) {
-            entries.emplace_back(position.layer, resolve(position).get());
-        } else if (position.layer < int(store.size())) {
-            for (const Member &other : store[std::size_t(position.layer)].members) {
-                entries.emplace_back(position.layer, other.node);
+    for (const Layer &layer : qAsConst(store)) {
+        for (const Member &member : layer.members) {
+            if (member.attributes && member.attributes->material == material) {
+                return rebuild(false);
             }
         }
     }
-    return entries;
-}
-
-PanelModel::Positions PanelModel::rowsNamed(const QString &text) const
-{
-    Positions found;
-    for (int i = 0; i < int(rows.size()); ++i) {
-        for (int j = -1; j < int(rows[std::size_t(i)].nodes.size()); ++j) {
-            if (row({ i, j })->text == text) {
-                found.push_back({ i, j });
-            }
-        }
-    }
-    return found;
 }
 
 void PanelModel::rebuild(bool keepSelection)
@@ -504,219 +415,127 @@ void PanelModel::rebuild(bool keepSelection)
     ++rebuilds;
     QStringList layers;
     std::vector<std::pair<osg::NodePtr, QString>> nodes;
-    const auto living = [this](Position position) {
-        const osg::NodePtr node = resolve(position);
-        return isAlive(node) ? node : osg::NodePtr();
+    const auto remember = [&](int row) {
+        const osg::NodePtr node = resolve(row);
+        bool lives = mkScenegraph::isInScene(node);
+        for (int i = 0; i < store.size(); ++i) {
+            lives |= member(i, node.get()) != nullptr;
+        }
+        if (lives) {
+            nodes.emplace_back(node, rows[layerOf(row)].text);
+        } else if (keepSelection ? !rows[row].isNode() : !rows[row].text.isEmpty()) {
+            layers += rows[row].text;
+        }
     };
     if (keepSelection) {
-        for (const Position position : selectedLayers()) {
-            layers += row(position)->text;
-        }
-        for (const Position position : selectedVisibleNodes()) {
-            nodes.emplace_back(living(position), row({ position.layer })->text);
-        }
+        const Rows all = selected(false) + selected(true);
+        std::for_each(all.begin(), all.end(), remember);
     } else if (isSelected(current)) {
-        if (const osg::NodePtr node = living(current)) {
-            nodes.emplace_back(node, row({ current.layer })->text);
-        } else if (!row(current)->text.isEmpty()) {
-            layers += row(current)->text;
-        }
+        remember(current);
     }
 
     rows.clear();
-    current = {};
-    for (const Layer &layer : store) {
-        Row layerRow;
-        layerRow.text = layer.name;
-        layerRow.expanded = layer.state != 0;
-        for (const Member &other : layer.members) {
-            Row nodeRow;
-            nodeRow.text = nameOf(other.node);
-            nodeRow.id = other.node->getId();
-            fillCells(nodeRow, other.attributes);
-            layerRow.nodes.push_back(nodeRow);
+    current = -1;
+    for (int i = 0; i < store.size(); ++i) {
+        rows.push_back({ i, -1, store[i].name, store[i].open });
+        for (int j = 0; j < store[i].members.size(); ++j) {
+            const auto &[node, attributes] = store[i].members[j];
+            rows.push_back({ i, j, QString::fromStdString(node->getName()), false, node->getId(),
+                             attributes ? values(attributes) : QString(12, ' ') });
         }
-        rows.push_back(layerRow);
     }
-
-    const auto restore = [this](Position position) {
-        row(position)->selected = true;
-        if (current.layer < 0) {
-            current = position;
-        }
-    };
-    for (int i = 0; i < int(rows.size()); ++i) {
-        if (layers.removeOne(rows[std::size_t(i)].text)) {
-            restore({ i });
-        }
-        for (int j = 0; j < int(rows[std::size_t(i)].nodes.size()); ++j) {
-            const auto key = std::make_pair(resolve({ i, j }), rows[std::size_t(i)].text);
-            const auto found = std::find(nodes.begin(), nodes.end(), key);
-            if (found != nodes.end()) {
+    for (int row = 0; row < rows.size(); ++row) {
+        const auto found = std::find(nodes.begin(), nodes.end(),
+                                     std::pair(resolve(row), rows[layerOf(row)].text));
+        if (rows[row].isNode() ? found != nodes.end() : layers.removeOne(rows[row].text)) {
+            if (rows[row].isNode()) {
                 nodes.erase(found);
-                restore({ i, j });
             }
+            rows[row].selected = true;
+            current = current < 0 ? row : current;
         }
     }
 }
 
 void PanelModel::storeAddNode(int layer, osg::Node *node)
 {
-    const bool refused = layer >= int(store.size()) || !node
-                         || node == mkScenegraph::getRoot().get() || member(layer, node);
-    if (!refused) {
-        store[std::size_t(layer)].members.push_back({ node, Attributes() });
+    const bool takes = layer < store.size() && node && node != mkScenegraph::getRoot().get();
+    if (takes && !member(layer, node)) {
+        store[layer].members.push_back({ node });
     }
 }
 
 void PanelModel::storeSubNode(int layer, osg::Node *node)
 {
     if (Member *const found = member(layer, node)) {
-        auto &all = store[std::size_t(layer)].members;
-        all.erase(all.begin() + (found - all.data()));
+        store[layer].members.erase(found);
     }
 }
 
-void PanelModel::storeMoveLayer(int layer, Direction direction)
+void PanelModel::storeMoveLayer(int layer, int by)
 {
-    const int other = layer + int(direction);
-    if (layer < int(store.size()) && other >= 0 && other < int(store.size())) {
-        std::swap(store[std::size_t(layer)], store[std::size_t(other)]);
+    if (layer < store.size() && layer + by >= 0 && layer + by < store.size()) {
+        std::swap(store[layer], store[layer + by]);
     }
 }
 
-void PanelModel::storeMoveNode(int layer, osg::Node *node, Direction direction)
+void PanelModel::storeMoveNode(int layer, osg::Node *node, int by)
 {
     if (Member *const found = member(layer, node)) {
-        auto &all = store[std::size_t(layer)].members;
-        const auto other = found - all.data() + int(direction);
-        if (other >= 0 && other < std::ptrdiff_t(all.size())) {
-            std::swap(*found, all[std::size_t(other)]);
+        auto &all = store[layer].members;
+        const auto other = found - all.data() + by;
+        if (other >= 0 && other < all.size()) {
+            std::swap(*found, all[int(other)]);
         }
     }
-}
-
-QString PanelModel::uniqueName(const QString &name, const QStringList &taken)
-{
-    QString candidate = name;
-    for (int number = 1; taken.contains(candidate); ++number) {
-        candidate = name + QString::number(number);
-    }
-    return candidate;
-}
-
-PanelModel::Member *PanelModel::member(int layer, const osg::Node *node)
-{
-    if (!node || layer >= int(store.size())) {
-        return nullptr;
-    }
-    auto &all = store[std::size_t(layer)].members;
-    const auto found = std::find_if(all.begin(), all.end(),
-                                    [&](const Member &other) { return other.node == node; });
-    return found == all.end() ? nullptr : &*found;
-}
-
-std::optional<PanelModel::Attributes> *PanelModel::attributesOf(int layer, const osg::NodePtr &node)
-{
-    Member *const found = member(layer, node.get());
-    return found && found->attributes ? &found->attributes : nullptr;
-}
-
-std::optional<PanelModel::Attributes> *PanelModel::attributesOfRow(Position position)
-{
-    if (!resolve(position) || position.layer >= int(store.size())) {
-        return nullptr;
-    }
-    auto &all = store[std::size_t(position.layer)].members;
-    const auto index = std::size_t(position.node);
-    return index < all.size() && all[index].attributes ? &all[index].attributes : nullptr;
-}
-
-void PanelModel::fillCells(Row &row, const std::optional<Attributes> &attributes)
-{
-    if (!attributes) {
-        return;
-    }
-    for (std::size_t i = 0; i < attributes->flags.size(); ++i) {
-        row.cells[i] = onOff(attributes->flags[i]);
-    }
-    row.cells[materialColumn - 1] = attributes->material
-                                        ? QString::fromStdString(attributes->material->getName())
-                                        : QStringLiteral("Empty");
 }
 
 QString PanelModel::values(const std::optional<Attributes> &attributes)
 {
-    if (!attributes) {
-        return QStringLiteral("none");
-    }
-    QString text;
-    for (const bool flag : attributes->flags) {
-        text += flag ? '1' : '0';
-    }
-    return text + ' '
-           + (attributes->material ? mkMaterials::getName(attributes->material) : "Empty");
+    return attributes ? attributes->flags + ' ' + nameOf(attributes->material) : "none";
 }
 
 QString PanelModel::describe() const
 {
-    QString text = QStringLiteral("store\n");
+    QString text = "store\n";
     for (const Layer &layer : store) {
-        text += describeLayer(layer.name, layer.state != 0);
-        for (const Member &other : layer.members) {
-            text += describeMember(other.node, values(other.attributes));
+        text += describeLayer(layer.name, layer.open);
+        for (const Member &member : layer.members) {
+            text += describeMember(osg::NodePtr(member.node), values(member.attributes));
         }
     }
-    text += QStringLiteral("rows\n");
-    for (int i = 0; i < int(rows.size()); ++i) {
-        const Row &layer = rows[std::size_t(i)];
-        text += describeRow(layer.text, { layer.expanded ? "open" : "closed" }, layer.selected,
-                            current == Position{ i });
-        for (int j = 0; j < int(layer.nodes.size()); ++j) {
-            const Row &node = layer.nodes[std::size_t(j)];
-            QStringList cells;
-            for (const QString &cell : node.cells) {
-                cells += cell;
-            }
-            text += describeRow(node.text, cells, node.selected, current == Position{ i, j });
-        }
+    text += "rows\n";
+    const Row *const now = current < 0 ? nullptr : &rows[current];
+    for (const Row &row : rows) {
+        text += describeRow(row.text,
+                            row.isNode() ? row.cells
+                            : row.open   ? "open"
+                                         : "closed",
+                            row.selected, row.selected && &row == now);
     }
     return text;
 }
 
 QString PanelModel::describe(const QTreeWidget *tree)
 {
-    QString text = QStringLiteral("store\n");
+    QString text = "store\n";
     const osg::RenderLayersPtr content = mkScenegraph::getRenderLayer()->getAttachment();
     for (std::size_t i = 0; i < content->getLayers().size(); ++i) {
         const osg::RenderLayerPtr layer = content->getLayer(i);
         text += describeLayer(QString::fromStdString(layer->getName()), layer->getState() != 0);
         for (const osg::NodePtr &node : layer->getNodes()) {
             const osg::RaytracingGeoAttachmentPtr attributes(layer->findAttributes(node));
-            text += describeMember(node.get(), HostFixture::values(attributes));
+            text += describeMember(node, HostFixture::values(attributes));
         }
     }
-    text += QStringLiteral("rows\n");
-    for (int i = 0; i < tree->topLevelItemCount(); ++i) {
-        const QTreeWidgetItem *const layer = tree->topLevelItem(i);
-        text += describeRow(layer->text(0), { layer->isExpanded() ? "open" : "closed" },
-                            layer->isSelected(), layer == tree->currentItem());
-        for (int j = 0; j < layer->childCount(); ++j) {
-            const QTreeWidgetItem *const node = layer->child(j);
-            QStringList cells;
-            for (int column = 1; column <= materialColumn; ++column) {
-                cells += node->text(column);
-                // What the eye does not see must agree with it.
-                const bool agrees =
-                    column < materialColumn
-                        ? node->data(column, Qt::UserRole).toBool() == (cells.last() == "On")
-                        : node->data(column, Qt::DecorationRole).value<QIcon>().isNull()
-                              == (cells.last().isEmpty() || cells.last() == "Empty");
-                cells.last() += agrees ? "" : "!";
-            }
-            text += describeRow(node->text(0), cells, node->isSelected(),
-                                node == tree->currentItem());
-        }
+    text += "rows\n";
+    for (QTreeWidgetItemIterator it(const_cast<QTreeWidget *>(tree)); *it; ++it) {
+        const QTreeWidgetItem *const item = *it;
+        text += describeRow(item->text(0),
+                            item->parent()       ? HostFixture::cells(item)
+                            : item->isExpanded() ? "open"
+                                                 : "closed",
+                            item->isSelected(), item->isSelected() && item == tree->currentItem());
     }
     return text;
 }

@@ -3,12 +3,10 @@
 #include "OSGSystem/Material.h"
 #include "OSGSystem/Node.h"
 
-#include <QString>
 #include <QStringList>
+#include <QVector>
 
-#include <array>
 #include <optional>
-#include <vector>
 
 class QTreeWidget;
 
@@ -18,103 +16,85 @@ class QTreeWidget;
 class PanelModel
 {
 public:
-    enum class Direction { Up = -1, Down = 1 };
-    using Flags = std::array<bool, 11>;
-
     struct Attributes
     {
-        Flags flags{ true, true, true, true, true, true, true, true, true, true, false };
-        osg::MaterialPtr material;
+        QString flags = "11111111110";
+        osg::MaterialPtr material = osg::NullFC;
     };
     struct Member
     {
         osg::Node *node;
         /// Nothing for a member that the store holds no attributes for.
-        std::optional<Attributes> attributes;
+        std::optional<Attributes> attributes = Attributes();
     };
     struct Layer
     {
         QString name;
-        unsigned state = 0;
-        std::vector<Member> members;
+        bool open = false;
+        QVector<Member> members = {};
     };
-
-    /// A row: a layer's has node -1, none has layer -1.
-    struct Position
-    {
-        int layer = -1;
-        int node = -1;
-        bool isNode() const { return node >= 0; }
-        friend bool operator==(Position a, Position b)
-        {
-            return a.layer == b.layer && a.node == b.node;
-        }
-    };
-    using Positions = std::vector<Position>;
-
+    /// A row of the tree, with its place in the store; layer rows have node -1.
     struct Row
     {
+        int layer;
+        int node;
         QString text;
-        bool selected = false;
-        /// Layer rows.
-        bool expanded = false;
-        std::vector<Row> nodes;
-        /// Node rows: the container's id, and columns 1 to 12.
+        bool open = false;
         std::uint32_t id = 0;
-        std::array<QString, 12> cells;
+        /// As HostFixture::cells() reads them.
+        QString cells = {};
+        bool selected = false;
+        bool isNode() const { return node >= 0; }
     };
+    /// Indices of rows.
+    using Rows = QVector<int>;
 
-    std::vector<Layer> store;
-    std::vector<Row> rows;
-    Position current;
+    QVector<Layer> store;
+    /// All rows from top to bottom, also those under closed layers.
+    QVector<Row> rows;
+    int current = -1;
     bool modified = false;
     int rebuilds = 0;
     int warnings = 0;
 
-    const Row *row(Position position) const;
-    Row *row(Position position);
-    bool isSelected(Position position) const;
-    bool isVisible(Position position) const;
-    Positions visibleRows() const;
+    bool isSelected(int row) const { return row >= 0 && rows[row].selected; }
+    int layerOf(int row) const { return row - rows[row].node - 1; }
+    Rows layerRows() const;
+    /// The rows of a layer's nodes.
+    Rows below(int layerRow) const;
+    Rows visibleRows() const;
+    Rows rowsNamed(const QString &text) const;
     int layerNamed(const QString &name) const;
-    /// The node of a row that lives now; null for layer rows.
-    osg::NodePtr resolve(Position position) const;
 
     // The user in the tree. `order` is the selection in the order in which Qt lists it.
-    void click(Position position);
-    void toggleSelection(Position position);
+    void selectOnly(int row);
+    void toggleSelection(int row);
     void selectAll();
-    void setExpanded(int layer, bool expanded);
+    void setOpen(int row, bool open);
     void createLayer(const QString &name);
-    void commitText(Position position, int column, const QString &text);
+    void commitText(int row, int column, const QString &text);
     void duplicateLayers();
-    void move(Direction direction, const Positions &order);
+    /// By -1 or +1.
+    void move(int by, const Rows &order);
     void removeSelectedLayers();
     void removeSelectedNodes();
     void addNodes(const std::vector<osg::NodePtr> &nodes);
-    void applyAttributes(const Flags &flags);
+    void applyAttributes(const QString &flags);
     void clearMaterials();
-    void toggleCell(Position position, int column);
-    void clickClearButton(Position position);
-    void dropNodes(Position position, const std::vector<osg::NodePtr> &nodes, bool onlyRoot);
-    void dropMaterial(Position position, const osg::MaterialPtr &material);
+    void toggleCell(int row, int column);
+    void clickClearButton(int row);
+    void dropNodes(int row, const std::vector<osg::NodePtr> &nodes);
+    void dropMaterial(int row, const osg::MaterialPtr &material);
     void cleanup();
     void materialRenamed(const osg::MaterialPtr &material);
-    std::vector<osg::Node *> nodesToSelect(const Positions &order) const;
-    /// The entries that activation applies, in order.
-    std::vector<std::pair<int, osg::Node *>> activations(const Positions &order) const;
-    /// What a script's activation by name selects, one after the other.
-    Positions rowsNamed(const QString &text) const;
-    void selectOnly(Position position);
-
     void rebuild(bool keepSelection);
+    /// Rebuilds after a change of the document.
+    void changed(bool keepSelection);
 
     // The store, as the host documents it.
     void storeAddNode(int layer, osg::Node *node);
     void storeSubNode(int layer, osg::Node *node);
-    void storeMoveLayer(int layer, Direction direction);
-    void storeMoveNode(int layer, osg::Node *node, Direction direction);
-    static QString uniqueName(const QString &name, const QStringList &taken);
+    void storeMoveLayer(int layer, int by);
 
     /// The whole panel and store as text, from the model and from what is really there.
     QString describe() const;
@@ -122,12 +102,13 @@ public:
     static QString values(const std::optional<Attributes> &attributes);
 
 private:
+    Rows selected(bool nodes) const;
     Member *member(int layer, const osg::Node *node);
-    std::optional<Attributes> *attributesOf(int layer, const osg::NodePtr &node);
-    std::optional<Attributes> *attributesOfRow(Position position);
-    Positions selectedLayers() const;
-    Positions selectedVisibleNodes() const;
-    bool isAlive(const osg::NodePtr &node) const;
-    void fillCells(Row &row, const std::optional<Attributes> &attributes);
-    void writeCells(Position position);
+    /// The node of a row that lives now; null for layer rows.
+    osg::NodePtr resolve(int row) const;
+    /// Of a row's node, or of whatever is at its place in the store; null where there are none.
+    Attributes *attributesOf(int row);
+    Attributes *attributesAt(int row);
+    void writeCells(int row);
+    void storeMoveNode(int layer, osg::Node *node, int by);
 };
