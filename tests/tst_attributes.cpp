@@ -179,6 +179,10 @@ void tst_Attributes::clearButtonIsWhereItIsPainted()
     makeRed(false);
     const QRect painted = paintedIcon("A/a");
     QVERIFY(painted.width() >= 8 && painted.height() >= 8);
+    const auto icon = host.row("A/a")->data(12, Qt::DecorationRole).value<QIcon>();
+    const auto shown = [&icon](QIcon::Mode mode) { return icon.pixmap(16, mode).toImage(); };
+    QVERIFY(shown(QIcon::Selected) == shown(QIcon::Disabled));
+    QVERIFY(shown(QIcon::Selected) != shown(QIcon::Normal));
     const QRect cell = host.cell("A/a", 12);
     QRect hit;
     int hits = 0;

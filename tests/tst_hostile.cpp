@@ -403,13 +403,18 @@ void tst_Hostile::commandWithinACommand()
 {
     const auto check = [this](const char *call, const Action &inner, const QString &stored) {
         init();
+        host->addLayer("D", { "c" });
+        host->rebuild();
         host->select({ "A", "B/c", "C" });
         host->tree()->setColumnWidth(0, 30);
         bool struck = false;
+        bool rowsKept = false;
         const auto endInterception = qScopeGuard([] { mkTrace::setInterceptor({}); });
         mkTrace::setInterceptor([&](const char *name) {
             if (strcmp(call, name) == 0 && !std::exchange(struck, true)) {
+                const QString before = host->rows();
                 inner(*host);
+                rowsKept = host->rows() == before;
             }
             return true;
         });
@@ -417,7 +422,7 @@ void tst_Hostile::commandWithinACommand()
         host->select({ "A", "B/c", "C" });
         host->clickTool("Activate Layer");
         host->settle();
-        QVERIFY(struck);
+        QVERIFY(struck && rowsKept);
         QCOMPARE(host->stored(), stored);
         QCOMPARE(host->rows(), stored);
         const int width = host->tree()->columnWidth(0);
@@ -435,14 +440,15 @@ void tst_Hostile::commandWithinACommand()
     };
     // Other rows are still to come.
     check("mkRenderLayer::activateLayer", pressing(Qt::Key_D),
-          "A[a b] B[c group] C[d] A1[a b] C1[d]");
+          "A[a b] B[c group] C[d] D[c] A1[a b] C1[d]");
     // Layers go, and nodes of rows that moved.
-    check("mkRenderLayer::activateLayer", pressing(Qt::Key_Delete), "B[c group]");
+    check("mkRenderLayer::activateLayer", pressing(Qt::Key_Delete), "B[c group] D[c]");
     // Names that no row shows yet.
-    check("mkRenderLayer::activateLayer", createTwo, "A[a b] B[c group] C[d] Layer[] Layer1[]");
+    check("mkRenderLayer::activateLayer", createTwo,
+          "A[a b] B[c group] C[d] D[c] Layer[] Layer1[]");
     // While rows are drawn, and events are handled.
     check("mkRenderLayer::getAttachment", longName,
-          "A[a b] B[c group] C[d] " + QString(80, 'x') + "[]");
+          "A[a b] B[c group] C[d] D[c] " + QString(80, 'x') + "[]");
 }
 
 HOST_TEST_MAIN(tst_Hostile)
