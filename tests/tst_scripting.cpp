@@ -498,12 +498,12 @@ void tst_Scripting::scripts()
         QCOMPARE(exitStatus, status);
         QCOMPARE(ok, status == 0);
     };
-    const QString before = py("sys.argv, sys.path");
+    const QString before = py("(sys.argv, sys.path)");
     run("import sys, os\r\nseen = sys.argv, __name__, os.path.isabs(__file__), "
         "os.path.samefile(sys.path[0], os.path.dirname(__file__))",
         0, "");
     expect({ { "seen", "(['script.py', '--layer', 'Bäume'], '__main__', True, True)" },
-             { "sys.argv, sys.path", before },
+             { "(sys.argv, sys.path)", before },
              { "__file__", "NameError" } });
     run("# -*- coding: latin-1 -*-\nassert '\xe4' == '\\xe4'", 0, "");
     run("raise SystemExit", 0, "");
