@@ -227,11 +227,8 @@ private:
             model.rebuild(false);
             host.rebuild();
             // The edit goes on where it is clear with which layer.
-            int namesakes = 0;
-            for (const int layer : model.layerRows()) {
-                namesakes += model.rows[layer].text == old ? 1 : 0;
-            }
-            opens &= canEdit() && path(model.current) == old && namesakes == 1;
+            const Rows namesakes = model.where([&](int row) { return path(row) == old; });
+            opens &= canEdit() && namesakes == Rows{ model.current };
         }
         if (opens && commit) {
             model.commitText(model.current, 0, name);
@@ -355,7 +352,7 @@ private:
         if (chosen == 0) {
             model.createLayer(name);
         } else if (chosen == 1) {
-            const Rows found = model.rowsNamed(name);
+            const Rows found = model.where([&](int row) { return model.rows[row].text == name; });
             model.selectOnly(found.empty() ? -1 : found.last());
         } else if (chosen == 2) {
             for (const mkNodePtr &selected : mkSelectionManager::getSelectedNodes()) {
@@ -404,7 +401,7 @@ private:
             }
         };
         const auto number = [](int value) { return QString::number(value); };
-        compare("panel", PanelModel::describe(tree), model.describe());
+        compare("panel", PanelModel::read(tree).describe(), model.describe());
         compare("rebuilds", number(rebuilds), number(model.rebuilds));
         compare("modified", number(mkController::isModified()), number(model.modified));
         compare("dialogs", number(dialogs), number(model.warnings));
