@@ -264,6 +264,8 @@ void tst_Drop::rowsWithoutAttributes()
             host.store()->subLayer(name);
         }
     });
+    // The layer at the row's place is now empty.
+    check("A/d", [this](auto &) { host.store()->subLayer("A"); });
     // The attributes at the row's place are now those of the next node.
     check("A/d", [this](auto &) { host.kill("d"); });
     QCOMPARE(host.values(host.attributes(0, "e")), untouched);

@@ -7,6 +7,7 @@
 #include "mkKernel/mkSelectionManager.h"
 #include "mkKernelServices/mkScopedUndo.h"
 #include "mkOpenSGUtils/mkMaterials.h"
+#include "mkOpenSGUtils/mkNodeUtils.h"
 
 #include <QCheckBox>
 #include <QDialog>
@@ -78,13 +79,8 @@ public:
         // Counted where the view hears of it, whatever blocks the tree's signals.
         const auto counter = QObject::connect(tree->model(), &QAbstractItemModel::modelReset, tree,
                                               [this] { ++rebuilds; });
-        QString difference;
-        for (const Step &next : steps) {
-            step = next;
-            if (!difference.isEmpty()) {
-                break;
-            }
-            complaint.clear();
+        for (auto next = steps.begin(); next != steps.end() && wrong.empty(); ++next) {
+            step = *next;
             answer = [](QWidget *modal) { modal->close(); };
             dialogs = model.warnings = 0;
             const ModalAnswers answers([this](QWidget *modal) {
@@ -92,11 +88,11 @@ public:
                 answer(modal);
             });
             perform();
-            difference = check();
+            check();
         }
         QObject::disconnect(counter);
         HostFixture::settle();
-        return difference.isEmpty() ? QString() : story.join('\n') + '\n' + difference;
+        return wrong.empty() ? QString() : (story + wrong).join('\n');
     }
 
 private:
@@ -227,17 +223,14 @@ private:
             model.rebuild(false);
             host.rebuild();
             // The edit goes on where it is clear with which layer.
-            int namesakes = 0;
-            for (const int layer : model.layerRows()) {
-                namesakes += model.rows[layer].text == old ? 1 : 0;
-            }
-            opens &= canEdit() && path(model.current) == old && namesakes == 1;
+            const Rows namesakes = model.where([&](int row) { return path(row) == old; });
+            opens &= canEdit() && namesakes == Rows{ model.current };
         }
         if (opens && commit) {
             model.commitText(model.current, 0, name);
         }
         if (host.type(name, commit ? Qt::Key_Return : Qt::Key_Escape) != opens) {
-            complaint = opens ? "no editor" : "an editor";
+            wrong += opens ? "no editor" : "an editor";
         }
     }
 
@@ -338,11 +331,12 @@ private:
     {
         const QString name = anyName(step.b);
         const QString node = "mkHost.findNode('" + name + "')";
+        const QString use = step.b % 2 == 0 ? "True" : "False";
         const QStringList statements{
             "createRenderLayer('" + name + "')",
             "activateRenderLayer('" + name + "')",
             "addNodesToRenderLayer(mkHost.getSelectedNodes(), '" + name + "')",
-            "setNodeVisibilityFlags(" + node + ", *[False, True] * 5, True, 'red')",
+            "setNodeVisibilityFlags(" + node + ", *[False, True] * 5, " + use + ", 'red')",
             "resetNodeVisibilityFlags(" + node + ")",
             "activateRenderLayerState('" + name + "')",
             "resetRenderLayers()",
@@ -355,7 +349,7 @@ private:
         if (chosen == 0) {
             model.createLayer(name);
         } else if (chosen == 1) {
-            const Rows found = model.rowsNamed(name);
+            const Rows found = model.where([&](int row) { return model.rows[row].text == name; });
             model.selectOnly(found.empty() ? -1 : found.last());
         } else if (chosen == 2) {
             for (const mkNodePtr &selected : mkSelectionManager::getSelectedNodes()) {
@@ -366,7 +360,13 @@ private:
             }
         }
         if (!mkScript::run(statements[chosen].toUtf8())) {
-            complaint = "the script failed";
+            wrong += "the script failed";
+        }
+        const osg::NodePtr found = host.node(name);
+        if (chosen == 3 && found) {
+            const bool red = use == "True" && host.material("red");
+            compare("flags", host.values(mkNodeUtils::getRenderAttributes(found)),
+                    "0101010101" + QString(use == "True" ? "1 " : "0 ") + (red ? "red" : "Empty"));
         }
     }
 
@@ -389,30 +389,28 @@ private:
         }
     }
 
-    QString check()
+    void check()
     {
         // A current row that is not selected is Qt's affair: the tree takes one when it gets the
         // focus.
         if (!model.isSelected(model.current)) {
             model.current = rowOf(tree->currentItem());
         }
-        QStringList wrong;
-        const auto compare = [&wrong](const QString &what, const QString &is,
-                                      const QString &wanted) {
-            if (is != wanted) {
-                wrong += "=== " + what + "\n" + is + "\n=== should be\n" + wanted;
-            }
-        };
         const auto number = [](int value) { return QString::number(value); };
-        compare("panel", PanelModel::describe(tree), model.describe());
+        compare("panel", PanelModel::read(tree).describe(), model.describe());
         compare("rebuilds", number(rebuilds), number(model.rebuilds));
         compare("modified", number(mkController::isModified()), number(model.modified));
         compare("dialogs", number(dialogs), number(model.warnings));
-        compare("test", complaint, {});
         if (!tree->updatesEnabled() || tree->signalsBlocked()) {
             wrong += "the tree is left switched off";
         }
-        return wrong.join('\n');
+    }
+
+    void compare(const QString &what, const QString &is, const QString &wanted)
+    {
+        if (is != wanted) {
+            wrong += "=== " + what + "\n" + is + "\n=== should be\n" + wanted;
+        }
     }
 
     HostFixture &host;
@@ -425,7 +423,8 @@ private:
     /// How the next dialog is answered, and how many there were.
     std::function<void(QWidget *)> answer;
     int dialogs = 0;
-    QString complaint;
+    /// What is not as it should be after the step.
+    QStringList wrong;
 
     using Steps = std::vector<std::function<void()>>;
     /// What is done to the row `target`.
@@ -482,7 +481,7 @@ private:
             model.commitText(layer, column, name);
             host.doubleClick(item(layer), column);
             if (!host.type(name)) {
-                complaint = "no editor";
+                wrong += "no editor";
             }
         },
         [this] {

@@ -261,7 +261,7 @@ void tst_Sync::activation()
         QCOMPARE(calls.commands(), expected + "updateRender(false)");
     };
     // What a node has of its own afterwards: below a member, members of the layer go by themselves.
-    host.addLayer("D", { "group", "g1" });
+    host.addLayer("D", { "g1", "group" });
     host.flag(host.attributes(4, "group"), 1) = false;
     host.flag(host.attributes(4, "g1"), 2) = false;
     host.rebuild();

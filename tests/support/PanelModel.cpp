@@ -17,22 +17,14 @@ QString nameOf(const osg::MaterialPtr &material)
     return material ? QString(mkMaterials::getName(material)) : "Empty";
 }
 
-QString describeMember(const osg::NodePtr &node, const QString &values)
+QString nameOf(const osg::Node *node)
 {
-    return QString("    %1 #%2 %3\n")
-        .arg(mkNodeUtils::getName(node))
-        .arg(node->getId())
-        .arg(values);
+    return QString::fromStdString(node->getName());
 }
 
-QString describeLayer(const QString &name, bool open)
+QString values(const PanelModel::Attributes &attributes)
 {
-    return QString("  %1 %2\n").arg(name, open ? "open" : "closed");
-}
-
-QString describeRow(const QString &text, const QString &cells, bool selected, bool current)
-{
-    return QString("  %1%2|%3|%4\n").arg(selected ? "x" : "-", current ? "*" : " ", text, cells);
+    return attributes.flags + ' ' + nameOf(attributes.material);
 }
 
 QString uniqueName(const QString &name, const QStringList &taken)
@@ -48,54 +40,25 @@ QString uniqueName(const QString &name, const QStringList &taken)
 
 PanelModel::Rows PanelModel::layerRows() const
 {
-    Rows found;
-    for (int i = 0; i < rows.size(); ++i) {
-        if (!rows[i].isNode()) {
-            found += i;
-        }
-    }
-    return found;
+    return where([this](int row) { return !rows[row].isNode(); });
 }
 
 PanelModel::Rows PanelModel::below(int layerRow) const
 {
-    Rows found;
-    for (int i = layerRow + 1; i < rows.size() && rows[i].isNode(); ++i) {
-        found += i;
-    }
-    return found;
+    return where([&](int row) { return rows[row].isNode() && layerOf(row) == layerRow; });
 }
 
 PanelModel::Rows PanelModel::visibleRows() const
 {
-    Rows found;
-    for (const int layer : layerRows()) {
-        found += layer;
-        found += rows[layer].open ? below(layer) : Rows();
-    }
-    return found;
-}
-
-PanelModel::Rows PanelModel::rowsNamed(const QString &text) const
-{
-    Rows found;
-    for (int i = 0; i < rows.size(); ++i) {
-        if (rows[i].text == text) {
-            found += i;
-        }
-    }
-    return found;
+    return where([this](int row) { return !rows[row].isNode() || rows[layerOf(row)].open; });
 }
 
 PanelModel::Rows PanelModel::selected(bool nodes) const
 {
-    Rows found;
-    for (const int row : visibleRows()) {
-        if (rows[row].selected && rows[row].isNode() == nodes) {
-            found += row;
-        }
-    }
-    return found;
+    return where([&](int row) {
+        const bool visible = !nodes || rows[layerOf(row)].open;
+        return rows[row].selected && rows[row].isNode() == nodes && visible;
+    });
 }
 
 int PanelModel::layerNamed(const QString &name) const
@@ -440,8 +403,8 @@ void PanelModel::rebuild(bool keepSelection)
         rows.push_back({ i, -1, store[i].name, store[i].open });
         for (int j = 0; j < store[i].members.size(); ++j) {
             const auto &[node, attributes] = store[i].members[j];
-            rows.push_back({ i, j, QString::fromStdString(node->getName()), false, node->getId(),
-                             attributes ? values(attributes) : QString(12, ' ') });
+            rows.push_back({ i, j, nameOf(node), false, node->getId(),
+                             attributes ? values(*attributes) : QString(12, ' ') });
         }
     }
     for (int row = 0; row < rows.size(); ++row) {
@@ -490,52 +453,51 @@ void PanelModel::storeMoveNode(int layer, osg::Node *node, int by)
     }
 }
 
-QString PanelModel::values(const std::optional<Attributes> &attributes)
+PanelModel PanelModel::read(const QTreeWidget *tree)
 {
-    return attributes ? attributes->flags + ' ' + nameOf(attributes->material) : "none";
+    PanelModel real;
+    const osg::RenderLayersPtr content = mkScenegraph::getRenderLayer()->getAttachment();
+    for (std::size_t i = 0; i < content->getLayers().size(); ++i) {
+        const osg::RenderLayerPtr layer = content->getLayer(i);
+        real.store.push_back({ QString::fromStdString(layer->getName()), layer->getState() != 0 });
+        for (const osg::NodePtr &node : layer->getNodes()) {
+            real.store.back().members.push_back({ node.get(), std::nullopt });
+            if (const osg::RaytracingGeoAttachmentPtr found{ layer->findAttributes(node) }) {
+                real.store.back().members.back().attributes = { HostFixture::values(found).left(11),
+                                                                found->getOverrideMaterial() };
+            }
+        }
+    }
+    for (QTreeWidgetItemIterator it(const_cast<QTreeWidget *>(tree)); *it; ++it) {
+        const bool isNode = (*it)->parent();
+        if (*it == tree->currentItem()) {
+            real.current = real.rows.size();
+        }
+        real.rows.push_back({ 0, isNode ? 0 : -1, (*it)->text(0), (*it)->isExpanded(), 0,
+                              isNode ? HostFixture::cells(*it) : QString(), (*it)->isSelected() });
+    }
+    return real;
 }
 
 QString PanelModel::describe() const
 {
     QString text = "store\n";
     for (const Layer &layer : store) {
-        text += describeLayer(layer.name, layer.open);
+        text += QString("  %1 %2\n").arg(layer.name, layer.open ? "open" : "closed");
         for (const Member &member : layer.members) {
-            text += describeMember(osg::NodePtr(member.node), values(member.attributes));
+            text += QString("    %1 #%2 ").arg(nameOf(member.node)).arg(member.node->getId());
+            text += (member.attributes ? values(*member.attributes) : "none") + '\n';
         }
     }
     text += "rows\n";
-    const Row *const now = current < 0 ? nullptr : &rows[current];
-    for (const Row &row : rows) {
-        text += describeRow(row.text,
-                            row.isNode() ? row.cells
-                            : row.open   ? "open"
-                                         : "closed",
-                            row.selected, row.selected && &row == now);
-    }
-    return text;
-}
-
-QString PanelModel::describe(const QTreeWidget *tree)
-{
-    QString text = "store\n";
-    const osg::RenderLayersPtr content = mkScenegraph::getRenderLayer()->getAttachment();
-    for (std::size_t i = 0; i < content->getLayers().size(); ++i) {
-        const osg::RenderLayerPtr layer = content->getLayer(i);
-        text += describeLayer(QString::fromStdString(layer->getName()), layer->getState() != 0);
-        for (const osg::NodePtr &node : layer->getNodes()) {
-            const osg::RaytracingGeoAttachmentPtr attributes(layer->findAttributes(node));
-            text += describeMember(node, HostFixture::values(attributes));
-        }
-    }
-    text += "rows\n";
-    for (QTreeWidgetItemIterator it(const_cast<QTreeWidget *>(tree)); *it; ++it) {
-        const QTreeWidgetItem *const item = *it;
-        text += describeRow(item->text(0),
-                            item->parent()       ? HostFixture::cells(item)
-                            : item->isExpanded() ? "open"
-                                                 : "closed",
-                            item->isSelected(), item->isSelected() && item == tree->currentItem());
+    for (int i = 0; i < rows.size(); ++i) {
+        const Row &row = rows[i];
+        text += QString(row.selected ? "  x" : "  -") + (row.selected && i == current ? "*|" : " |")
+                + row.text + '|'
+                + (row.isNode() ? row.cells
+                   : row.open   ? "open"
+                                : "closed")
+                + '\n';
     }
     return text;
 }

@@ -59,11 +59,10 @@ public:
 
     bool isSelected(int row) const { return row >= 0 && rows[row].selected; }
     int layerOf(int row) const { return row - rows[row].node - 1; }
+    template <typename Wanted>
+    Rows where(Wanted wanted) const;
     Rows layerRows() const;
-    /// The rows of a layer's nodes.
-    Rows below(int layerRow) const;
     Rows visibleRows() const;
-    Rows rowsNamed(const QString &text) const;
     int layerNamed(const QString &name) const;
 
     // The user in the tree. `order` is the selection in the order in which Qt lists it.
@@ -96,12 +95,14 @@ public:
     void storeSubNode(int layer, osg::Node *node);
     void storeMoveLayer(int layer, int by);
 
-    /// The whole panel and store as text, from the model and from what is really there.
+    /// What is really there. Rows have no ids, and do not know their places.
+    static PanelModel read(const QTreeWidget *tree);
+    /// The whole panel and store as text.
     QString describe() const;
-    static QString describe(const QTreeWidget *tree);
-    static QString values(const std::optional<Attributes> &attributes);
 
 private:
+    /// The rows of a layer's nodes.
+    Rows below(int layerRow) const;
     Rows selected(bool nodes) const;
     Member *member(int layer, const osg::Node *node);
     /// The node of a row that lives now; null for layer rows.
@@ -112,3 +113,15 @@ private:
     void writeCells(int row);
     void storeMoveNode(int layer, osg::Node *node, int by);
 };
+
+template <typename Wanted>
+PanelModel::Rows PanelModel::where(Wanted wanted) const
+{
+    Rows found;
+    for (int i = 0; i < rows.size(); ++i) {
+        if (wanted(i)) {
+            found += i;
+        }
+    }
+    return found;
+}
