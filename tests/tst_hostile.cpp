@@ -181,6 +181,7 @@ private Q_SLOTS:
     void messageWhileNameIsTyped();
     void whileDialogsAreOpen();
     void commandWithinACommand();
+    void messageWhileLayersAreDeleted();
 
 private:
     bool perform(const Command &command, const mkTrace::Interceptor &interceptor);
@@ -449,6 +450,19 @@ void tst_Hostile::commandWithinACommand()
     // While rows are drawn, and events are handled.
     check("mkRenderLayer::getAttachment", longName,
           "A[a b] B[c group] C[d] D[c] " + QString(80, 'x') + "[]");
+}
+
+void tst_Hostile::messageWhileLayersAreDeleted()
+{
+    const auto tell = [](const char *call) {
+        if (strcmp(call, "mkRenderLayer::subLayer") == 0) {
+            HostFixture::rebuild();
+        }
+        return true;
+    };
+    QVERIFY(perform({ "delete", { "A", "B/c", "B/group" }, pressing(Qt::Key_Delete) }, tell));
+    QCOMPARE(host->stored(), QStringLiteral("B[] C[d]"));
+    QCOMPARE(host->rows(), host->stored());
 }
 
 HOST_TEST_MAIN(tst_Hostile)

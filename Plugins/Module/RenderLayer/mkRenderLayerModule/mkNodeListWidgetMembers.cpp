@@ -44,10 +44,13 @@ void mkNodeListWidget::removeSelectedLayers()
     if (names.isEmpty()) {
         return;
     }
+    // A message about one of the removals must not cost the selected nodes their selection: they
+    // are removed next.
+    const RowsInUse inUse(this);
     for (const QString &name : names) {
         mkStore()->subLayer(name.toUtf8().toStdString());
     }
-    rebuildTree(true);
+    drawTree(true);
     mkController::setModified(1);
 }
 
