@@ -12,6 +12,9 @@
 
 #include <boost/python.hpp>
 
+#include <QCoreApplication>
+#include <QThread>
+
 #include <string_view>
 
 namespace {
@@ -142,7 +145,11 @@ python::object getMaterialColor(const std::string &name)
 
 void openScene(const std::string &file)
 {
-    mkScenegraph::openFile(QString::fromStdString(file));
+    try {
+        mkScenegraph::openFile(QString::fromStdString(file));
+    } catch (const std::exception &failure) {
+        raise(PyExc_RuntimeError, file + ": " + failure.what());
+    }
 }
 
 std::string getSceneFile()
@@ -245,6 +252,26 @@ python::object getLayerAttributes(const std::string &layerName, const mkPythonNo
     return toDictionary(RaytracingGeoAttachmentPtr(layer->findAttributes(node.get())));
 }
 
+/// Call policy: a thread that a script started gets an exception, where it would bring Qt down.
+struct GuiThreadOnly : python::default_call_policies
+{
+    template <typename Arguments>
+    static bool precall(const Arguments &)
+    {
+        if (QThread::currentThread() == QCoreApplication::instance()->thread()) {
+            return true;
+        }
+        PyErr_SetString(PyExc_RuntimeError, "The host is for the main thread only.");
+        return false;
+    }
+};
+
+template <typename Function, typename... Rest>
+void define(const char *name, Function function, const Rest &...rest)
+{
+    python::def(name, function, rest..., GuiThreadOnly());
+}
+
 constexpr char moduleDoc[] =
     "The host as scripts see it.\n\n"
     "The scene's nodes and materials, the selection, the log, and the render layers for "
@@ -258,107 +285,107 @@ constexpr char moduleDoc[] =
 void defineScene()
 {
     using python::arg;
-    python::def("getRoot", &mkScenegraph::getRoot,
-                "Returns the root of the scene.\n\n"
-                "@rtype: Node");
-    python::def("findNode", &findNode, arg("name"),
-                "Returns the first node of this name, parents before children, or None.\n\n"
-                "@param name: The name of the node; upper and lower case differ.\n\n"
-                "@type name: string\n\n"
-                "@rtype: Node or None");
-    python::def("findNodes", &findNodes, arg("name"),
-                "Returns every node of this name, parents before children.\n\n"
-                "@param name: The name of the nodes; upper and lower case differ.\n\n"
-                "@type name: string\n\n"
-                "@rtype: list of Node");
-    python::def("findNodeByPath", &findNodeByPath, arg("path"),
-                "Returns the node at this place in the scene, or None.\n\n"
-                "@param path: The names from the root to the node, each behind a slash, as in "
-                "\"/studio/car/body\".\n\n"
-                "@type path: string\n\n"
-                "@rtype: Node or None");
-    python::def("getSelectedNodes", &getSelectedNodes,
-                "Returns the selected nodes, in the order of their selection.\n\n"
-                "@rtype: list of Node");
-    python::def("selectNodes", &selectNodes, arg("nodes"),
-                "Makes these nodes the selection; the change can be undone.\n\n"
-                "@param nodes: The nodes; None in between is passed over, an empty list selects "
-                "nothing.\n\n"
-                "@type nodes: sequence of Node");
-    python::def("getMaterialNames", &getMaterialNames,
-                "Returns the names of the document's materials; each is unique.\n\n"
-                "@rtype: list of string");
-    python::def("getMaterialColor", &getMaterialColor, arg("name"),
-                "Returns the base colour of a material as (red, green, blue, alpha), each from 0 "
-                "to 1, or None when there is no such material.\n\n"
-                "@param name: The name of the material.\n\n"
-                "@type name: string\n\n"
-                "@rtype: tuple of float or None");
-    python::def("openScene", &openScene, arg("file"),
-                "Opens a scene file in place of the open scene, without asking whether that has "
-                "changes. Raises RuntimeError with the reason, and leaves the open scene, when "
-                "the file cannot be read.\n\n"
-                "@param file: The path of the file.\n\n"
-                "@type file: string");
-    python::def("getSceneFile", &getSceneFile,
-                "Returns the path of the open scene's file, or \"\" when it is in no file.\n\n"
-                "@rtype: string");
+    define("getRoot", &mkScenegraph::getRoot,
+           "Returns the root of the scene.\n\n"
+           "@rtype: Node");
+    define("findNode", &findNode, arg("name"),
+           "Returns the first node of this name, parents before children, or None.\n\n"
+           "@param name: The name of the node; upper and lower case differ.\n\n"
+           "@type name: string\n\n"
+           "@rtype: Node or None");
+    define("findNodes", &findNodes, arg("name"),
+           "Returns every node of this name, parents before children.\n\n"
+           "@param name: The name of the nodes; upper and lower case differ.\n\n"
+           "@type name: string\n\n"
+           "@rtype: list of Node");
+    define("findNodeByPath", &findNodeByPath, arg("path"),
+           "Returns the node at this place in the scene, or None.\n\n"
+           "@param path: The names from the root to the node, each behind a slash, as in "
+           "\"/studio/car/body\".\n\n"
+           "@type path: string\n\n"
+           "@rtype: Node or None");
+    define("getSelectedNodes", &getSelectedNodes,
+           "Returns the selected nodes, in the order of their selection.\n\n"
+           "@rtype: list of Node");
+    define("selectNodes", &selectNodes, arg("nodes"),
+           "Makes these nodes the selection; the change can be undone.\n\n"
+           "@param nodes: The nodes; None in between is passed over, an empty list selects "
+           "nothing.\n\n"
+           "@type nodes: sequence of Node");
+    define("getMaterialNames", &getMaterialNames,
+           "Returns the names of the document's materials; each is unique.\n\n"
+           "@rtype: list of string");
+    define("getMaterialColor", &getMaterialColor, arg("name"),
+           "Returns the base colour of a material as (red, green, blue, alpha), each from 0 "
+           "to 1, or None when there is no such material.\n\n"
+           "@param name: The name of the material.\n\n"
+           "@type name: string\n\n"
+           "@rtype: tuple of float or None");
+    define("openScene", &openScene, arg("file"),
+           "Opens a scene file in place of the open scene, without asking whether that has "
+           "changes. Raises RuntimeError with the reason, and leaves the open scene, when "
+           "the file cannot be read.\n\n"
+           "@param file: The path of the file.\n\n"
+           "@type file: string");
+    define("getSceneFile", &getSceneFile,
+           "Returns the path of the open scene's file, or \"\" when it is in no file.\n\n"
+           "@rtype: string");
 }
 
 void defineLog()
 {
     using python::arg;
-    python::def("logInfo", &logInfo, arg("text"),
-                "Writes a line to the host's log.\n\n"
-                "@param text: The line.\n\n"
-                "@type text: string");
-    python::def("logWarning", &logWarning, arg("text"),
-                "Writes a warning to the host's log.\n\n"
-                "@param text: The line.\n\n"
-                "@type text: string");
-    python::def("logError", &logError, arg("text"),
-                "Writes an error to the host's log.\n\n"
-                "@param text: The line.\n\n"
-                "@type text: string");
+    define("logInfo", &logInfo, arg("text"),
+           "Writes a line to the host's log.\n\n"
+           "@param text: The line.\n\n"
+           "@type text: string");
+    define("logWarning", &logWarning, arg("text"),
+           "Writes a warning to the host's log.\n\n"
+           "@param text: The line.\n\n"
+           "@type text: string");
+    define("logError", &logError, arg("text"),
+           "Writes an error to the host's log.\n\n"
+           "@param text: The line.\n\n"
+           "@type text: string");
 }
 
 void defineRenderLayers()
 {
     using python::arg;
-    python::def("storeRenderLayerState", &storeRenderLayerState, arg("name"),
-                "Stores the current render attributes of every drawable of the scene under a "
-                "name, in place of what was stored under it. activateRenderLayerState(name) brings "
-                "them back.\n\n"
-                "@param name: The name of the state; \"\" raises ValueError.\n\n"
-                "@type name: string\n\n"
-                "@return: The number of drawables.\n\n"
-                "@rtype: int");
-    python::def("getNodeAttributes", &getNodeAttributes, arg("node"),
-                "Returns the current render attributes of a node under the keywords of "
-                "setNodeVisibilityFlags, or None when the node carries none. The override "
-                "material is given by its name, \"\" for none, so that "
-                "setNodeVisibilityFlags(other, **getNodeAttributes(node)) copies them.\n\n"
-                "@param node: The node.\n\n"
-                "@type node: Node\n\n"
-                "@rtype: dict or None");
-    python::def("getLayerNames", &getLayerNames,
-                "Returns the names of the render layers, in order.\n\n"
-                "@rtype: list of string");
-    python::def("getLayerNodes", &getLayerNodes, arg("layerName"),
-                "Returns the nodes of a render layer, in order, with those that have left the "
-                "scene. Raises LookupError when there is no such layer.\n\n"
-                "@param layerName: The name of the layer.\n\n"
-                "@type layerName: string\n\n"
-                "@rtype: list of Node");
-    python::def("getLayerAttributes", &getLayerAttributes, (arg("layerName"), arg("node")),
-                "Returns the render attributes that a layer keeps for a node, as "
-                "getNodeAttributes does. Raises LookupError when there is no such layer or the "
-                "node is not in it.\n\n"
-                "@param layerName: The name of the layer.\n\n"
-                "@type layerName: string\n\n"
-                "@param node: The node.\n\n"
-                "@type node: Node\n\n"
-                "@rtype: dict or None");
+    define("storeRenderLayerState", &storeRenderLayerState, arg("name"),
+           "Stores the current render attributes of every drawable of the scene under a "
+           "name, in place of what was stored under it. activateRenderLayerState(name) brings "
+           "them back; the groups above drawables keep what they carry.\n\n"
+           "@param name: The name of the state; \"\" raises ValueError.\n\n"
+           "@type name: string\n\n"
+           "@return: The number of drawables.\n\n"
+           "@rtype: int");
+    define("getNodeAttributes", &getNodeAttributes, arg("node"),
+           "Returns the current render attributes of a node under the keywords of "
+           "setNodeVisibilityFlags, or None when the node carries none. The override "
+           "material is given by its name, \"\" for none, so that "
+           "setNodeVisibilityFlags(other, **getNodeAttributes(node)) copies them.\n\n"
+           "@param node: The node.\n\n"
+           "@type node: Node\n\n"
+           "@rtype: dict or None");
+    define("getLayerNames", &getLayerNames,
+           "Returns the names of the render layers, in order.\n\n"
+           "@rtype: list of string");
+    define("getLayerNodes", &getLayerNodes, arg("layerName"),
+           "Returns the nodes of a render layer, in order, with those that have left the "
+           "scene. Raises LookupError when there is no such layer.\n\n"
+           "@param layerName: The name of the layer.\n\n"
+           "@type layerName: string\n\n"
+           "@rtype: list of Node");
+    define("getLayerAttributes", &getLayerAttributes, (arg("layerName"), arg("node")),
+           "Returns the render attributes that a layer keeps for a node, as "
+           "getNodeAttributes does. Raises LookupError when there is no such layer or the "
+           "node is not in it.\n\n"
+           "@param layerName: The name of the layer.\n\n"
+           "@type layerName: string\n\n"
+           "@param node: The node.\n\n"
+           "@type node: Node\n\n"
+           "@rtype: dict or None");
 }
 
 } // namespace

@@ -130,6 +130,9 @@ struct NodesFromPython
     {
         Nodes nodes;
         const Py_ssize_t size = PySequence_Size(object);
+        if (size < 0) {
+            throw python::error_already_set();
+        }
         for (Py_ssize_t i = 0; i < size; ++i) {
             // A sequence of a script's own class may answer otherwise than before.
             const python::handle<> element(PySequence_GetItem(object, i));

@@ -4,11 +4,28 @@
 #include "mkMicroKernel/mkPythonRegister.h"
 #include "mkRenderLayerModule.h"
 
+#include <QCoreApplication>
+#include <QThread>
+
 #include <boost/python.hpp>
 
 namespace {
 
 namespace python = boost::python;
+
+/// Call policy: a thread that a script started gets an exception, where it would bring Qt down.
+struct GuiThreadOnly : python::default_call_policies
+{
+    template <typename Arguments>
+    static bool precall(const Arguments &)
+    {
+        if (QThread::currentThread() == QCoreApplication::instance()->thread()) {
+            return true;
+        }
+        PyErr_SetString(PyExc_RuntimeError, "Render layers are for the main thread only.");
+        return false;
+    }
+};
 
 // clang-format off
 constexpr char activateDoc[] =
@@ -118,11 +135,12 @@ void defineFlagSetters()
     const auto eleven = (ten, arg("visibleForShadowMaterial"));
     const auto twelve = (eleven, arg("useOverrideMaterial"));
     const auto thirteen = (twelve, arg("overrideMaterial"));
-    python::def(name, &mkRenderLayerModule::setNodeVisibilityFlags, thirteen, setFlagsDoc);
-    python::def(name, &setFlags12, twelve, setFlagsDoc);
-    python::def(name, &setFlags11, eleven, setFlagsDoc);
-    python::def(name, &setFlags10, ten, setFlagsDoc);
-    python::def(name, &setFlags9, nine, setFlagsDoc);
+    python::def(name, &mkRenderLayerModule::setNodeVisibilityFlags, thirteen, setFlagsDoc,
+                GuiThreadOnly());
+    python::def(name, &setFlags12, twelve, setFlagsDoc, GuiThreadOnly());
+    python::def(name, &setFlags11, eleven, setFlagsDoc, GuiThreadOnly());
+    python::def(name, &setFlags10, ten, setFlagsDoc, GuiThreadOnly());
+    python::def(name, &setFlags9, nine, setFlagsDoc, GuiThreadOnly());
 }
 
 } // namespace
@@ -132,17 +150,18 @@ BOOST_PYTHON_MODULE(mkRenderLayerModule)
     using python::arg;
     const python::docstring_options options(true, false);
     python::def("createRenderLayer", &mkRenderLayerModule::createRenderLayer, arg("name"),
-                activateDoc);
+                activateDoc, GuiThreadOnly());
     python::def("addNodesToRenderLayer", &mkRenderLayerModule::addNodesToRenderLayer,
-                (arg("nodes"), arg("layerName")), addNodesDoc);
+                (arg("nodes"), arg("layerName")), addNodesDoc, GuiThreadOnly());
     python::def("activateRenderLayer", &mkRenderLayerModule::activateRenderLayer, arg("name"),
-                activateDoc);
-    python::def("resetRenderLayers", &mkRenderLayerModule::resetRenderLayers, resetDoc);
+                activateDoc, GuiThreadOnly());
+    python::def("resetRenderLayers", &mkRenderLayerModule::resetRenderLayers, resetDoc,
+                GuiThreadOnly());
     defineFlagSetters();
     python::def("resetNodeVisibilityFlags", &mkRenderLayerModule::resetNodeVisibilityFlags,
-                arg("node"), resetFlagsDoc);
+                arg("node"), resetFlagsDoc, GuiThreadOnly());
     python::def("activateRenderLayerState", &mkRenderLayerModule::activateRenderLayerState,
-                arg("name"), activateStateDoc);
+                arg("name"), activateStateDoc, GuiThreadOnly());
 }
 
 namespace {
