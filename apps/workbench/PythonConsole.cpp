@@ -6,6 +6,7 @@
 #include "mkShortcut/mkShortcut.h"
 #include "mkUtils/mkLog.h"
 
+#include <QAbstractTextDocumentLayout>
 #include <QCoreApplication>
 #include <QFontDatabase>
 #include <QKeyEvent>
@@ -18,6 +19,7 @@
 #include <QTextBlock>
 #include <QToolButton>
 #include <QVBoxLayout>
+#include <QtMath>
 
 #include <utility>
 
@@ -31,13 +33,33 @@ constexpr int maxPendingSize = 200000;
 constexpr int keepAliveMilliseconds = 20;
 constexpr int idleMilliseconds = 200;
 
+QFont fixedFont()
+{
+    QFont font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
+    // Not every platform knows one.
+    if (!QFontInfo(font).fixedPitch()) {
+        font.setFamily(QStringLiteral("monospace"));
+        font.setStyleHint(QFont::Monospace);
+    }
+    return font;
+}
+
 QPlainTextEdit *createEdit(const QString &name, QWidget *parent)
 {
     auto *const edit = new QPlainTextEdit(parent);
     edit->setObjectName(name);
     edit->setFrameShape(QFrame::NoFrame);
-    edit->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
+    edit->setFont(fixedFont());
     return edit;
+}
+
+/// That of the font's metrics may be a pixel less.
+int lineHeightOf(const QTextDocument *document)
+{
+    const QTextBlock block = document->firstBlock();
+    // Asked for its size, a block is laid out.
+    document->documentLayout()->blockBoundingRect(block);
+    return qCeil(block.layout()->lineAt(0).height());
 }
 
 QString commonStart(const QStringList &texts)
@@ -67,6 +89,7 @@ PythonConsole::PythonConsole(QWidget *parent)
     transcript->setReadOnly(true);
     transcript->setUndoRedoEnabled(false);
     transcript->setMaximumBlockCount(maxTranscriptLines);
+    transcript->setMinimumHeight(2 * transcript->fontMetrics().lineSpacing());
     input->setLineWrapMode(QPlainTextEdit::NoWrap);
     input->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     input->setAccessibleName(tr("Python statement"));
@@ -181,6 +204,7 @@ bool PythonConsole::inputKey(int key, Qt::KeyboardModifiers modifiers)
     case Qt::Key_L:
         if (modifiers == Qt::ControlModifier) {
             transcript->clear();
+            lineEnded = false;
             return true;
         }
         return false;
@@ -297,11 +321,21 @@ void PythonConsole::interrupt()
 
 void PythonConsole::fitInput()
 {
-    const int lines = qMin(input->blockCount(), maxInputLines);
+    const int lineHeight = lineHeightOf(input->document());
+    // Without the one pixel more, the first line would be scrolled away for the last.
+    const int margins = qRound(2 * input->document()->documentMargin()) + 1;
+    // Never so high that the console would have to grow.
+    const int room = (height() - transcript->minimumHeight() - margins) / lineHeight;
+    const int lines = qMin(input->blockCount(), qBound(1, room, maxInputLines));
     input->setVerticalScrollBarPolicy(lines < input->blockCount() ? Qt::ScrollBarAsNeeded
                                                                   : Qt::ScrollBarAlwaysOff);
-    const int margins = qRound(2 * input->document()->documentMargin());
-    input->setFixedHeight(lines * input->fontMetrics().lineSpacing() + margins);
+    input->setFixedHeight(lines * lineHeight + margins);
+}
+
+void PythonConsole::resizeEvent(QResizeEvent *event)
+{
+    QWidget::resizeEvent(event);
+    fitInput();
 }
 
 /// May be called on another thread while this one waits for it.
@@ -339,14 +373,19 @@ void PythonConsole::flush()
         QTextCharFormat format;
         if (piece.kind == Kind::Input) {
             format.setFontWeight(QFont::Bold);
-            if (!cursor.atBlockStart()) {
-                cursor.insertBlock();
-            }
+            lineEnded = lineEnded || !cursor.atBlockStart();
         } else if (piece.kind != Kind::Output) {
             format.setForeground(LogView::colorOf(piece.kind == Kind::Error
                                                       ? mkLog::Severity::Error
                                                       : mkLog::Severity::Warning,
                                                   palette()));
+        }
+        // The last line ends when the next one begins: no empty one stands above the prompt.
+        if (std::exchange(lineEnded, piece.text.endsWith(QLatin1Char('\n')))) {
+            cursor.insertBlock();
+        }
+        if (lineEnded) {
+            piece.text.chop(1);
         }
         cursor.insertText(piece.text, format);
     }

@@ -35,6 +35,7 @@ public:
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
 
 private:
     enum class Kind { Input, Output, Warning, Error };
@@ -68,6 +69,8 @@ private:
     /// Printed but not shown yet.
     std::vector<Piece> pending;
     int pendingSize = 0;
+    /// The transcript's last line is complete, though the next one has not begun.
+    bool lineEnded = false;
     /// Runs out once no statement keeps it from doing so.
     QTimer idle;
     std::unique_ptr<mkPythonSession> session;

@@ -13,7 +13,7 @@ namespace {
 namespace python = boost::python;
 
 constexpr const char *definitions = R"(
-import ast, code, io, os, rlcompleter, sys, __main__
+import ast, code, io, os, rlcompleter, sys, warnings, __main__
 
 class Output:
     def __init__(self, session, write, original):
@@ -62,11 +62,19 @@ class Session(code.InteractiveInterpreter):
                 setattr(sys, name, original)
 
     def is_complete(self, source):
-        try:
-            return self.compile(source, self.name, 'single') is not None
-        except (OverflowError, SyntaxError, ValueError):
-            # Wrong, or several statements, which this mode does not take.
-            return True
+        with warnings.catch_warnings():
+            # They come when it is run.
+            warnings.simplefilter('ignore')
+            try:
+                return self.compile(source, self.name, 'single') is not None
+            except (OverflowError, SyntaxError, ValueError):
+                pass
+            # Wrong, or several statements, of which a last block ends with an empty line.
+            try:
+                block_is_open = source.split('\n')[-1][:1].isspace()
+                return self.compile(source, self.name, 'exec') is not None and not block_is_open
+            except (OverflowError, SyntaxError, ValueError):
+                return True
 
     def execute(self, source):
         stdin, sys.stdin = sys.stdin, Input()
