@@ -24,25 +24,35 @@ def find(path):
 
 members = {layer: [find(path) for path in paths] for layer, paths in LAYERS.items()}
 for layer, nodes in members.items():
-    createRenderLayer(layer)
+    if layer not in mkHost.getLayerNames():
+        createRenderLayer(layer)
     addNodesToRenderLayer(nodes, layer)
 
-# The scene's own attributes: the car's glass is traced but not seen directly, the probes are clay.
+# The scene's own attributes, as a draft has them: no paint to be seen, the car's glass only in its
+# reflections and refractions, the probes of clay.
+ON = [True] * 8
+for node in members["Paint"]:
+    setNodeVisibilityFlags(node, False, *ON[1:])
 setNodeVisibilityFlags(find("/studio/car/glass"), True, True, False, True, True, False, True, True)
-setNodeVisibilityFlags(find("/studio/environment/clay_probes"), True, True, True, True, True, True, True, True,
-                       True, True, True, "clay")
-mkHost.storeRenderLayerState("beauty")
+setNodeVisibilityFlags(find("/studio/environment/clay_probes"), *ON, True, True, True, "clay")
 
-# Activating a layer gives its members the attributes that the layer keeps for them.
+# Activating a layer gives its members the attributes that the layer keeps for them: the paint is
+# back, the rest stays as it was.
 activateRenderLayer("Paint")
+
+
+def describe(node):
+    """What the node became, in a few words."""
+    attributes = mkHost.getNodeAttributes(node)
+    if attributes is None:
+        return "untouched"
+    material = attributes.pop("overrideMaterial")
+    overridden = attributes.pop("useOverrideMaterial")
+    off = [name for name, value in attributes.items() if not value]
+    return (f"without {', '.join(off)}" if off else "everything on") + (f", in {material}" if overridden else "")
+
 
 for layer in mkHost.getLayerNames():
     print(layer)
     for node in mkHost.getLayerNodes(layer):
-        attributes = mkHost.getNodeAttributes(node)
-        if attributes is None:
-            print(f"  {node.name}: never activated")
-            continue
-        off = [name for name, value in attributes.items() if value is False]
-        material = attributes["overrideMaterial"] or "none"
-        print(f"  {node.name}: off: {', '.join(off) or 'nothing'}; override material: {material}")
+        print(f"  {node.name}: {describe(node)}")

@@ -20,6 +20,7 @@
 #include <QMimeData>
 #include <QProcess>
 #include <QPushButton>
+#include <QScopeGuard>
 #include <QUndoStack>
 
 #include <random>
@@ -436,6 +437,14 @@ void tst_workbench::program()
     expect({ "--batch", studio, studio }, 1, "", "Only one scene");
     expect({ "--batch", "--plugins", "nowhere" }, 0, "",
            "There is no plug-in directory 'nowhere'!");
+    const QString ending = write("ending.py", "import atexit\natexit.register(print, 'bye')\n");
+    expect({ "--batch", "--script", ending }, 0, "bye\n", "");
+    expect({ "--batch", "--script", MK_SCENES "/studio.py", studio }, 0,
+           "Paint\n  body: everything on\n  mirrors: everything on\n"
+           "Glass\n  glass: without primaryVisibility, castShadows\n  glass_panel: untouched\n"
+           "Shadow catcher\n  floor: untouched\n"
+           "Reflections\n  mirror_wall: untouched\n  clay_probes: everything on, in clay\n",
+           "");
     expect({ "--version" }, 0, "workbench 15.3\n", "");
     expect({ "--snapshot", "nowhere/picture.png" }, 1, "",
            "nowhere/picture.png: the picture cannot be written");
@@ -444,6 +453,15 @@ void tst_workbench::program()
     expect({ "--snapshot", "layer.png", studio, "--script", script }, 0, "[]\n", "");
     const QImage plain(directory.filePath("plain.png"));
     const QImage layer(directory.filePath("layer.png"));
+    {
+        const auto restore = qScopeGuard([] { qputenv("QT_QPA_PLATFORM", "offscreen"); });
+        for (const char *name : { "QT_QPA_PLATFORM", "DISPLAY", "WAYLAND_DISPLAY" }) {
+            qunsetenv(name);
+        }
+        expect({ studio }, 1, "", "workbench: There is no display.");
+        expect({ "--bad" }, 1, "", "Unknown option 'bad'");
+        expect({ "--snapshot", "again.png", studio }, 0, "", "");
+    }
     QVERIFY(plain.width() > 1000 && plain.size() == layer.size() && plain != layer);
     QVERIFY(!QFile::exists(directory.filePath("config/mkRenderLayerModule")));
 }

@@ -21,7 +21,7 @@ QString defaultPluginDirectory()
 
 } // namespace
 
-void CommandLine::preparePlatform(int argc, char **argv)
+bool CommandLine::preparePlatform(int argc, char **argv)
 {
     const QStringList all = [&] {
         QStringList texts;
@@ -35,15 +35,14 @@ void CommandLine::preparePlatform(int argc, char **argv)
             return all.contains(QLatin1String(option));
         });
     };
-    const bool takesPicture = std::any_of(all.begin(), all.end(), [](const QString &argument) {
-        return argument.startsWith(QLatin1String("--snapshot"));
-    });
-    const bool noDisplay = qEnvironmentVariableIsEmpty("DISPLAY")
-                           && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")
-                           && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM");
-    if (has({ "--batch", "--help", "-h", "--version", "-v" }) || (takesPicture && noDisplay)) {
+    const bool hasDisplay = !qEnvironmentVariableIsEmpty("DISPLAY")
+                            || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")
+                            || !qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")
+                            || has({ "-platform" });
+    if (!hasDisplay || has({ "--batch", "--help", "-h", "--version", "-v" })) {
         qputenv("QT_QPA_PLATFORM", "offscreen");
     }
+    return hasDisplay;
 }
 
 CommandLine CommandLine::parse(const QStringList &arguments)

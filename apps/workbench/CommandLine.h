@@ -7,8 +7,8 @@
 struct CommandLine
 {
     /// Chooses a platform without a display where the arguments, or the lack of a display, call
-    /// for it. To be called before the application object is made.
-    static void preparePlatform(int argc, char **argv);
+    /// for it; false for the latter. To be called before the application object is made.
+    static bool preparePlatform(int argc, char **argv);
     /// Reads the arguments without those that Qt has taken. For --help and --version it prints
     /// what was asked for, for wrong arguments what is wrong; `done` is true then, and `status`
     /// what the program exits with.

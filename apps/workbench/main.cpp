@@ -65,7 +65,7 @@ int run(const CommandLine &commandLine, MainWindow &window)
 
 int main(int argc, char **argv)
 {
-    CommandLine::preparePlatform(argc, argv);
+    const bool hasDisplay = CommandLine::preparePlatform(argc, argv);
     QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
     QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
     const QApplication application(argc, argv);
@@ -77,6 +77,11 @@ int main(int argc, char **argv)
     if (commandLine.done) {
         return commandLine.status;
     }
+    if (!hasDisplay && !commandLine.isUnattended()) {
+        std::fprintf(stderr, "workbench: There is no display. --batch runs scripts without one, "
+                             "--snapshot FILE leaves a picture of the window.\n");
+        return 1;
+    }
 
     mkPluginLoader loader;
     mkScenegraph::newScene("scene");
@@ -84,6 +89,7 @@ int main(int argc, char **argv)
     mkMicroKernel::start(loader, commandLine.plugins);
     window->completeLayout();
     const int status = run(commandLine, *window);
+    mkScript::stop();
     // The panels' classes live in the plug-ins.
     window.reset();
     loader.unloadAll();
