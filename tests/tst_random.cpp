@@ -506,13 +506,14 @@ private:
                                              "000001", "" };
             const QByteArray bytes = QByteArray::fromHex(payloads[step.b % 8 % 5]);
             const bool good = bytes.size() >= 4 && bytes.left(4) != QByteArray(4, '\0');
+            const Nodes nodes = selectedRootNodes();
+            drop(HostFixture::nodeFormat, bytes);
             if (step.b % 9 != 0) {
                 if (good) {
-                    model.dropNodes(target, selectedRootNodes());
+                    model.dropNodes(target, nodes);
                 }
                 model.modified = true;
             }
-            drop(HostFixture::nodeFormat, bytes);
         },
     };
     const Steps others{
