@@ -1,6 +1,5 @@
 #include "HostFixture.h"
 
-#include "OSGSystem/ChangeList.h"
 #include "mkKernel/mkController.h"
 
 #include <QTest>
@@ -60,8 +59,9 @@ void tst_Attributes::cellsShowTheStore()
         QCOMPARE(host.row("A/b")->text(column), QStringLiteral("On"));
     }
     attributes->setOverrideMaterial(host.material("blue"));
+    host.material("blue")->setName("blå");
     host.rebuild();
-    QCOMPARE(host.cells("A/b"), QStringLiteral("00000000001 blue"));
+    QCOMPARE(host.cells("A/b"), QStringLiteral("00000000001 blå"));
     QCOMPARE(host.cells("A/a"), QStringLiteral("11111111110 Empty"));
     QVERIFY(!host.row("A/a")->data(0, Qt::DecorationRole).value<QPixmap>().isNull());
     QVERIFY(!host.row("A/a")->data(1, Qt::CheckStateRole).isValid());
@@ -86,6 +86,7 @@ void tst_Attributes::doubleClickToggles()
             // The values go to the store, and nothing is rebuilt.
             QCOMPARE(calls.count("mkRenderLayer::setAttributes"), toggles ? 1 : 0);
             QCOMPARE(calls.count("mkRenderLayer::isEmpty"), 0);
+            QCOMPARE(calls.count("mkController::updateRender"), 0);
             for (const QString row : { "A/a", "A/b", "B/a" }) {
                 const QString expected = row == path ? after : before;
                 QCOMPARE(host.cells(row), expected);
@@ -111,30 +112,26 @@ void tst_Attributes::dataOfTheRowIsItsTruth()
 
 void tst_Attributes::editsAreAnnounced()
 {
-    struct Observer : osg::ChangeObserver
     {
-        void containerChanged(const osg::FieldContainerPtr &container, const osg::BitVector &which,
-                              osg::ChangeOrigin origin) override
-        {
-            seen += container == expected && which == osg::AllFields
-                    && origin == osg::ChangeOrigin::External;
-        }
-        osg::FieldContainerPtr expected;
-        int seen = 0;
-    } observer;
-    observer.expected = host.attributes(0, "a");
-    osg::ChangeList list;
-
-    host.doubleClick("A/a", 1);
-    QCOMPARE(observer.seen, 1);
-    osg::WinThreadBase::setCurrentChangeList(&list);
-    osg::FieldContainerPtr::_ignore_change = true;
-    host.doubleClick("A/a", 1);
-    osg::FieldContainerPtr::_ignore_change = false;
-    osg::WinThreadBase::setCurrentChangeList(nullptr);
-    QCOMPARE(observer.seen, 1);
-    QCOMPARE(int(list.getChanged().size()), 1);
-    QVERIFY(list.getChanged().front() == osg::ChangeList::Entry(observer.expected, osg::AllFields));
+        const Announcements announced(host.attributes(0, "a"));
+        const HostCalls calls;
+        host.doubleClick("A/a", 1);
+        QCOMPARE(announced.lines, QStringList("01111111110 Empty all"));
+        QCOMPARE(calls.lines({ "FieldContainer::changed", "mkRenderLayer::setAttributes" }).last(),
+                 "mkRenderLayer::setAttributes(0, \"a\", RaytracingGeoAttachment)");
+        osg::FieldContainerPtr::_ignore_change = true;
+        host.doubleClick("A/a", 1);
+        osg::FieldContainerPtr::_ignore_change = false;
+        QCOMPARE(announced.lines.size(), 1);
+        QCOMPARE(int(announced.list.getChanged().size()), 2);
+    }
+    makeRed(true);
+    const Announcements announced(host.attributes(0, "a"));
+    host.click(host.clearButton(host.row("A/a")));
+    QCOMPARE(announced.lines, QStringList("11111111111 Empty all"));
+    host.select({ "A/a" });
+    host.action("Clear Override Material")->trigger();
+    QCOMPARE(announced.lines.size(), 1);
 }
 
 void tst_Attributes::deadNodeIsLeftAlone()

@@ -188,8 +188,13 @@ void tst_Dialog::boxesStayAsTheyWereLeft()
 void tst_Dialog::hostCalls()
 {
     host.select({ "A/c", "A/a" });
+    host.tree()->setColumnWidth(0, 1);
+    const int narrow = host.tree()->columnWidth(0);
+    const Announcements announced(host.attributes(0, "a"));
     const HostCalls calls;
     run("10000000000");
+    QCOMPARE(host.tree()->columnWidth(0), narrow);
+    QCOMPARE(announced.lines, QStringList("10000000000 Empty all"));
     QString made = calls
                        .lines({ "mkScenegraph::getRenderLayer", "mkRenderLayer::getAttributes",
                                 "mkRenderLayer::setAttributes", "mkRenderLayer::isEmpty" })

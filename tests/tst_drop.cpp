@@ -1,6 +1,5 @@
 #include "HostFixture.h"
 
-#include "OSGSystem/ChangeList.h"
 #include "mkKernel/mkController.h"
 
 #include <QDropEvent>
@@ -216,15 +215,16 @@ void tst_Drop::materials()
 
 void tst_Drop::materialIsAnnounced()
 {
-    osg::ChangeList list;
-    osg::WinThreadBase::setCurrentChangeList(&list);
+    const Announcements announced(host.attributes(0, "d"));
     drop({ { host.materialFormat, host.materialPayload("red") } }, "A/d");
-    osg::WinThreadBase::setCurrentChangeList(nullptr);
     using Attributes = osg::RaytracingGeoAttachmentBase;
     const std::vector<osg::ChangeList::Entry> expected{ { host.attributes(0, "d"),
                                                           Attributes::OverrideMaterialFieldMask },
                                                         { host.material("red"), osg::AllFields } };
-    QVERIFY(list.getChanged() == expected);
+    QVERIFY(announced.list.getChanged() == expected);
+    QCOMPARE(announced.lines.size(), 1);
+    QVERIFY(announced.lines.first().startsWith("11111111110 red ")
+            && !announced.lines.first().endsWith('?'));
 }
 
 void tst_Drop::materialPayloads()

@@ -8,9 +8,11 @@
 #include <QLineEdit>
 #include <QMainWindow>
 #include <QMenu>
+#include <QMessageBox>
 #include <QMetaMethod>
 #include <QScopeGuard>
 #include <QTest>
+#include <QToolBar>
 #include <QTranslator>
 
 /// The tree's frame: columns, modes, context menu, keys.
@@ -255,6 +257,7 @@ void tst_Frame::commands()
     check("Add Selected Nodes", { "B" }, "addNode(1, e) rebuild setModified(1) fit", "B*");
     check("Select Nodes", { "A/b" }, "mkScopedUndo(true) selectNode(b) ~mkScopedUndo()", "A/b*");
     check("Cleanup", {}, "cleanup(scene) rebuild", "");
+    check("Clear Override Material", { "A/b" }, "rebuild setModified(1) fit", "A/b*");
 }
 
 void tst_Frame::onlyLayersAreRenamed()
@@ -310,6 +313,44 @@ void tst_Frame::translations()
              QStringLiteral("RenderLayer:On RenderLayer:Off mkNodeItem:Empty"));
     host.doubleClick("A/a", 1);
     QCOMPARE(row->text(1), QStringLiteral("mkNodeListWidget:Off"));
+    QCOMPARE(host.openMenu(row)->actions().size(), 18);
+    QVERIFY(host.action("mkNodeListWidget:Select Nodes")
+                ->statusTip()
+                .startsWith("mkNodeListWidget:Select node '"));
+    host.closeMenu();
+    QCOMPARE(host.panel()->findChild<QToolBar *>()->windowTitle(),
+             QStringLiteral("mkRenderLayerModule:QuickActions"));
+    QStringList asked;
+    {
+        const ModalAnswers answers([&asked](QWidget *modal) {
+            auto *const box = qobject_cast<QMessageBox *>(modal);
+            asked += box->windowTitle() + '|' + box->text();
+            for (const QAbstractButton *button : box->buttons()) {
+                asked.last() += '|' + button->text();
+            }
+            box->buttons().last()->click();
+        });
+        host.clickTool("mkRenderLayerModule:Delete");
+        host.row("A")->setText(0, "B");
+        host.selectInHost({ "scene" });
+        host.drop(host.cell("B", 1).center(), host.nodeFormat, QByteArray(8, '\1'));
+    }
+    const QString ok = "QPlatformTheme:OK";
+    QCOMPARE(asked.join('\n'),
+             "mkRenderLayerModule:Render Layer|mkRenderLayerModule:Delete selection?|"
+             "mkRenderLayerModule:Delete|mkRenderLayerModule:Cancel\n"
+             "mkNodeListWidget:Render Layer|mkNodeListWidget:Name is not unique, please choose a "
+             "different one.|"
+                 + ok + "\nmkNodeItem:Render Layer|mkNodeItem:Adding the root node is not allowed!|"
+                 + ok);
+    QMetaObject::invokeMethod(host.tree(), "createLayer");
+    QVERIFY(host.row("mkNodeListWidget:Layer"));
+    const auto &keys = mkShortcut::getKeys();
+    const auto translated = [](const mkShortcut::Entry &key) {
+        return key.group == "mkNodeListWidget:Render Layer"
+               && key.description.startsWith("mkNodeListWidget:");
+    };
+    QCOMPARE(int(std::count_if(keys.begin(), keys.end(), translated)), 7);
     const ModalAnswers cancel([](QWidget *dialog) {
         QCOMPARE(dialog->windowTitle(), QStringLiteral("mkAttributesGUI:Attributes"));
         for (const QCheckBox *box : dialog->findChildren<QCheckBox *>()) {

@@ -313,6 +313,9 @@ void tst_Scripting::flagsGoDown()
              "mkNodeUtils::applyRenderLayerAttributes(\"group\", RaytracingGeoAttachment)");
     const auto attachment = mkNodeUtils::getRenderAttributes(host->node("group"));
     py("setNodeVisibilityFlags(group, *[True] * 11, 'red')");
+    py("setNodeVisibilityFlags(group, *[True] * 10, False, 'red')");
+    QCOMPARE(valuesOf("group"), "11111111110 Empty");
+    py("setNodeVisibilityFlags(group, *[True] * 11, 'red')");
     QVERIFY(mkNodeUtils::getRenderAttributes(host->node("group")) == attachment);
     expect({ { "resetNodeVisibilityFlags(node=mkHost.findNode('g1'))", "None" },
              { "resetNodeVisibilityFlags(None)", "None" } });
@@ -335,6 +338,7 @@ void tst_Scripting::states()
              { "mkHost.storeRenderLayerState('')", "ValueError" } });
     QVERIFY(mkController::isModified());
     mkScript::run("resetRenderLayers()\nsetNodeVisibilityFlags(n, *[True] * 11, 'red')");
+    host->node("b")->addChild(host->node("c"));
     host->node("b")->subAttachment(osg::RaytracingGeoAttachment::_type.getGroupId());
     mkController::setModified(0);
 
@@ -342,9 +346,9 @@ void tst_Scripting::states()
     QCOMPARE(valuesOf("a"), "11111111111 red");
     // Nothing below a drawable is restored, and nothing but drawables.
     expect({ { "activateRenderLayerState(name='Dark')", "None" } });
-    QCOMPARE(values({ "a", "below", "g2", "group", "b" }),
+    QCOMPARE(values({ "a", "below", "g2", "group", "b", "c" }),
              "a 00000000110 Empty, below 11111111111 red, g2 00000000110 Empty, "
-             "group 11111111110 Empty, b none");
+             "group 11111111110 Empty, b none, c 00000000110 Empty");
 
     // An unknown name, which case makes it, resets every drawable that has attributes.
     py("setNodeVisibilityFlags(group, *[False] * 8)");

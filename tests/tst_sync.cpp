@@ -18,6 +18,7 @@ private Q_SLOTS:
     void damagedStore();
     void expansion();
     void firstColumn();
+    void newRowsFit();
     void wholeSelection();
     void currentRow();
     void rebuildIsSilent();
@@ -139,7 +140,9 @@ void tst_Sync::firstColumn()
     tree->resizeColumnToContents(0);
     QCOMPARE(tree->columnWidth(0), wide);
     for (const int extra : { 0, 100 }) {
+        tree->setColumnWidth(0, narrow);
         host.row("C")->setExpanded(false);
+        QCOMPARE(tree->columnWidth(0), narrow);
         tree->setColumnWidth(0, wide + extra);
         host.row("C")->setExpanded(true);
         QCOMPARE(tree->columnWidth(0), wide + extra);
@@ -160,6 +163,32 @@ void tst_Sync::rebuildKeeping(const Change &change)
     });
     host.action("Apply Attributes to Selected ...")->trigger();
     QCOMPARE(answers.count(), 1);
+}
+
+/// The first column is fitted to the rows as they are after the command.
+void tst_Sync::newRowsFit()
+{
+    const QString name(80, 'w');
+    const auto check = [&](const std::function<void()> &add) {
+        init();
+        host.node("g1")->setName(name.toStdString());
+        host.selectInHost({ name });
+        host.select({ "B" });
+        QTreeWidget *const tree = host.tree();
+        tree->setColumnWidth(0, 1);
+        add();
+        const int width = tree->columnWidth(0);
+        tree->resizeColumnToContents(0);
+        QVERIFY(width > 400);
+        QCOMPARE(tree->columnWidth(0), width);
+    };
+    check([&] { QMetaObject::invokeMethod(host.tree(), "createLayer", Q_ARG(QString, name)); });
+    check([&] {
+        host.store()->setLayerName(1, name.toStdString());
+        host.action("Duplicate Layer")->trigger();
+    });
+    check([&] { host.action("Add Selected Nodes")->trigger(); });
+    check([&] { host.drop(host.cell("B", 1).center(), host.nodeFormat, QByteArray(8, '\1')); });
 }
 
 void tst_Sync::wholeSelection()

@@ -11,6 +11,7 @@
 #include "mkOpenSGUtils/mkNodeUtils.h"
 #include "mkQt4Ext/QMKDockWindowManager.h"
 #include "mkUtils/mkLog.h"
+#include "mkUtils/mkTrace.h"
 
 #include <QApplication>
 #include <QDialogButtonBox>
@@ -495,6 +496,28 @@ LogLines::LogLines()
 LogLines::~LogLines()
 {
     mkLog::removeListener(listener);
+}
+
+Announcements::Announcements(const osg::RaytracingGeoAttachmentPtr &attributes)
+    : watched(attributes)
+{
+    osg::WinThreadBase::setCurrentChangeList(&list);
+}
+
+Announcements::~Announcements()
+{
+    osg::WinThreadBase::setCurrentChangeList(nullptr);
+}
+
+void Announcements::containerChanged(const osg::FieldContainerPtr &container,
+                                     const osg::BitVector &which, osg::ChangeOrigin origin)
+{
+    if (container == watched) {
+        const auto &told = list.getChanged();
+        const bool good = origin == osg::ChangeOrigin::External && !told.empty()
+                          && told.back() == osg::ChangeList::Entry(container, which);
+        lines += HostFixture::values(watched) + ' ' + mkTrace::traceText(which) + (good ? "" : "?");
+    }
 }
 
 ModalAnswers::ModalAnswers(std::function<void(QWidget *)> answer)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "OSGSystem/ChangeList.h"
 #include "mkKernel/mkScenegraph.h"
 #include "mkMicroKernel/mkPluginLoader.h"
 #include "mkOpenSGUtils/mkRenderLayer.h"
@@ -149,6 +150,24 @@ public:
 
 private:
     int listener;
+};
+
+/// Records how edits of these attributes are announced while it lives, which also collects changes.
+/// Each announcement has the values at that time and the fields, "11111111110 red all", and "?"
+/// when it is not from outside, or the change list has not been told before.
+class Announcements : public osg::ChangeObserver
+{
+public:
+    explicit Announcements(const osg::RaytracingGeoAttachmentPtr &attributes);
+    ~Announcements() override;
+    void containerChanged(const osg::FieldContainerPtr &container, const osg::BitVector &which,
+                          osg::ChangeOrigin origin) override;
+
+    QStringList lines;
+    osg::ChangeList list;
+
+private:
+    osg::RaytracingGeoAttachmentPtr watched;
 };
 
 /// Answers modal dialogs: `answer` is called with each modal widget that opens while this lives,
