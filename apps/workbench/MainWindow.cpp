@@ -65,6 +65,11 @@ MainWindow::~MainWindow()
 
 void MainWindow::createFileMenu()
 {
+    const QString group = tr("Workbench");
+    mkShortcut::addKey(group, Qt::Key_O, Qt::ControlModifier, tr("Open Scene"));
+    mkShortcut::addKey(group, Qt::Key_Q, Qt::ControlModifier, tr("Quit"));
+    mkShortcut::addKey(group, Qt::Key_Z, Qt::ControlModifier, tr("Undo"));
+    mkShortcut::addKey(group, Qt::Key_Z, Qt::ControlModifier | Qt::ShiftModifier, tr("Redo"));
     QMenu *const menu = menuBar()->addMenu(tr("&File"));
     menu->addAction(mkIconManager::getIcon("Open", ""), tr("&Open…"), this,
                     &MainWindow::chooseAndOpen, QKeySequence::Open);
@@ -157,15 +162,24 @@ mkScenegraph::Document MainWindow::read(const QString &file)
     QProgressDialog dialog(tr("Reading %1…").arg(QFileInfo(file).fileName()), tr("Cancel"), 0, 100,
                            this);
     dialog.setWindowTitle(tr("Open Scene"));
-    dialog.setWindowModality(Qt::WindowModal);
+    // What is done to the scene meanwhile would be lost, so nothing is.
+    dialog.setWindowModality(Qt::ApplicationModal);
+    dialog.setMinimumDuration(300);
     dialog.setAutoReset(false);
-    return importScene(file, [&dialog](int percent) {
-        dialog.setValue(percent);
-        QCoreApplication::processEvents();
-        if (dialog.wasCanceled()) {
-            dialog.setLabelText(tr("Cancelling…"));
+    // It stays until reading has stopped.
+    dialog.disconnect(SIGNAL(canceled()), &dialog);
+    bool cancelled = false;
+    connect(&dialog, &QProgressDialog::canceled, &dialog, [&] {
+        cancelled = true;
+        dialog.setLabelText(tr("Cancelling…"));
+    });
+    return importScene(file, [&](int percent) {
+        if (!cancelled) {
+            dialog.setValue(percent);
         }
-        return !dialog.wasCanceled();
+        QCoreApplication::processEvents(dialog.isVisible() ? QEventLoop::AllEvents
+                                                           : QEventLoop::ExcludeUserInputEvents);
+        return !cancelled;
     });
 }
 

@@ -10,7 +10,9 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <iterator>
 #include <memory>
+#include <optional>
 
 namespace {
 
@@ -51,7 +53,6 @@ int run(const CommandLine &commandLine, MainWindow &window)
         window.show();
     }
     if (commandLine.isUnattended()) {
-        const UnattendedDialogs dialogs;
         const bool done = openAndRun(commandLine, window)
                           && (commandLine.snapshot.isEmpty()
                               || takeSnapshot(window, commandLine.snapshot));
@@ -68,12 +69,20 @@ int main(int argc, char **argv)
     const bool hasDisplay = CommandLine::preparePlatform(argc, argv);
     QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
     QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
-    const QApplication application(argc, argv);
+    // What follows "--" is the scripts', though Qt would take options of its own from it.
+    int ownCount = int(
+        std::find_if(argv, argv + argc, [](const char *text) { return qstrcmp(text, "--") == 0; })
+        - argv);
+    QStringList scriptArguments;
+    std::transform(argv + ownCount, argv + argc, std::back_inserter(scriptArguments),
+                   [](const char *text) { return QString::fromLocal8Bit(text); });
+    const QApplication application(ownCount, argv);
     QCoreApplication::setOrganizationName(QStringLiteral("mkRenderLayerModule"));
     QCoreApplication::setApplicationName(QStringLiteral("workbench"));
     QCoreApplication::setApplicationVersion(QStringLiteral(WORKBENCH_VERSION));
 
-    const CommandLine commandLine = CommandLine::parse(QCoreApplication::arguments());
+    const CommandLine commandLine = CommandLine::parse(QCoreApplication::arguments()
+                                                       + scriptArguments);
     if (commandLine.done) {
         return commandLine.status;
     }
@@ -83,6 +92,10 @@ int main(int argc, char **argv)
         return 1;
     }
 
+    std::optional<UnattendedDialogs> dialogs;
+    if (commandLine.isUnattended()) {
+        dialogs.emplace();
+    }
     mkPluginLoader loader;
     mkScenegraph::newScene("scene");
     auto window = std::make_unique<MainWindow>(commandLine.isUnattended());
