@@ -10,8 +10,11 @@
 #include <QMenuBar>
 #include <QProcess>
 #include <QScopeGuard>
+#include <QSignalSpy>
 #include <QTemporaryFile>
 #include <QTest>
+
+#include <stdexcept>
 
 #include <unistd.h>
 
@@ -46,6 +49,7 @@ private Q_SLOTS:
     void entryPoints();
     void construction();
     void namedMessages();
+    void hookThatThrows();
     void transformationRepaints();
     void messageIds();
     void stateIdsFollowTheFile();
@@ -159,6 +163,22 @@ void tst_Module::namedMessages()
              "mkMessage::get : Attribute 'material' has wrong type (is:'int' != "
              "req:'osg::Ptr<osg::Material>')!");
     QCOMPARE(calls.commands(), "");
+}
+
+void tst_Module::hookThatThrows()
+{
+    struct Failing : mkModuleBase
+    {
+        Failing()
+            : mkModuleBase("Failing", "Rendering", mkMessage::SceneLoaded, nullptr)
+        {}
+        void update() override { throw std::runtime_error("no"); }
+    } failing;
+    const LogLines log;
+    QSignalSpy rendered(mkController::the(), &mkController::rendered);
+    mkController::updateRender(true);
+    QCOMPARE(rendered.size(), 1);
+    QCOMPARE(log.lines, QStringList("mkController: mkModuleBase::update failed: no"));
 }
 
 void tst_Module::transformationRepaints()

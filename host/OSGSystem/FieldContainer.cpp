@@ -103,10 +103,13 @@ void FieldContainer::changed(BitVector which, ChangeOrigin origin)
     if (!mkTrace::call("FieldContainer::changed", self, which, origin)) {
         return;
     }
-    // By index: observers may come and go while they are told.
-    // NOLINTNEXTLINE(modernize-loop-convert)
-    for (std::size_t i = 0; i < observers().size(); ++i) {
-        observers()[i]->containerChanged(self, which, origin);
+    // A copy: observers may come and go while they are told.
+    const auto current = observers();
+    for (ChangeObserver *observer : current) {
+        const auto &all = observers();
+        if (std::find(all.begin(), all.end(), observer) != all.end()) {
+            observer->containerChanged(self, which, origin);
+        }
     }
 }
 

@@ -14,17 +14,15 @@
 
 namespace {
 
-/// What `receive` returns; false, and a line in the log, when it throws.
-bool guarded(const mkMessage &message, const std::function<bool()> &receive)
+/// What `call` returns; false, and a line in the log, when it throws.
+bool guarded(const std::string &what, const std::function<bool()> &call)
 {
     try {
-        return receive();
+        return call();
     } catch (const std::exception &failure) {
-        mkLog::error("mkController::sendMessage: A subscriber of '%s' failed: %s",
-                     message.name().c_str(), failure.what());
+        mkLog::error("mkController: %s failed: %s", what.c_str(), failure.what());
     } catch (...) {
-        mkLog::error("mkController::sendMessage: A subscriber of '%s' failed!",
-                     message.name().c_str());
+        mkLog::error("mkController: %s failed!", what.c_str());
     }
     return false;
 }
@@ -86,17 +84,23 @@ void mkController::sendMessage(mkMessage &message)
             || std::find(current.begin(), current.end(), entry) == current.end()) {
             continue;
         }
-        guarded(message, [&] {
+        guarded("A subscriber of '" + message.name() + '\'', [&] {
             entry.second(message);
             return false;
         });
     }
+    forEachModule("mkModuleBase::receivedMessage", [&message](mkModuleBase &module) {
+        return (module.getFlags() & message.id()) != 0 && module.receivedMessage(message);
+    });
+}
+
+void mkController::forEachModule(const char *hook, const std::function<bool(mkModuleBase &)> &call)
+{
     const auto modules = the()->modules;
     for (mkModuleBase *module : modules) {
         const auto &current = the()->modules;
         const bool alive = std::find(current.begin(), current.end(), module) != current.end();
-        if (alive && (module->getFlags() & message.id()) != 0
-            && guarded(message, [&] { return module->receivedMessage(message); })) {
+        if (alive && guarded(hook, [&] { return call(*module); })) {
             break;
         }
     }
@@ -139,11 +143,14 @@ void mkController::updateRender(bool immediately)
 void mkController::render()
 {
     renderRequested = false;
-    const auto current = modules;
-    for (mkModuleBase *module : current) {
-        module->loop();
-        module->update();
-    }
+    forEachModule("mkModuleBase::loop", [](mkModuleBase &module) {
+        module.loop();
+        return false;
+    });
+    forEachModule("mkModuleBase::update", [](mkModuleBase &module) {
+        module.update();
+        return false;
+    });
     Q_EMIT rendered();
 }
 

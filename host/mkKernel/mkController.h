@@ -6,6 +6,7 @@
 #include <QObject>
 #include <QPointer>
 
+#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -47,6 +48,10 @@ public:
     /// loop, one render for all requests until then.
     static void updateRender(bool immediately);
 
+    /// Calls `call` with each module that is there, in order, until one returns true. Modules may
+    /// come and go meanwhile. One that throws is reported in the log as a failure of `hook`; the
+    /// others still get their turn.
+    static void forEachModule(const char *hook, const std::function<bool(mkModuleBase &)> &call);
     static const std::vector<mkModuleBase *> &getModules();
     static void addModule(mkModuleBase *module);
     static void subModule(mkModuleBase *module);

@@ -21,9 +21,10 @@ namespace mkScript {
 /// start, the log says why and isRunning() stays false.
 MK_HOST_API void start();
 /// Runs what scripts registered with `atexit`, flushes Python's streams, and from then on no
-/// Python is run any more. To be called before plug-ins are unloaded, since scripts hold functions
-/// of theirs. The interpreter is not finalised: Boost.Python keeps references for good and does
-/// not survive that. Hence it cannot be started again.
+/// Python is run any more. Threads that scripts started are not waited for. To be called before
+/// plug-ins are unloaded, since scripts hold functions of theirs. The interpreter is not finalised:
+/// Boost.Python keeps references for good and does not survive that. Hence it cannot be started
+/// again.
 MK_HOST_API void stop();
 /// True between start() and stop().
 MK_HOST_API bool isRunning();

@@ -5,7 +5,7 @@
 class mkPluginLoader;
 class QString;
 
-/// The host's start-up and shut-down.
+/// The host's start-up.
 namespace mkMicroKernel {
 
 /// Starts the host with the plug-ins of `pluginDirectory`: loads the libraries, runs the

@@ -108,9 +108,10 @@ void mkPluginLoader::initAll()
     };
     // A library that failed stays loaded: parts of it may already be in the host's hands.
     plugins.erase(std::remove_if(plugins.begin(), plugins.end(), failed), plugins.end());
-    for (mkModuleBase *module : mkController::getModules()) {
-        module->initialised();
-    }
+    mkController::forEachModule("mkModuleBase::initialised", [](mkModuleBase &module) {
+        module.initialised();
+        return false;
+    });
 }
 
 void mkPluginLoader::unloadAll()
@@ -119,13 +120,4 @@ void mkPluginLoader::unloadAll()
         plugins.back()->library.unload();
         plugins.pop_back();
     }
-}
-
-QStringList mkPluginLoader::getNames() const
-{
-    QStringList names;
-    for (const auto &plugin : plugins) {
-        names += QFileInfo(plugin->library.fileName()).completeBaseName();
-    }
-    return names;
 }

@@ -8,8 +8,6 @@
 #include <memory>
 #include <vector>
 
-class QLibrary;
-
 /// Loads plug-in libraries and drives them through their entry points `getPluginVersion` and
 /// `initPlugin`, nothing else. A library that cannot be loaded, lacks an entry point, reports a
 /// version that is not of this host's major version, or throws is reported in the log and left
@@ -29,9 +27,6 @@ public:
     void initAll();
     /// Unloads every library. Widgets whose classes live in one must be gone before.
     void unloadAll();
-
-    /// Base names of the loaded libraries.
-    QStringList getNames() const;
 
 private:
     struct Plugin;

@@ -18,10 +18,12 @@ void Q_ATTRIBUTE_FORMAT_PRINTF(3, 0)
 {
     const QString line = QString::vasprintf(format, arguments);
     std::fprintf(stderr, "%s%s\n", prefix, line.toUtf8().constData());
-    // A copy: a listener may remove itself while it is told.
+    // A copy: listeners may come and go while they are told.
     const auto current = listeners();
     for (const auto &entry : current) {
-        entry.second(severity, line);
+        if (listeners().count(entry.first) > 0) {
+            entry.second(severity, line);
+        }
     }
 }
 
