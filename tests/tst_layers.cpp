@@ -211,6 +211,10 @@ void tst_Layers::selectingNodes()
     check({ "A/gone" }, "[]");
     check({ "A/gone", "B/b", "B/a" }, "[b, a]");
     check({ "A" }, "[a, b, c, d]");
+    // What is selected already makes no step to undo.
+    const int steps = mkUndo::stack()->count();
+    host.key(Qt::Key_N, Qt::ControlModifier);
+    QCOMPARE(mkUndo::stack()->count(), steps);
 }
 
 void tst_Layers::selectingNodesIsOneStep()

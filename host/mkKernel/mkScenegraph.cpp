@@ -115,12 +115,13 @@ void mkScenegraph::newScene(const std::string &rootName)
 
 void mkScenegraph::setScene(Document document)
 {
-    mkSelectionManager::clear();
-    mkUndo::stack()->clear();
-    mkMaterials::clear();
-    for (const osg::MaterialPtr &material : document.materials) {
-        mkMaterials::addMaterial(material);
+    if (!document.root) {
+        throw std::invalid_argument("A scene needs a root.");
     }
+    mkSelectionManager::clear();
+    mkUndo::clear();
+    mkMaterials::clear();
+    mkMaterials::addMaterials(document.materials);
     the()->root = document.root;
     the()->file = document.file;
     the()->store = std::make_unique<mkRenderLayer>(document.root);
@@ -148,9 +149,7 @@ QString mkScenegraph::getFile()
 
 void mkScenegraph::mergeScene(Document document)
 {
-    for (const osg::MaterialPtr &material : document.materials) {
-        mkMaterials::addMaterial(material);
-    }
+    mkMaterials::addMaterials(document.materials);
     the()->root->addChild(document.root);
     finishReading(std::move(document), "sceneMerged", mkMessage::SceneMerged);
     mkController::setModified(1);

@@ -12,6 +12,16 @@
 #include <unordered_set>
 #include <utility>
 
+namespace {
+
+bool areSame(const std::vector<mkNodePtr> &some, const std::vector<mkNodePtr> &others)
+{
+    return std::equal(some.begin(), some.end(), others.begin(), others.end(),
+                      [](const mkNodePtr &a, const mkNodePtr &b) { return a == b.get(); });
+}
+
+} // namespace
+
 /// A step between two selections.
 class mkSelectionCommand : public QUndoCommand
 {
@@ -59,6 +69,9 @@ void mkSelectionManager::select(const std::vector<mkNodePtr> &nodes)
             selection.push_back(node);
         }
     }
+    if (areSame(selection, the()->selection)) {
+        return;
+    }
     mkUndo::execute(std::make_unique<mkSelectionCommand>(the()->selection, selection));
 }
 
@@ -83,11 +96,7 @@ void mkSelectionManager::replace(const std::vector<mkNodePtr> &nodes)
     std::vector<mkNodePtr> present;
     std::copy_if(nodes.begin(), nodes.end(), std::back_inserter(present),
                  [](const mkNodePtr &node) { return mkScenegraph::isInScene(node.get()); });
-    const bool same = std::equal(present.begin(), present.end(), selection.begin(), selection.end(),
-                                 [](const mkNodePtr &a, const mkNodePtr &b) {
-                                     return a == b.get();
-                                 });
-    if (!same) {
+    if (!areSame(present, selection)) {
         selection = std::move(present);
         Q_EMIT selectionChanged();
     }

@@ -6,6 +6,9 @@
 
 namespace {
 
+/// Steps keep what they can bring back alive.
+constexpr int mostSteps = 100;
+
 int openScopes = 0;
 bool stepBegun = false;
 
@@ -16,7 +19,17 @@ namespace mkUndo {
 QUndoStack *stack()
 {
     static QUndoStack undoStack;
+    if (undoStack.undoLimit() == 0) {
+        undoStack.setUndoLimit(mostSteps);
+    }
     return &undoStack;
+}
+
+void clear()
+{
+    // What is still to come of an open scope makes a step of its own.
+    stepBegun = false;
+    stack()->clear();
 }
 
 void execute(std::unique_ptr<QUndoCommand> command)

@@ -10,7 +10,10 @@ class QUndoStack;
 /// The document's undo steps.
 namespace mkUndo {
 
+/// The last hundred steps.
 MK_HOST_API QUndoStack *stack();
+/// Forgets all steps, also that of a scope that is open.
+MK_HOST_API void clear();
 /// Carries out a command; inside an undo scope it becomes part of that scope's step, outside it
 /// cannot be undone.
 MK_HOST_API void execute(std::unique_ptr<QUndoCommand> command);

@@ -4,6 +4,8 @@
 #include "mkUtils/mkTrace.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <unordered_set>
 
 namespace mkMaterials {
 
@@ -42,15 +44,28 @@ const std::vector<osg::MaterialPtr> &getMaterials()
 
 void addMaterial(const osg::MaterialPtr &material)
 {
-    if (!material || std::find(all().begin(), all().end(), material) != all().end()) {
-        return;
+    addMaterials({ material });
+}
+
+void addMaterials(const std::vector<osg::MaterialPtr> &materials)
+{
+    std::unordered_set<std::uint32_t> known;
+    std::unordered_set<std::string> taken;
+    for (const osg::MaterialPtr &material : all()) {
+        known.insert(material->getId());
+        taken.insert(material->getName());
     }
-    std::vector<std::string> taken;
-    for (const osg::MaterialPtr &other : all()) {
-        taken.push_back(other->getName());
+    for (const osg::MaterialPtr &material : materials) {
+        if (!material || !known.insert(material->getId()).second) {
+            continue;
+        }
+        if (taken.count(material->getName()) > 0) {
+            material->setName(
+                mkNodeUtils::getUniqueName(material->getName(), { taken.begin(), taken.end() }));
+        }
+        taken.insert(material->getName());
+        all().push_back(material);
     }
-    material->setName(mkNodeUtils::getUniqueName(material->getName(), taken));
-    all().push_back(material);
 }
 
 void removeMaterial(const osg::MaterialPtr &material)

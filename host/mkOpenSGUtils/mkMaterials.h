@@ -17,6 +17,8 @@ MK_HOST_API const std::vector<osg::MaterialPtr> &getMaterials();
 /// Adds a material; a name already taken gets a number behind it. Null and known materials are
 /// ignored.
 MK_HOST_API void addMaterial(const osg::MaterialPtr &material);
+/// The same for many, whose cost is linear as long as their names differ.
+MK_HOST_API void addMaterials(const std::vector<osg::MaterialPtr> &materials);
 /// Takes a material out of the document. Layers that use it keep it alive.
 MK_HOST_API void removeMaterial(const osg::MaterialPtr &material);
 MK_HOST_API void clear();
