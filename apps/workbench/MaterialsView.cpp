@@ -1,6 +1,7 @@
 #include "MaterialsView.h"
 
 #include "MaterialsModel.h"
+#include "NamedDrag.h"
 #include "mkIconManager/mkIconManager.h"
 
 #include <QAction>
@@ -32,4 +33,9 @@ MaterialsView::MaterialsView(SceneWatcher *watcher, QWidget *parent)
         }
     });
     connect(remove, &QAction::triggered, this, [this] { materials->remove(currentIndex()); });
+}
+
+void MaterialsView::startDrag(Qt::DropActions supportedActions)
+{
+    startNamedDrag(this, supportedActions);
 }

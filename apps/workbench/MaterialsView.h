@@ -14,6 +14,9 @@ class MaterialsView : public QListView
 public:
     explicit MaterialsView(SceneWatcher *watcher, QWidget *parent = nullptr);
 
+protected:
+    void startDrag(Qt::DropActions supportedActions) override;
+
 private:
     MaterialsModel *materials;
 };

@@ -1,5 +1,6 @@
 #include "SceneTree.h"
 
+#include "NamedDrag.h"
 #include "SceneTreeModel.h"
 #include "SceneWatcher.h"
 #include "mkIconManager/mkIconManager.h"
@@ -17,7 +18,6 @@
 #include <QScopedValueRollback>
 
 #include <algorithm>
-#include <set>
 
 namespace {
 
@@ -195,11 +195,10 @@ void SceneTree::revealNodes(const std::vector<mkNodePtr> &wanted)
 void SceneTree::contextMenuEvent(QContextMenuEvent *event)
 {
     const bool any = selectionModel()->hasSelection();
-    const bool onlyRoot = selectionModel()->selectedIndexes().size() == 1
-                          && selectionModel()->isSelected(nodes->index(0, 0));
+    const bool withRoot = selectionModel()->isSelected(nodes->index(0, 0));
     renameAction->setEnabled(currentIndex().isValid());
     storeAction->setEnabled(any);
-    deleteAction->setEnabled(any && !onlyRoot);
+    deleteAction->setEnabled(any && !withRoot);
     QMenu::exec({ renameAction, storeAction, deleteAction }, event->globalPos(), nullptr, this);
     deleteAction->setEnabled(true);
     storeAction->setEnabled(true);
@@ -212,7 +211,7 @@ void SceneTree::startDrag(Qt::DropActions supportedActions)
     if (!selectionModel()->isSelected(currentIndex())) {
         selectionModel()->select(currentIndex(), QItemSelectionModel::ClearAndSelect);
     }
-    QTreeView::startDrag(supportedActions);
+    startNamedDrag(this, supportedActions);
 }
 
 void SceneTree::deleteSelected()
@@ -245,23 +244,16 @@ void SceneTree::storeState()
     bool agreed = false;
     const QString name = QInputDialog::getText(this, tr("Store Render State"),
                                                tr("Store the current render attributes of the "
-                                                  "selected nodes and of all below them as:"),
+                                                  "selected drawables and of all below as:"),
                                                QLineEdit::Normal, QString(), &agreed);
     if (!agreed || name.isEmpty()) {
         return;
     }
+    int count = 0;
     for (const mkNodePtr &selected : mkScenegraph::getSelectedRootNodes()) {
-        osg::traverse(selected.get(), [&name](const osg::NodePtr &node) {
-            osg::RaytracingGeoAttachmentPtr own = mkNodeUtils::getRenderAttributes(node);
-            if (!own) {
-                own = osg::RaytracingGeoAttachment::make();
-                node->addAttachment(own);
-                node->changed(osg::AttachmentContainer::AttachmentsFieldMask,
-                              osg::ChangeOrigin::External);
-            }
-            own->storeState(name.toStdString());
-            return osg::Action::Continue;
-        });
+        count += mkNodeUtils::storeRenderLayerState(selected.get(), name.toStdString());
     }
-    mkController::setModified(1);
+    if (count > 0) {
+        mkController::setModified(1);
+    }
 }

@@ -1,5 +1,6 @@
 #include "mkOpenSGUtils/mkNodeUtils.h"
 
+#include "OSGSystem/Geometry.h"
 #include "mkOpenSGUtils/mkNodePtr.h"
 #include "mkUtils/mkTrace.h"
 
@@ -63,6 +64,30 @@ RaytracingGeoAttachmentPtr getRenderAttributes(const osg::NodePtr &node)
                 : RaytracingGeoAttachmentPtr();
 }
 
+RaytracingGeoAttachmentPtr getOrMakeRenderAttributes(const osg::NodePtr &node)
+{
+    RaytracingGeoAttachmentPtr own = getRenderAttributes(node);
+    if (!own) {
+        own = RaytracingGeoAttachment::make();
+        node->addAttachment(own);
+        node->changed(osg::AttachmentContainer::AttachmentsFieldMask, osg::ChangeOrigin::External);
+    }
+    return own;
+}
+
+int storeRenderLayerState(const osg::NodePtr &root, const std::string &name)
+{
+    int count = 0;
+    osg::traverse(root, [&](const osg::NodePtr &node) {
+        if (osg::Ptr<osg::DrawableBase>(node->getCore())) {
+            getOrMakeRenderAttributes(node)->storeState(name);
+            ++count;
+        }
+        return osg::Action::Continue;
+    });
+    return count;
+}
+
 void applyRenderLayerAttributes(const osg::NodePtr &node,
                                 const RaytracingGeoAttachmentPtr &attributes)
 {
@@ -81,13 +106,7 @@ void applyRenderLayerAttributes(const osg::NodePtr &node,
         if (below != node && skip(below)) {
             return osg::Action::Skip;
         }
-        RaytracingGeoAttachmentPtr own = getRenderAttributes(below);
-        if (!own) {
-            own = RaytracingGeoAttachment::make();
-            below->addAttachment(own);
-            below->changed(osg::AttachmentContainer::AttachmentsFieldMask,
-                           osg::ChangeOrigin::External);
-        }
+        const RaytracingGeoAttachmentPtr own = getOrMakeRenderAttributes(below);
         if (own != attributes) {
             own->setValues(attributes->getValues());
         }

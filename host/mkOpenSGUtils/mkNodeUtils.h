@@ -20,6 +20,12 @@ MK_HOST_API std::string getUniqueName(const std::string &name,
 /// The render attributes that the node itself carries; null when there are none.
 MK_HOST_API osg::RaytracingGeoAttachmentPtr getRenderAttributes(const osg::NodePtr &node);
 
+/// The same, made and announced where there are none. `node` is not null.
+MK_HOST_API osg::RaytracingGeoAttachmentPtr getOrMakeRenderAttributes(const osg::NodePtr &node);
+/// Stores the current attributes of every drawable from `root` down under a name, in place of what
+/// was stored under it. Returns the number of drawables.
+MK_HOST_API int storeRenderLayerState(const osg::NodePtr &root, const std::string &name);
+
 /// Writes the values of `attributes` into the attachment of the node and of every node below it,
 /// made where missing, and announces each change. Nothing when either is null.
 MK_HOST_API void applyRenderLayerAttributes(const osg::NodePtr &node,

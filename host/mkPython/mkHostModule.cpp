@@ -177,22 +177,7 @@ int storeRenderLayerState(const std::string &name)
     if (name.empty()) {
         raise(PyExc_ValueError, "A state needs a name.");
     }
-    int count = 0;
-    osg::traverse(mkScenegraph::getRoot(), [&](const osg::NodePtr &node) {
-        if (!osg::Ptr<osg::DrawableBase>(node->getCore())) {
-            return osg::Action::Continue;
-        }
-        RaytracingGeoAttachmentPtr attributes = mkNodeUtils::getRenderAttributes(node);
-        if (!attributes) {
-            attributes = RaytracingGeoAttachment::make();
-            node->addAttachment(attributes);
-            node->changed(osg::AttachmentContainer::AttachmentsFieldMask,
-                          osg::ChangeOrigin::External);
-        }
-        attributes->storeState(name);
-        ++count;
-        return osg::Action::Continue;
-    });
+    const int count = mkNodeUtils::storeRenderLayerState(mkScenegraph::getRoot(), name);
     if (count > 0) {
         mkController::setModified(1);
     }
