@@ -49,7 +49,9 @@ void setStates(const QWidget *dialog, const QString &wanted)
 void leave(QWidget *dialog, const QString &way)
 {
     auto *const buttons = dialog->findChild<QDialogButtonBox *>();
-    if (way == "close") {
+    if (way == "return") {
+        QTest::keyClick(dialog->focusWidget(), Qt::Key_Return);
+    } else if (way == "close") {
         dialog->close();
     } else if (way == "escape") {
         QTest::keyClick(dialog, Qt::Key_Escape);
@@ -175,6 +177,9 @@ void tst_Dialog::boxesStayAsTheyWereLeft()
         QCOMPARE(calls.count("mkRenderLayer::isEmpty"), applied ? 1 : 0);
         QCOMPARE(run(QString(), "cancel"), "00000000111");
     }
+    // Return agrees, also after a click on Cancel.
+    run("10000000001", "return");
+    QCOMPARE(host.cells("A/b"), "10000000001 Empty");
     // Each box is its flag's, and nothing is asked without a selection.
     for (int i = 0; i < boxes.size(); ++i) {
         const QString wanted = QString(11, '0').replace(i, 1, '1');

@@ -11,6 +11,7 @@
 #include "mkRenderAttributes.h"
 
 #include <QMouseEvent>
+#include <QPushButton>
 
 void mkNodeListWidget::doubleClicked(QTreeWidgetItem *item, int col)
 try {
@@ -149,6 +150,10 @@ try {
     if (!attributesDialog) {
         attributesDialog = new mkAttributesGUIW(ownerWidget, QString());
     }
+    // Only the boxes are kept from the last use, not that it was cancelled.
+    QPushButton *const ok = attributesDialog->buttonBox->button(QDialogButtonBox::Ok);
+    ok->setDefault(true);
+    ok->setFocus();
     const QPointer<mkNodeListWidget> self(this);
     const int result = attributesDialog->exec();
     // The panel may have been closed for good while the dialog was open.
