@@ -1,6 +1,7 @@
 #include "HostFixture.h"
 
 #include "mkKernel/mkController.h"
+#include "mkOpenSGUtils/mkMaterials.h"
 
 #include <QDropEvent>
 #include <QMessageBox>
@@ -229,6 +230,7 @@ void tst_Drop::materialIsAnnounced()
 
 void tst_Drop::materialPayloads()
 {
+    mkMaterials::addMaterial(osg::Material::create());
     const QByteArray bytes = host.materialPayload("red");
     std::vector<QByteArray> payloads{ host.materialPayload("deleted"), host.materialPayload(""),
                                       QByteArray("\xff\xff\xff\xff\x00\x00", 6) };

@@ -144,6 +144,9 @@ void tst_QuickActions::activationAndReset()
     for (const bool fromMenu : { false, true }) {
         host.select({ "A/a", "B" });
         const HostCalls calls;
+        host.clickTool("Select Nodes");
+        QCOMPARE(calls.count("mkSelectionManager::selectNodes([\"a\", \"group\"])"), 1);
+        HostCalls::clear();
         QSignalSpy rendered(mkController::the(), &mkController::rendered);
         host.clickTool("Activate Layer");
         QCOMPARE(calls.commands(), "activateNode(0, a) activateLayer(1) updateRender(false)");

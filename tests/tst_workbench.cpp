@@ -342,8 +342,9 @@ void tst_workbench::treeShowsHiddenNodes()
     const auto shown = [&] {
         watcher.deliver();
         const QModelIndex row = tree.model()->index(0, 0, tree.model()->index(0, 0));
-        return QString("%1 %2 %3 %4")
-            .arg(row.data(Qt::ForegroundRole).isValid() ? "dim" : "plain")
+        return QString("%1%2 %3 %4 %5")
+            .arg(row.data(Qt::ForegroundRole).isValid() ? "dim" : "plain",
+                 row.data(Qt::FontRole).value<QFont>().italic() ? " italic" : "")
             .arg(table->topLevelItem(0)->text(1), table->topLevelItem(1)->text(1),
                  table->topLevelItem(11)->text(1));
     };
@@ -351,10 +352,9 @@ void tst_workbench::treeShowsHiddenNodes()
     HostFixture::flag(host.attributes(0, "a"), 1) = false;
     host.attributes(0, "a")->setOverrideMaterial(HostFixture::material("red"));
     mkSelectionManager::selectNode(host.node("a"));
-    QVERIFY(!table->isEnabled());
+    QCOMPARE(shown(), "plain On On Empty");
     HostFixture::store()->activateLayer(0);
-    QCOMPARE(shown(), "dim Off On red");
-    QVERIFY(table->isEnabled());
+    QCOMPARE(shown(), "dim italic Off On red");
     mkNodeUtils::resetRenderLayerAttributes(mkScenegraph::getRoot());
     QCOMPARE(shown(), "plain On On Empty");
 }
@@ -376,6 +376,13 @@ void tst_workbench::rowsDropOnLayers()
     QCOMPARE(host.rows(), "A[b d]");
     drop("A/d", list.mimeData({ list.index(1) }));
     QCOMPARE(host.cells("A/d"), "11111111110 blue");
+    // The panel has the new name of a node that it shows.
+    const HostCalls calls;
+    const QModelIndex root = tree.model()->index(0, 0);
+    tree.model()->setData(tree.model()->index(3, 0, root), "dd");
+    tree.model()->setData(tree.model()->index(4, 0, root), "ee");
+    QCOMPARE(host.rows(), "A[b dd]");
+    QCOMPARE(calls.count("mkRenderLayer::isEmpty"), 1);
 }
 
 void tst_workbench::materials()
@@ -391,7 +398,11 @@ void tst_workbench::materials()
     QVERIFY(list.setData(list.index(0), "blue", Qt::EditRole));
     QCOMPARE(host.cells("A/a").section(' ', 1), "blue1");
     QVERIFY(mkController::isModified());
-    QVERIFY(!list.setData(list.index(0), "", Qt::EditRole));
+    mkController::setModified(0);
+    for (const char *name : { "", "blue1", "blue" }) {
+        QVERIFY(!list.setData(list.index(0), name, Qt::EditRole));
+    }
+    QVERIFY(!mkController::isModified());
 
     list.remove(list.index(0));
     QCOMPARE(list.rowCount(), 1);
@@ -428,8 +439,8 @@ void tst_workbench::program()
                                               "createRenderLayer('Paint')\n");
     const QString failing = write("failing.py", "raise ValueError('no good')\n");
     expect({ "--batch", MK_SCENES "/courtyard.obj" }, 0, "", "");
-    expect({ "--batch", "--script", script, "--script", script, studio, "--", "-x", "y" }, 0,
-           "['-x', 'y']\n['-x', 'y']\n", "");
+    expect({ "--batch", "--script", script, "--script", script, studio, "--", "--style", "y" }, 0,
+           "['--style', 'y']\n['--style', 'y']\n", "");
     expect({ "--batch", "--script", failing, "--script", script }, 1, "", "ValueError: no good");
     expect({ "--batch", "--script", "no.py" }, 1, "", "no.py");
     expect({ "--batch", "no.gltf2" }, 1, "", "workbench: no.gltf2: There is no such file.");

@@ -89,7 +89,7 @@ void AttributesView::refresh()
         }
         heading->setText(own ? text : text + tr(": none of its own, the defaults hold"));
     }
-    table->setEnabled(bool(own));
+    table->setEnabled(bool(node));
 
     const Values values = own ? own->getValues() : Values();
     int row = 0;

@@ -30,7 +30,7 @@ QColor colorOf(const osg::MaterialPtr &material)
 }
 
 /// The colour over a light and a dark half, so that its transparency shows.
-QPixmap swatch(const QColor &color)
+QIcon swatch(const QColor &color)
 {
     const qreal scale = qGuiApp->devicePixelRatio();
     QPixmap pixmap(qRound(swatchSize * scale), qRound(swatchSize * scale));
@@ -48,7 +48,11 @@ QPixmap swatch(const QColor &color)
     painter.setPen(QPen(QGuiApplication::palette().color(QPalette::Mid), 1));
     painter.setBrush(color);
     painter.drawRoundedRect(frame, 2, 2);
-    return pixmap;
+    painter.end();
+    QIcon icon(pixmap);
+    // The style would tint that of a selected row.
+    icon.addPixmap(pixmap, QIcon::Selected);
+    return icon;
 }
 
 } // namespace
@@ -98,7 +102,11 @@ bool MaterialsModel::setData(const QModelIndex &index, const QVariant &value, in
             taken.push_back(other->getName());
         }
     }
-    material->setName(mkNodeUtils::getUniqueName(name, taken));
+    const std::string unique = mkNodeUtils::getUniqueName(name, taken);
+    if (unique == material->getName()) {
+        return false;
+    }
+    material->setName(unique);
     mkController::setModified(1);
     Q_EMIT dataChanged(index, index);
     mkMessage message("materialRenamed");
@@ -150,7 +158,9 @@ void MaterialsModel::refresh()
 {
     const std::vector<osg::MaterialPtr> &actual = mkMaterials::getMaterials();
     if (actual == materials) {
-        Q_EMIT dataChanged(index(0), index(rowCount() - 1));
+        if (!materials.empty()) {
+            Q_EMIT dataChanged(index(0), index(rowCount() - 1));
+        }
         return;
     }
     beginResetModel();

@@ -4,8 +4,10 @@
 #include "mkKernel/mkController.h"
 #include "mkKernel/mkScenegraph.h"
 #include "mkOpenSGUtils/mkNodeUtils.h"
+#include "mkOpenSGUtils/mkRenderLayer.h"
 
 #include <QDataStream>
+#include <QFont>
 #include <QGuiApplication>
 #include <QIcon>
 #include <QMimeData>
@@ -40,6 +42,16 @@ bool isHidden(const osg::NodePtr &node)
 {
     const auto attributes = mkNodeUtils::getRenderAttributes(node);
     return attributes && !attributes->getVisible();
+}
+
+bool isInALayer(const osg::NodePtr &node)
+{
+    const osg::RenderLayersPtr content = mkScenegraph::getRenderLayer()->getAttachment();
+    const auto &layers = content->getLayers();
+    return std::any_of(layers.begin(), layers.end(), [&node](const osg::FieldContainerPtr &entry) {
+        const osg::RenderLayerPtr layer(entry);
+        return layer && layer->contains(node);
+    });
 }
 
 /// Faded icons could not be seen on the selection's colour.
@@ -161,6 +173,12 @@ QVariant SceneTreeModel::data(const QModelIndex &index, int role) const
         return isHidden(shown)
                    ? QGuiApplication::palette().brush(QPalette::Disabled, QPalette::Text)
                    : QVariant();
+    case Qt::FontRole: {
+        // The colour of a selected row is not ours.
+        QFont font;
+        font.setItalic(true);
+        return isHidden(shown) ? font : QVariant();
+    }
     case Qt::ToolTipRole:
         return QString::fromStdString(mkNodeUtils::getPath(shown))
                + (isHidden(shown) ? tr(" (hidden by its render attributes)") : QString());
@@ -179,6 +197,10 @@ bool SceneTreeModel::setData(const QModelIndex &index, const QVariant &value, in
     shown->setName(name);
     mkController::setModified(1);
     Q_EMIT dataChanged(index, index);
+    if (isInALayer(shown)) {
+        mkMessage message("mkRenderLayerModuleUpdateLayers");
+        mkController::sendMessage(message);
+    }
     return true;
 }
 
@@ -253,6 +275,7 @@ void SceneTreeModel::syncChildren(const QSet<quint32> &nodeIds)
         if (!found->read) {
             // A view that has seen the row must learn whether it can be expanded now.
             if (actual.empty()) {
+                Q_EMIT layoutAboutToBeChanged();
                 Q_EMIT layoutChanged();
             }
             entries[id].read = true;

@@ -4,9 +4,11 @@
 #include "mkUtils/mkTrace.h"
 
 #include <QAction>
+#include <QEvent>
 #include <QMainWindow>
 #include <QMenu>
 #include <QMenuBar>
+#include <QTimer>
 
 QMKDockWindowManager::QMKDockWindowManager(QMainWindow *mainWindow)
     : QObject(mainWindow)
@@ -52,9 +54,31 @@ QMKDockWidget *QMKDockWindowManager::add(const char *name, const QString &group,
     if (menu) {
         groupMenu(group)->addMenu(menu);
     }
+    dock->installEventFilter(this);
     connect(widget, &QObject::destroyed, dock, [dock] { dock->deleteLater(); });
-    connect(dock, &QObject::destroyed, this, [this, dock] { docks.removeAll(dock); });
+    connect(dock, &QObject::destroyed, this, [this, dock] {
+        docks.removeAll(dock);
+        sizes.remove(dock);
+    });
     return dock;
+}
+
+bool QMKDockWindowManager::eventFilter(QObject *watched, QEvent *event)
+{
+    auto *const dock = qobject_cast<QMKDockWidget *>(watched);
+    if (dock && event->type() == QEvent::HideToParent && !dock->isFloating()) {
+        sizes[dock] = dock->size();
+    } else if (dock && event->type() == QEvent::ShowToParent && sizes.contains(dock)) {
+        // Qt would share out the room anew.
+        const QSize size = sizes.take(dock);
+        QTimer::singleShot(0, dock, [this, dock, size] {
+            if (!dock->isFloating()) {
+                window->resizeDocks({ dock }, { size.width() }, Qt::Horizontal);
+                window->resizeDocks({ dock }, { size.height() }, Qt::Vertical);
+            }
+        });
+    }
+    return QObject::eventFilter(watched, event);
 }
 
 QMenu *QMKDockWindowManager::groupMenu(const QString &group)

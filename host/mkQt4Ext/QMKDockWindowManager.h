@@ -3,14 +3,15 @@
 #include "mkHostExport.h"
 #include "mkQt4Ext/QMKDockWidget.h"
 
+#include <QHash>
 #include <QIcon>
 #include <QMap>
 #include <QObject>
+#include <QSize>
 #include <QString>
 
 class QMainWindow;
 class QMenu;
-class QMenuBar;
 
 /// Puts panels into dock windows of the main window and into its menus, one menu a group.
 class MK_HOST_API QMKDockWindowManager : public QObject
@@ -38,10 +39,14 @@ public:
 
     QList<QMKDockWidget *> getDockWidgets() const { return docks; }
 
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
 private:
     QMenu *groupMenu(const QString &group);
 
     QMainWindow *window;
     QMap<QString, QMenu *> menus;
     QList<QMKDockWidget *> docks;
+    /// Of dock windows that are closed, to be given back to them.
+    QHash<QMKDockWidget *, QSize> sizes;
 };
