@@ -67,18 +67,41 @@ bool QMKDockWindowManager::eventFilter(QObject *watched, QEvent *event)
 {
     auto *const dock = qobject_cast<QMKDockWidget *>(watched);
     if (dock && event->type() == QEvent::HideToParent && !dock->isFloating()) {
-        sizes[dock] = dock->size();
+        sizes[dock] = sizesWith(dock);
     } else if (dock && event->type() == QEvent::ShowToParent && sizes.contains(dock)) {
         // Qt would share out the room anew.
-        const QSize size = sizes.take(dock);
-        QTimer::singleShot(0, dock, [this, dock, size] {
-            if (!dock->isFloating()) {
-                window->resizeDocks({ dock }, { size.width() }, Qt::Horizontal);
-                window->resizeDocks({ dock }, { size.height() }, Qt::Vertical);
-            }
-        });
+        const Sizes before = sizes.take(dock);
+        QTimer::singleShot(0, dock, [this, before] { restore(before); });
     }
     return QObject::eventFilter(watched, event);
+}
+
+QMKDockWindowManager::Sizes QMKDockWindowManager::sizesWith(const QMKDockWidget *closing) const
+{
+    Sizes visible;
+    for (QMKDockWidget *dock : docks) {
+        // Those behind a tab lie outside the window.
+        if ((!dock->isHidden() || dock == closing) && !dock->isFloating() && dock->x() >= 0) {
+            visible.append({ dock, dock->size() });
+        }
+    }
+    return visible;
+}
+
+void QMKDockWindowManager::restore(const Sizes &before)
+{
+    QList<QDockWidget *> present;
+    QList<int> widths;
+    QList<int> heights;
+    for (const auto &[dock, size] : before) {
+        if (dock && !dock->isHidden() && !dock->isFloating()) {
+            present += dock;
+            widths += size.width();
+            heights += size.height();
+        }
+    }
+    window->resizeDocks(present, widths, Qt::Horizontal);
+    window->resizeDocks(present, heights, Qt::Vertical);
 }
 
 QMenu *QMKDockWindowManager::groupMenu(const QString &group)

@@ -7,8 +7,11 @@
 #include <QIcon>
 #include <QMap>
 #include <QObject>
+#include <QPair>
+#include <QPointer>
 #include <QSize>
 #include <QString>
+#include <QVector>
 
 class QMainWindow;
 class QMenu;
@@ -42,11 +45,16 @@ public:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
+    using Sizes = QVector<QPair<QPointer<QMKDockWidget>, QSize>>;
+
     QMenu *groupMenu(const QString &group);
+    /// Of all that can be seen, and of one that is being closed.
+    Sizes sizesWith(const QMKDockWidget *closing) const;
+    void restore(const Sizes &before);
 
     QMainWindow *window;
     QMap<QString, QMenu *> menus;
     QList<QMKDockWidget *> docks;
-    /// Of dock windows that are closed, to be given back to them.
-    QHash<QMKDockWidget *, QSize> sizes;
+    /// For each dock window that was closed, what sizes all had before.
+    QHash<QMKDockWidget *, Sizes> sizes;
 };
