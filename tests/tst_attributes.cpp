@@ -126,8 +126,11 @@ void tst_Attributes::editsAreAnnounced()
         QCOMPARE(int(announced.list.getChanged().size()), 2);
     }
     makeRed(true);
+    host.tree()->setColumnWidth(0, 1);
+    const int narrow = host.tree()->columnWidth(0);
     const Announcements announced(host.attributes(0, "a"));
     host.click(host.clearButton(host.row("A/a")));
+    QVERIFY(host.tree()->columnWidth(0) > narrow);
     QCOMPARE(announced.lines, QStringList("11111111111 Empty all"));
     host.select({ "A/a" });
     host.action("Clear Override Material")->trigger();

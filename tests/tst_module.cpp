@@ -224,9 +224,11 @@ void tst_Module::stateIdsFollowTheFile()
         mkScenegraph::Document document;
         document.root = osg::Node::create();
         document.root->setCore(osg::Group::create());
+        const osg::NodePtr bare = osg::Node::create();
         const osg::NodePtr child = osg::Node::create();
-        document.root->addChild(child);
-        // States of the root and of a node below it; one of them of a layer that the file lacks.
+        document.root->addChild(bare);
+        bare->addChild(child);
+        // States of the root and of a node far below; one of them of a layer that the file lacks.
         std::vector<osg::RaytracingGeoAttachmentPtr> attributes;
         for (const osg::NodePtr &node : { document.root, child }) {
             attributes.push_back(osg::RaytracingGeoAttachmentBase::create());

@@ -221,6 +221,10 @@ void tst_Scripting::addNodes()
     QCOMPARE(host->rows(), "A[a b c d] a[]");
     add("[c, d], 'a'", "a", "cd");
     QCOMPARE(host->rows(), "A[a b] a[c d]");
+    host->node("c")->setName(std::string(60, 'c'));
+    host->tree()->setColumnWidth(0, 1);
+    py("addNodesToRenderLayer([c], 'a')");
+    QVERIFY(host->tree()->columnWidth(0) > 200);
     add("[c], 'B'", "B", "c");
     QCOMPARE(host->rows(), "A[a b] a[]");
     for (const char *nothing : { "[c], None", "[], 'A'", "[None], 'A'" }) {
@@ -315,7 +319,11 @@ void tst_Scripting::flagsGoDown()
     py("setNodeVisibilityFlags(group, *[True] * 11, 'red')");
     py("setNodeVisibilityFlags(group, *[True] * 10, False, 'red')");
     QCOMPARE(valuesOf("group"), "11111111110 Empty");
-    py("setNodeVisibilityFlags(group, *[True] * 11, 'red')");
+    {
+        const Announcements announced(attachment);
+        py("setNodeVisibilityFlags(group, *[True] * 11, 'red')");
+        QCOMPARE(announced.lines.value(0), "11111111111 red all");
+    }
     QVERIFY(mkNodeUtils::getRenderAttributes(host->node("group")) == attachment);
     expect({ { "resetNodeVisibilityFlags(node=mkHost.findNode('g1'))", "None" },
              { "resetNodeVisibilityFlags(None)", "None" } });
