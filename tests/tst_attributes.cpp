@@ -2,6 +2,7 @@
 
 #include "mkKernel/mkController.h"
 
+#include <QMouseEvent>
 #include <QTest>
 
 /// Attribute cells, the clear button and the override-material command.
@@ -220,6 +221,13 @@ void tst_Attributes::clearButton()
         host.select({ "A" });
         QWidget *const viewport = host.tree()->viewport();
         QTest::mousePress(viewport, Qt::LeftButton, {}, points.at(press));
+        if (QString(press).endsWith("button")) {
+            // A hand that is not quite still.
+            const QPoint point = points.at(press) + QPoint(1, 0);
+            QMouseEvent move(QEvent::MouseMove, point, viewport->mapToGlobal(point), Qt::LeftButton,
+                             Qt::LeftButton, {});
+            QApplication::sendEvent(viewport, &move);
+        }
         QTest::mouseRelease(viewport, Qt::LeftButton, {}, points.at(release));
         // A second release belongs to no press.
         QTest::mouseRelease(viewport, Qt::LeftButton, {}, points.at("a button"));

@@ -4,6 +4,7 @@
 #include "mkOpenSGUtils/mkNodeUtils.h"
 
 #include <QHeaderView>
+#include <QScrollBar>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -57,6 +58,16 @@ void tst_Sync::showsTheStore()
                                 "mkRenderLayer::getAttachment()" };
     QCOMPARE(calls.lines({ "mkScenegraph::", "mkRenderLayer::" }), expected);
     QCOMPARE(host.rows(), QStringLiteral("Bäume[a c] A[木 a] a[d] C[e d]"));
+    // What was looked at stays in sight.
+    host.select({ "A" });
+    host.tree()->setColumnWidth(5, 3000);
+    host.settle();
+    host.tree()->horizontalScrollBar()->setValue(200);
+    host.rebuild();
+    QCOMPARE(host.tree()->horizontalScrollBar()->value(), 200);
+    host.tree()->setColumnWidth(5, 100);
+    host.tree()->horizontalScrollBar()->setValue(0);
+    host.select({});
     // Whether a node is to be seen just now is not for its icon to say.
     const auto icon = [this] {
         return host.row("A/a")->data(0, Qt::DecorationRole).value<QPixmap>().toImage();

@@ -83,6 +83,7 @@ private Q_SLOTS:
 
     void treeSelectionIsTheHosts();
     void treeFollowsRandomEdits();
+    void filesCutShort();
     void treeShowsHiddenNodes();
     void rowsDropOnLayers();
     void materials();
@@ -330,6 +331,25 @@ void tst_workbench::treeFollowsRandomEdits()
                                                        .arg(seed)
                                                        .arg(round)
                                                        .arg(shown, expected)));
+    }
+}
+
+/// A file that ends early is refused or read in part, and always comes to an end.
+void tst_workbench::filesCutShort()
+{
+    const QByteArray whole = "ply\nformat ascii 1.0\nelement vertex 4\nproperty float x\n"
+                             "property float y\nproperty float z\nelement face 2\n"
+                             "property list uchar int vertex_indices\nend_header\n"
+                             "0 0 0\n1 0 0\n1 1 0\n0 1 0\n3 0 1 2\n3 0 2 3\n";
+    const int header = whole.indexOf("0 0 0");
+    for (int length = 1; length <= whole.size(); ++length) {
+        const QString file = write("cut.ply", whole.left(length));
+        try {
+            importScene(file);
+            QVERIFY2(length >= header - 1, qPrintable(QString::number(length)));
+        } catch (const std::runtime_error &refusal) {
+            QVERIFY(*refusal.what() && length < whole.size());
+        }
     }
 }
 

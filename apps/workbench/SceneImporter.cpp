@@ -8,11 +8,14 @@
 #include <assimp/scene.h>
 
 #include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QFile>
 #include <QFileInfo>
 #include <QThread>
 
 #include <algorithm>
 #include <atomic>
+#include <memory>
 #include <unordered_map>
 
 namespace {
@@ -20,6 +23,9 @@ namespace {
 /// Format readers recurse once or more for each level of a scene.
 constexpr uint readerStackSize = 512U * 1024U * 1024U;
 constexpr unsigned long progressInterval = 40;
+/// How long reading may go on after it was cancelled.
+constexpr qint64 patience = 3000;
+constexpr qint64 longestPlyHeader = 1 << 20;
 
 QString translate(const char *text)
 {
@@ -30,36 +36,6 @@ QString translate(const char *text)
 {
     throw std::runtime_error(reason.toStdString());
 }
-
-/// What the reading thread and the thread that waits for it share.
-struct ReadingState
-{
-    std::atomic<int> percent{ 0 };
-    std::atomic<bool> cancelled{ false };
-};
-
-class ProgressReporter : public Assimp::ProgressHandler
-{
-public:
-    explicit ProgressReporter(ReadingState &reading)
-        : state(reading)
-    {}
-
-    bool Update(float fraction) override
-    {
-        if (fraction >= 0) {
-            state.percent = int(std::min(fraction, 1.0F) * 100);
-        }
-        if (state.cancelled) {
-            // Most readers do not look at the result, but all of them let exceptions through.
-            throw ImportCancelled("");
-        }
-        return true;
-    }
-
-private:
-    ReadingState &state;
-};
 
 /// The library deletes a scene's nodes by recursion, which a deep one would not survive.
 void deleteScene(aiScene *scene)
@@ -81,6 +57,44 @@ void deleteScene(aiScene *scene)
 
 using ScenePtr = std::unique_ptr<aiScene, void (*)(aiScene *)>;
 
+/// What the reading thread and the thread that waits for it share.
+struct Reading
+{
+    std::atomic<int> percent{ 0 };
+    std::atomic<bool> cancelled{ false };
+    // For the one who waits only once the thread has finished.
+    ScenePtr scene{ nullptr, deleteScene };
+    QString failure;
+};
+
+class ProgressReporter : public Assimp::ProgressHandler
+{
+public:
+    explicit ProgressReporter(Reading &reading)
+        : state(reading)
+    {}
+
+    bool Update(float fraction) override
+    {
+        if (fraction >= 0) {
+            state.percent = int(std::min(fraction, 1.0F) * 100);
+        }
+        if (state.cancelled) {
+            // Most readers do not look at the result, but all of them let exceptions through.
+            throw ImportCancelled("");
+        }
+        return true;
+    }
+
+private:
+    Reading &state;
+};
+
+QString damaged()
+{
+    return translate("The file is damaged or not of the format that its name promises.");
+}
+
 /// The library's reason, except where it only says that none of its readers wanted the file.
 QString failureOf(const Assimp::Importer &importer, const QString &file)
 {
@@ -90,44 +104,79 @@ QString failureOf(const Assimp::Importer &importer, const QString &file)
     }
     const QByteArray suffix = QFileInfo(file).suffix().toUtf8();
     return importer.IsExtensionSupported(suffix.constData())
-               ? translate("The file is damaged or not of the format that its name promises.")
+               ? damaged()
                : translate("The file is of an unknown format.");
+}
+
+/// The library looks for the end of such a header for ever.
+bool isCutPlyHeader(QFile &file)
+{
+    return file.peek(3) == "ply" && !file.peek(longestPlyHeader).contains("end_header");
+}
+
+/// The library ends the program over a mesh whose faces are not of the types that it claims.
+void correctPrimitiveTypes(const aiScene &scene)
+{
+    for (unsigned i = 0; i < scene.mNumMeshes; ++i) {
+        aiMesh &mesh = *scene.mMeshes[i];
+        unsigned types = 0;
+        std::for_each(mesh.mFaces, mesh.mFaces + mesh.mNumFaces, [&types](const aiFace &face) {
+            types |= face.mNumIndices < 2    ? unsigned(aiPrimitiveType_POINT)
+                     : face.mNumIndices == 2 ? unsigned(aiPrimitiveType_LINE)
+                     : face.mNumIndices == 3 ? unsigned(aiPrimitiveType_TRIANGLE)
+                                             : unsigned(aiPrimitiveType_POLYGON);
+        });
+        mesh.mPrimitiveTypes = types;
+    }
+}
+
+void readFile(const QString &file, Reading &reading)
+{
+    try {
+        Assimp::Importer importer;
+        importer.SetProgressHandler(new ProgressReporter(reading));
+        importer.SetPropertyInteger(AI_CONFIG_PP_SBP_REMOVE,
+                                    aiPrimitiveType_POINT | aiPrimitiveType_LINE);
+        if (const aiScene *const scene = importer.ReadFile(QFile::encodeName(file).constData(),
+                                                           aiProcess_ValidateDataStructure)) {
+            correctPrimitiveTypes(*scene);
+            importer.ApplyPostProcessing(aiProcess_Triangulate);
+        }
+        reading.failure = failureOf(importer, file);
+        reading.scene.reset(importer.GetOrphanedScene());
+    } catch (const std::exception &exception) {
+        reading.failure = QString::fromUtf8(exception.what());
+    }
 }
 
 /// Reads in a thread with a stack for deep scenes, so that the caller can show progress.
 ScenePtr readFile(const QString &file, const ImportProgress &progress)
 {
-    ReadingState state;
-    ScenePtr scene(nullptr, deleteScene);
-    QString failure;
-    const std::unique_ptr<QThread> thread(QThread::create([&] {
-        try {
-            Assimp::Importer importer;
-            importer.SetProgressHandler(new ProgressReporter(state));
-            importer.SetPropertyInteger(AI_CONFIG_PP_SBP_REMOVE,
-                                        aiPrimitiveType_POINT | aiPrimitiveType_LINE);
-            importer.ReadFile(QFile::encodeName(file).constData(),
-                              aiProcess_Triangulate | aiProcess_ValidateDataStructure);
-            failure = failureOf(importer, file);
-            scene.reset(importer.GetOrphanedScene());
-        } catch (const std::exception &exception) {
-            failure = QString::fromUtf8(exception.what());
-        }
-    }));
+    const auto reading = std::make_shared<Reading>();
+    QThread *const thread = QThread::create([reading, file] { readFile(file, *reading); });
     thread->setStackSize(readerStackSize);
     thread->start();
-    while (!thread->wait(progressInterval)) {
-        if (progress && !progress(state.percent)) {
-            state.cancelled = true;
+    QElapsedTimer sinceCancelled;
+    while (!thread->wait(progressInterval)
+           && !(reading->cancelled && sinceCancelled.hasExpired(patience))) {
+        if (progress && !progress(reading->percent) && !reading->cancelled) {
+            reading->cancelled = true;
+            sinceCancelled.start();
         }
     }
-    if (state.cancelled) {
+    if (thread->isFinished()) {
+        delete thread;
+    } else {
+        // A reader that never comes back is left to itself.
+        QObject::connect(thread, &QThread::finished, thread, &QObject::deleteLater);
+    }
+    if (reading->cancelled) {
         throw ImportCancelled(translate("Reading was cancelled.").toStdString());
     }
-    if (!scene) {
-        fail(failure.isEmpty() ? translate("The file cannot be read.") : failure);
+    if (!reading->scene) {
+        fail(reading->failure.isEmpty() ? translate("The file cannot be read.") : reading->failure);
     }
-    return scene;
+    return std::move(reading->scene);
 }
 
 /// Files may hold any bytes where a name is expected; the scene's names are UTF-8.
@@ -363,6 +412,9 @@ mkScenegraph::Document importScene(const QString &file, const ImportProgress &pr
     }
     if (opened.size() == 0) {
         fail(translate("The file is empty."));
+    }
+    if (isCutPlyHeader(opened)) {
+        fail(damaged());
     }
     opened.close();
 

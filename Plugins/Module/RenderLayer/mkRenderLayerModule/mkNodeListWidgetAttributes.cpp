@@ -45,6 +45,14 @@ void mkNodeListWidget::mousePressEvent(QMouseEvent *event)
     }
 }
 
+void mkNodeListWidget::mouseMoveEvent(QMouseEvent *event)
+{
+    // The view did not see the press, and would select from the row of the last one.
+    if (!pressedOnButton) {
+        QTreeView::mouseMoveEvent(event);
+    }
+}
+
 void mkNodeListWidget::mouseReleaseEvent(QMouseEvent *event)
 {
     const QPoint point = event->pos();

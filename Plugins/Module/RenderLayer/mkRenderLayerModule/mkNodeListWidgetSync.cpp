@@ -298,6 +298,7 @@ void mkNodeListWidget::drawTree(bool keepSelection)
     ++firstColumnRevision;
 
     SelectionMemory memory = rememberSelection(keepSelection);
+    const int left = horizontalScrollBar()->value();
     const std::optional<OpenEdit> edit = suspendEdit();
     deleteRows();
     const osg::RenderLayersPtr content = showableContent();
@@ -310,6 +311,8 @@ void mkNodeListWidget::drawTree(bool keepSelection)
         const QSignalBlocker blocker(this);
         createRows(content);
         restoreSelection(memory);
+        // To bring the current row into view, Qt scrolls to its first column.
+        horizontalScrollBar()->setValue(left);
     }
     if (!selectionModel()->hasSelection() && currentItem()) {
         currentItem()->setSelected(true);
