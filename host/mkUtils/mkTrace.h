@@ -18,8 +18,8 @@
 /// the plug-in, or answer with nothing, which is how a plug-in is tried against a failing host.
 namespace mkTrace {
 
-/// Sees the name of each call. False makes the call do nothing and return an empty result; an
-/// exception leaves the call as it is thrown.
+/// Sees the name of each call. False makes a call that can answer with nothing do so, and nothing
+/// else; other calls go on. An exception leaves the call as it is thrown.
 using Interceptor = std::function<bool(const char *call)>;
 
 /// Installs `interceptor`; an empty one switches interception off.
