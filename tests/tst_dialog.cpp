@@ -156,6 +156,7 @@ void tst_Dialog::targets()
         }
         QCOMPARE(selection.join(' ') + " hits " + changed, selection.join(' ') + " hits " + hit);
         QCOMPARE(host.selected(), selectedAfter);
+        QVERIFY(mkController::isModified());
     };
     apply({ "A/c", "A/a" }, "101000", "A/a* A/c");
     apply({ "A", "B/a" }, "111100", "A*"); // what is hidden counts
@@ -192,6 +193,7 @@ void tst_Dialog::boxesStayAsTheyWereLeft()
 
 void tst_Dialog::hostCalls()
 {
+    host.attributes(0, "a")->setOverrideMaterial(host.material("red"));
     host.select({ "A/c", "A/a" });
     host.tree()->setColumnWidth(0, 1);
     const int narrow = host.tree()->columnWidth(0);
@@ -199,7 +201,7 @@ void tst_Dialog::hostCalls()
     const HostCalls calls;
     run("10000000000");
     QCOMPARE(host.tree()->columnWidth(0), narrow);
-    QCOMPARE(announced.lines, QStringList("10000000000 Empty all"));
+    QCOMPARE(announced.lines, QStringList("10000000000 red all"));
     QString made = calls
                        .lines({ "mkScenegraph::getRenderLayer", "mkRenderLayer::getAttributes",
                                 "mkRenderLayer::setAttributes", "mkRenderLayer::isEmpty" })

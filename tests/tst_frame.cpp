@@ -4,6 +4,7 @@
 
 #include <QCheckBox>
 #include <QDialog>
+#include <QDockWidget>
 #include <QItemDelegate>
 #include <QLineEdit>
 #include <QMainWindow>
@@ -301,13 +302,18 @@ void tst_Frame::translations()
     for (int column = 0; column < 13; ++column) {
         QVERIFY(host.tree()->headerItem()->text(column).startsWith("mkNodeListWidget:"));
     }
-    for (const QAction *action : host.openMenu("A")->actions()) {
-        const bool ofModule = !action->statusTip().isEmpty() && action->text() != "Select Nodes";
-        QVERIFY(action->isSeparator() || action->text().startsWith("mkNodeListWidget:")
-                || (ofModule && action->text().startsWith("mkRenderLayerModule:")
-                    && action->statusTip().startsWith("mkRenderLayerModule:")));
+    for (const QAction *action : host.openMenu("A")->actions().mid(0, 15)) {
+        const QString tip = action->statusTip();
+        QVERIFY(action->isSeparator() || action->text().startsWith("mkNodeListWidget:"));
+        QVERIFY(tip.isEmpty() || tip.startsWith("mkNodeListWidget:Select nodes of layer '"));
     }
     host.closeMenu();
+    for (const QAction *action : host.panel()->findChild<QToolBar *>()->actions()) {
+        QVERIFY(action->text().startsWith("mkRenderLayerModule:")
+                && action->statusTip().startsWith("mkRenderLayerModule:"));
+    }
+    const auto *const dock = qobject_cast<QDockWidget *>(host.panel()->parentWidget());
+    QCOMPARE(dock->toggleViewAction()->toolTip(), QStringLiteral("mkRenderLayerModule:Layers"));
     QTreeWidgetItem *const row = host.row("A/a");
     QCOMPARE(row->text(1) + ' ' + row->text(11) + ' ' + row->text(12),
              QStringLiteral("RenderLayer:On RenderLayer:Off mkNodeItem:Empty"));

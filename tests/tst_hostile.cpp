@@ -179,6 +179,7 @@ private Q_SLOTS:
     void eachCallOfEachCommand_data();
     void eachCallOfEachCommand();
     void messageWhileNameIsTyped();
+    void messageRightAfterEditorOpened();
     void whileDialogsAreOpen();
     void commandWithinACommand();
     void messageWhileLayersAreDeleted();
@@ -396,6 +397,20 @@ void tst_Hostile::whileDialogsAreOpen()
             check(all[i], [](HostFixture &with) { delete with.panel()->parentWidget(); });
         }
     }
+}
+
+/// The whole name is still selected, and so replaced by what is typed.
+void tst_Hostile::messageRightAfterEditorOpened()
+{
+    init();
+    host->select({ "A" });
+    host->key(Qt::Key_F2);
+    host->rebuild();
+    host->settle();
+    QTest::keyClicks(host->editor(), "new");
+    QTest::keyClick(host->editor(), Qt::Key_Return);
+    host->settle();
+    QCOMPARE(host->rows(), QStringLiteral("new[a b] B[c group] C[d]"));
 }
 
 /// A host call of activating A, B/c and C, or of the rebuild before it, does something to the

@@ -69,10 +69,11 @@ void tst_Module::init()
 {
     const HostCalls calls;
     host = std::make_unique<HostFixture>();
-    constructionCalls = calls.lines(
-        { "mkController::getMainWindow", "mkController::getDock",
-          "mkShortcut::addKey(\"Render Layer\", \"Delete\"", "QMKDockWindowManager::add",
-          "QMKToolBar::appendAction(\"Create Layer\"", "mkController::addCB" });
+    constructionCalls = calls.lines({ "mkController::getMainWindow", "mkController::getDock",
+                                      "mkShortcut::addKey(\"Render Layer\", \"Delete\"",
+                                      "QMKDockWindowManager::add",
+                                      "QMKToolBar::appendAction(\"Create Layer\"",
+                                      "mkController::addCB", "mkIconManager::get" });
     host->addLayer("A", { "a", "b" });
     host->addLayer("B", { "c" });
     host->attributes(0, "a")->setOverrideMaterial(host->material("red"));
@@ -108,10 +109,18 @@ void tst_Module::entryPoints()
 void tst_Module::construction()
 {
     const QStringList expected{ "mkController::getMainWindow()",
+                                "mkIconManager::get(\"General/DeleteOffNormal.svg\")",
                                 "mkShortcut::addKey(\"Render Layer\", \"Delete\", \"Delete\")",
                                 "mkController::getDockWindowManager()",
+                                "mkIconManager::getIcon(\"ModuleRenderLayer\", \"\")",
                                 "QMKDockWindowManager::add(\"Render Layer\", \"Rendering\", "
                                 "\"Toolclip_Layers\", \"Layers\", 0, true)",
+                                "mkIconManager::getIcon(\"CreateNew\", \"\")",
+                                "mkIconManager::getIcon(\"Duplicate\", \"\")",
+                                "mkIconManager::getIcon(\"SelectNode\", \"\")",
+                                "mkIconManager::getIcon(\"Delete\", \"\")",
+                                "mkIconManager::getIcon(\"Reset\", \"\")",
+                                "mkIconManager::getIcon(\"Activate\", \"\")",
                                 "QMKToolBar::appendAction(\"Create Layer\")",
                                 "mkController::addCB(\"materialRenamed\")",
                                 "mkController::addCB(\"mkRenderLayerModuleUpdateLayers\")",
@@ -120,6 +129,7 @@ void tst_Module::construction()
     QMainWindow *const panel = host->panel();
     QCOMPARE(module()->getWidget(), panel);
     QCOMPARE(module()->getFlags(), quint64(0x8010));
+    QCOMPARE(module()->getName() + ' ' + module()->getGroup(), "Render Layer Rendering");
     QCOMPARE(panel->windowTitle(), "Render Layer");
     QCOMPARE(host->tree()->parentWidget(), panel->centralWidget());
     QCOMPARE(host->tree()->minimumSize(), QSize(0, 120));
@@ -156,6 +166,15 @@ void tst_Module::namedMessages()
     send("mkTransform::changedTransformation", "", "");
     send("sceneLoaded", "crimson", "");
 
+    {
+        // Without a store it is not even a failure.
+        const LogLines log;
+        mkTrace::setInterceptor(
+            [](const char *call) { return qstrcmp(call, "mkScenegraph::getRenderLayer") != 0; });
+        HostFixture::send("materialRenamed", host->material("red"));
+        mkTrace::setInterceptor({});
+        QCOMPARE(log.lines, QStringList());
+    }
     mkMessage message("materialRenamed");
     message.set("material", 5);
     const HostCalls calls;

@@ -59,6 +59,13 @@ void tst_QuickActions::toolBar()
     QCOMPARE(bar()->contextMenuPolicy(), Qt::ActionsContextMenu);
     QCOMPARE(bar()->windowTitle(), "QuickActions");
 
+    host.select({ "B" });
+    const HostCalls calls;
+    host.clickTool("Create Layer");
+    host.clickTool("Duplicate Layer");
+    QCOMPARE(calls.commands(),
+             "addLayer(Layer) rebuild setModified(1) copyLayer(1, B1) rebuild setModified(1)");
+
     // The menu ends with two of them.
     const QList<QAction *> entries = host.tree()->findChild<QMenu *>()->actions();
     const QList<QAction *> buttons = bar()->actions();

@@ -138,6 +138,10 @@ void tst_Scripting::startUp()
     QCOMPARE(startUpCalls.value(imported + 1),
              "mkScript::run(\"from mkRenderLayerModule import *\")");
     QVERIFY(startUpCalls.value(imported + 2).startsWith("mkController::addCB("));
+    // A stage that this version of the plug-in does not know.
+    const HostCalls calls;
+    mkPythonRegisterFactory::run(mkPythonRegisterFactory::Level(2));
+    QCOMPARE(calls.lines(), QStringList());
     expect({ { "[n for n in vars(mkRenderLayerModule) if n[0] != '_']",
                "['createRenderLayer', 'addNodesToRenderLayer', 'activateRenderLayer', "
                "'resetRenderLayers', 'setNodeVisibilityFlags', 'resetNodeVisibilityFlags', "
@@ -325,8 +329,10 @@ void tst_Scripting::flagsGoDown()
         QCOMPARE(announced.lines.value(0), "11111111111 red all");
     }
     QVERIFY(mkNodeUtils::getRenderAttributes(host->node("group")) == attachment);
+    HostCalls::clear();
     expect({ { "resetNodeVisibilityFlags(node=mkHost.findNode('g1'))", "None" },
              { "resetNodeVisibilityFlags(None)", "None" } });
+    QCOMPARE(calls.count("mkNodeUtils::reset"), 1);
     QCOMPARE(values({ "group", "g1", "g2", "a" }), "group 11111111111 red, g1 11111111110 Empty, "
                                                    "g2 11111111111 red, a none");
     expect({ { "resetRenderLayers()", "None" } });

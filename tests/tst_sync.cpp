@@ -1,5 +1,6 @@
 #include "HostFixture.h"
 
+#include "mkIconManager/mkIconManager.h"
 #include "mkKernel/mkController.h"
 #include "mkOpenSGUtils/mkNodeUtils.h"
 
@@ -75,7 +76,7 @@ void tst_Sync::showsTheStore()
     const QImage visible = icon();
     host.flag(host.attributes(1, "a"), 1) = false;
     host.store()->activateNode(1, host.node("a"));
-    QVERIFY(!visible.isNull() && icon() == visible);
+    QVERIFY(visible == mkIconManager::get("Node/Geometry.svg").toImage() && icon() == visible);
     QVERIFY(!mkController::isModified());
 
     host.select({ "A" });
@@ -199,6 +200,14 @@ void tst_Sync::newRowsFit()
         host.action("Duplicate Layer")->trigger();
     });
     check([&] { host.action("Add Selected Nodes")->trigger(); });
+    check([&] {
+        // The column was fitted to the old name before.
+        host.row("A")->setExpanded(false);
+        host.row("A")->setExpanded(true);
+        host.tree()->setColumnWidth(0, 1);
+        host.key(Qt::Key_F2);
+        host.type(name);
+    });
     check([&] { host.drop(host.cell("B", 1).center(), host.nodeFormat, QByteArray(8, '\1')); });
 }
 
