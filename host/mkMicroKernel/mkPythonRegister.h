@@ -8,7 +8,7 @@
 class MK_HOST_API mkPythonRegisterFactory
 {
 public:
-    enum Level {
+    enum Level : int {
         BeforeInterpreter = 0, ///< built-in modules can still be entered
         AfterInterpreter = 1,  ///< the interpreter runs; modules can be imported
     };
