@@ -10,7 +10,7 @@
 void startNamedDrag(QAbstractItemView *view, Qt::DropActions actions)
 {
     const QModelIndexList rows = view->selectionModel()->selectedIndexes();
-    QMimeData *const data = view->model()->mimeData(rows);
+    QMimeData *const data = rows.isEmpty() ? nullptr : view->model()->mimeData(rows);
     if (!data) {
         return;
     }
