@@ -213,7 +213,6 @@ void tst_Reload::startsOnce()
             second = std::async(std::launch::async, library.initPlugin);
             atOnce = second.wait_for(std::chrono::milliseconds(20));
         }
-        return true;
     });
     library.initPlugin();
     mkTrace::setInterceptor({});
@@ -235,7 +234,9 @@ void tst_Reload::failedStart()
             const Library library(file);
             int calls = 0;
             mkTrace::setInterceptor([&](const char *) {
-                return calls++ == failing ? throw std::runtime_error("hostile") : true;
+                if (calls++ == failing) {
+                    throw std::runtime_error("hostile");
+                }
             });
             const auto restore = qScopeGuard([] { mkTrace::setInterceptor({}); });
             try {

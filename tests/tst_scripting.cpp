@@ -307,7 +307,6 @@ void tst_Scripting::flagsGoDown()
         if (!qstrcmp(call, "FieldContainer::changed")) {
             attached += bool(mkNodeUtils::getRenderAttributes(host->node("group")));
         }
-        return true;
     });
     py("setNodeVisibilityFlags(group, *[False] * 8)");
     mkTrace::setInterceptor({});
@@ -543,11 +542,10 @@ void tst_Scripting::exceptions()
     const auto off = qScopeGuard([] { mkTrace::setInterceptor({}); });
     const auto failsAt = [](const char *hostCall, const char *statement) {
         bool failed = false;
-        mkTrace::setInterceptor([&failed, hostCall](const char *call) -> bool {
+        mkTrace::setInterceptor([&failed, hostCall](const char *call) {
             if (!qstrcmp(call, hostCall) && !std::exchange(failed, true)) {
                 throw std::runtime_error("the host is out of order");
             }
-            return true;
         });
         const QString printed = errorsOf([statement] { QVERIFY(!mkScript::run(statement)); });
         mkTrace::setInterceptor({});

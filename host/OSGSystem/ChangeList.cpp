@@ -12,9 +12,8 @@ thread_local ChangeList *currentList = nullptr;
 
 void ChangeList::addChanged(const FieldContainerPtr &container, BitVector which)
 {
-    if (mkTrace::call("ChangeList::addChanged", container, which)) {
-        entries.emplace_back(container, which);
-    }
+    mkTrace::call("ChangeList::addChanged", container, which);
+    entries.emplace_back(container, which);
 }
 
 ChangeList *WinThreadBase::getCurrentChangeList()

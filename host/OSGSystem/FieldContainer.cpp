@@ -100,9 +100,7 @@ std::string FieldContainer::describe() const
 void FieldContainer::changed(BitVector which, ChangeOrigin origin)
 {
     const FieldContainerPtr self(this);
-    if (!mkTrace::call("FieldContainer::changed", self, which, origin)) {
-        return;
-    }
+    mkTrace::call("FieldContainer::changed", self, which, origin);
     // A copy: observers may come and go while they are told.
     const auto current = observers();
     for (ChangeObserver *observer : current) {

@@ -47,15 +47,14 @@ QPixmap render(const std::string &name, int size)
 
 const QPixmap get(const char *name)
 {
-    return mkTrace::call("mkIconManager::get", name) ? render(name, rowIconSize) : QPixmap();
+    mkTrace::call("mkIconManager::get", name);
+    return render(name, rowIconSize);
 }
 
 QIcon getIcon(const std::string &name, const std::string &overlay)
 {
+    mkTrace::call("mkIconManager::getIcon", name, overlay);
     QIcon icon;
-    if (!mkTrace::call("mkIconManager::getIcon", name, overlay)) {
-        return icon;
-    }
     for (const int size : { 16, 24, 32, 48, 64 }) {
         QPixmap pixmap = render(name, size);
         if (!overlay.empty()) {

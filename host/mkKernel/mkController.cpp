@@ -108,9 +108,7 @@ void mkController::forEachModule(const char *hook, const std::function<bool(mkMo
 
 void mkController::setModified(int newModified)
 {
-    if (!mkTrace::call("mkController::setModified", newModified)) {
-        return;
-    }
+    mkTrace::call("mkController::setModified", newModified);
     const bool modified = newModified != 0;
     if (the()->modified != modified) {
         the()->modified = modified;
@@ -125,9 +123,7 @@ bool mkController::isModified()
 
 void mkController::updateRender(bool immediately)
 {
-    if (!mkTrace::call("mkController::updateRender", immediately)) {
-        return;
-    }
+    mkTrace::call("mkController::updateRender", immediately);
     if (immediately) {
         the()->render();
     } else if (!the()->renderRequested) {

@@ -48,7 +48,8 @@ mkScenegraph *mkScenegraph::the()
 
 mkRenderLayer *mkScenegraph::getRenderLayer()
 {
-    return mkTrace::call("mkScenegraph::getRenderLayer") ? the()->store.get() : nullptr;
+    mkTrace::call("mkScenegraph::getRenderLayer");
+    return the()->store.get();
 }
 
 osg::NodePtr mkScenegraph::getRoot()
@@ -58,14 +59,13 @@ osg::NodePtr mkScenegraph::getRoot()
 
 mkNodePtr mkScenegraph::getRootNode()
 {
-    return mkTrace::call("mkScenegraph::getRootNode") ? mkNodePtr(the()->root) : mkNodePtr();
+    mkTrace::call("mkScenegraph::getRootNode");
+    return mkNodePtr(the()->root);
 }
 
 std::vector<mkNodePtr> mkScenegraph::getSelectedRootNodes()
 {
-    if (!mkTrace::call("mkScenegraph::getSelectedRootNodes")) {
-        return {};
-    }
+    mkTrace::call("mkScenegraph::getSelectedRootNodes");
     const std::vector<mkNodePtr> selected = mkSelectionManager::getSelectedNodes();
     std::unordered_set<std::uint32_t> ids;
     for (const mkNodePtr &node : selected) {
@@ -99,9 +99,8 @@ const QPixmap mkScenegraph::getNodeIcon(osg::FieldContainerPtr core, const osg::
 
 void mkScenegraph::scrollToNodes(const std::vector<mkNodePtr> &nodes)
 {
-    if (mkTrace::call("mkScenegraph::scrollToNodes", nodes)) {
-        Q_EMIT the()->scrollRequested(nodes);
-    }
+    mkTrace::call("mkScenegraph::scrollToNodes", nodes);
+    Q_EMIT the()->scrollRequested(nodes);
 }
 
 void mkScenegraph::newScene(const std::string &rootName)
@@ -115,16 +114,13 @@ void mkScenegraph::newScene(const std::string &rootName)
 
 void mkScenegraph::setScene(Document document)
 {
-    if (!document.root) {
-        throw std::invalid_argument("A scene needs a root.");
-    }
     mkSelectionManager::clear();
     mkUndo::clear();
     mkMaterials::clear();
     mkMaterials::addMaterials(document.materials);
     the()->root = document.root;
     the()->file = document.file;
-    the()->store = std::make_unique<mkRenderLayer>(document.root);
+    the()->store = document.root ? std::make_unique<mkRenderLayer>(document.root) : nullptr;
     finishReading(std::move(document), "sceneLoaded", mkMessage::SceneLoaded);
     mkController::setModified(0);
 }

@@ -15,7 +15,7 @@
 #include <vector>
 
 /// The open document's scene: its root, its render-layer store, and the services of the scene
-/// view. There is always a scene once newScene() or setScene() was called.
+/// view. There is none before newScene() or setScene() was called.
 class MK_HOST_API mkScenegraph : public QObject
 {
     Q_OBJECT
@@ -53,7 +53,8 @@ public:
     /// Replaces the scene by an empty one with a root of this name.
     static void newScene(const std::string &rootName);
     /// Replaces the scene. The selection and the undo steps go, the new scene has a store of its
-    /// own, modules receive mkMessage::SceneLoaded, and the document is unmodified.
+    /// own, modules receive mkMessage::SceneLoaded, and the document is unmodified. A document
+    /// without a root leaves no scene.
     static void setScene(Document document);
     /// The host knows no file formats; the application brings the reader.
     static void setReader(Reader reader);

@@ -48,16 +48,14 @@ mkSelectionManager *mkSelectionManager::the()
 
 void mkSelectionManager::selectNode(const osg::NodePtr &node)
 {
-    if (mkTrace::call("mkSelectionManager::selectNode", node)) {
-        select({ node });
-    }
+    mkTrace::call("mkSelectionManager::selectNode", node);
+    select({ node });
 }
 
 void mkSelectionManager::selectNodes(const std::vector<mkNodePtr> &nodes)
 {
-    if (mkTrace::call("mkSelectionManager::selectNodes", nodes)) {
-        select(nodes);
-    }
+    mkTrace::call("mkSelectionManager::selectNodes", nodes);
+    select(nodes);
 }
 
 void mkSelectionManager::select(const std::vector<mkNodePtr> &nodes)

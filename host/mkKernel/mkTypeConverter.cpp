@@ -5,8 +5,8 @@
 
 osg::MaterialPtr mkTypeConverter::convertMaterial(const mkdMaterial &material)
 {
-    if (!mkTrace::call("mkTypeConverter::convertMaterial", material.getName())
-        || material.getName().isEmpty()) {
+    mkTrace::call("mkTypeConverter::convertMaterial", material.getName());
+    if (material.getName().isEmpty()) {
         return osg::NullFC;
     }
     return mkMaterials::findMaterial(material.getName().toUtf8().constData()).get();

@@ -11,9 +11,7 @@ const BitVector RaytracingGeoAttachmentBase::OverrideMaterialFieldMask(1U << 11U
 
 RaytracingGeoAttachmentPtr RaytracingGeoAttachmentBase::create()
 {
-    if (!mkTrace::call("RaytracingGeoAttachment::create")) {
-        return NullFC;
-    }
+    mkTrace::call("RaytracingGeoAttachment::create");
     return RaytracingGeoAttachment::make();
 }
 
@@ -34,8 +32,9 @@ void RaytracingGeoAttachment::storeState(const std::string &name, std::uint32_t 
 
 bool RaytracingGeoAttachment::restoreState(const std::string &name)
 {
+    mkTrace::call("RaytracingGeoAttachment::restoreState", name);
     const auto found = states.find(name);
-    if (!mkTrace::call("RaytracingGeoAttachment::restoreState", name) || found == states.end()) {
+    if (found == states.end()) {
         return false;
     }
     values = found->second.values;

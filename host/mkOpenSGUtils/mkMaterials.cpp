@@ -21,7 +21,8 @@ std::vector<osg::MaterialPtr> &all()
 
 mkMaterialPtr findMaterial(const char *name)
 {
-    if (!mkTrace::call("mkMaterials::findMaterial", name) || !name) {
+    mkTrace::call("mkMaterials::findMaterial", name);
+    if (!name) {
         return {};
     }
     for (const osg::MaterialPtr &material : all()) {

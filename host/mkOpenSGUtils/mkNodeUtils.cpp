@@ -28,9 +28,7 @@ const char *getName(const osg::NodePtr &node)
 
 std::string getUniqueName(const std::string &name, const std::vector<std::string> &taken)
 {
-    if (!mkTrace::call("mkNodeUtils::getUniqueName", name)) {
-        return {};
-    }
+    mkTrace::call("mkNodeUtils::getUniqueName", name);
     // One pass marks which of the first taken.size() + 1 candidates are in use; candidate 0 is
     // the name itself. One of them is free.
     std::vector<bool> used(taken.size() + 2, false);
@@ -98,8 +96,8 @@ void applyRenderLayerAttributes(const osg::NodePtr &node,
                                 const RaytracingGeoAttachmentPtr &attributes,
                                 const std::function<bool(const osg::NodePtr &)> &skip)
 {
-    if (!mkTrace::call("mkNodeUtils::applyRenderLayerAttributes", node, attributes)
-        || !attributes) {
+    mkTrace::call("mkNodeUtils::applyRenderLayerAttributes", node, attributes);
+    if (!attributes) {
         return;
     }
     osg::traverse(node, [&](const osg::NodePtr &below) {
@@ -119,9 +117,7 @@ void applyRenderLayerAttributes(const osg::NodePtr &node,
 
 void resetRenderLayerAttributes(const osg::NodePtr &root)
 {
-    if (!mkTrace::call("mkNodeUtils::resetRenderLayerAttributes", root)) {
-        return;
-    }
+    mkTrace::call("mkNodeUtils::resetRenderLayerAttributes", root);
     osg::traverse(root, [](const osg::NodePtr &node) {
         if (const RaytracingGeoAttachmentPtr own = getRenderAttributes(node)) {
             own->reset();

@@ -28,27 +28,27 @@ bool mkRenderLayer::isEmpty() const
 
 RenderLayersPtr mkRenderLayer::getAttachment() const
 {
-    return mkTrace::call("mkRenderLayer::getAttachment") ? content : RenderLayersPtr();
+    mkTrace::call("mkRenderLayer::getAttachment");
+    return content;
 }
 
 void mkRenderLayer::addLayer(const std::string &name)
 {
-    if (mkTrace::call("mkRenderLayer::addLayer", name)) {
-        content->addEntry(osg::RenderLayer::create(name));
-    }
+    mkTrace::call("mkRenderLayer::addLayer", name);
+    content->addEntry(osg::RenderLayer::create(name));
 }
 
 void mkRenderLayer::subLayer(const std::string &name)
 {
-    if (mkTrace::call("mkRenderLayer::subLayer", name)) {
-        content->subLayer(name);
-    }
+    mkTrace::call("mkRenderLayer::subLayer", name);
+    content->subLayer(name);
 }
 
 bool mkRenderLayer::copyLayer(unsigned index, const std::string &newName, RenderLayerPtr *newLayer)
 {
+    mkTrace::call("mkRenderLayer::copyLayer", index, newName);
     const RenderLayerPtr source = layer(index);
-    if (!mkTrace::call("mkRenderLayer::copyLayer", index, newName) || !source) {
+    if (!source) {
         return false;
     }
     const RenderLayerPtr copy = osg::RenderLayer::create(newName);
@@ -71,37 +71,32 @@ bool mkRenderLayer::copyLayer(unsigned index, const std::string &newName, Render
 
 void mkRenderLayer::setLayerName(unsigned index, const std::string &name)
 {
-    if (mkTrace::call("mkRenderLayer::setLayerName", index, name)) {
-        content->renameLayer(index, name);
-    }
+    mkTrace::call("mkRenderLayer::setLayerName", index, name);
+    content->renameLayer(index, name);
 }
 
 void mkRenderLayer::moveUpLayer(unsigned index)
 {
-    if (mkTrace::call("mkRenderLayer::moveUpLayer", index)) {
-        content->moveEntry(index, -1);
-    }
+    mkTrace::call("mkRenderLayer::moveUpLayer", index);
+    content->moveEntry(index, -1);
 }
 
 void mkRenderLayer::moveDownLayer(unsigned index)
 {
-    if (mkTrace::call("mkRenderLayer::moveDownLayer", index)) {
-        content->moveEntry(index, 1);
-    }
+    mkTrace::call("mkRenderLayer::moveDownLayer", index);
+    content->moveEntry(index, 1);
 }
 
 void mkRenderLayer::addNode(unsigned index, const osg::NodePtr &node)
 {
-    if (mkTrace::call("mkRenderLayer::addNode", index, node)) {
-        addNode(layer(index), node);
-    }
+    mkTrace::call("mkRenderLayer::addNode", index, node);
+    addNode(layer(index), node);
 }
 
 void mkRenderLayer::addNode(const std::string &layerName, const osg::NodePtr &node)
 {
-    if (mkTrace::call("mkRenderLayer::addNode", layerName, node)) {
-        addNode(content->findLayer(layerName), node);
-    }
+    mkTrace::call("mkRenderLayer::addNode", layerName, node);
+    addNode(content->findLayer(layerName), node);
 }
 
 void mkRenderLayer::addNode(const RenderLayerPtr &target, const osg::NodePtr &node)
@@ -113,32 +108,33 @@ void mkRenderLayer::addNode(const RenderLayerPtr &target, const osg::NodePtr &no
 
 void mkRenderLayer::subNode(unsigned index, const osg::NodePtr &node)
 {
-    const RenderLayerPtr target = layer(index);
-    if (mkTrace::call("mkRenderLayer::subNode", index, node) && target) {
+    mkTrace::call("mkRenderLayer::subNode", index, node);
+    if (const RenderLayerPtr target = layer(index)) {
         target->subNode(node);
     }
 }
 
 void mkRenderLayer::moveUpNode(unsigned index, const osg::NodePtr &node)
 {
-    const RenderLayerPtr target = layer(index);
-    if (mkTrace::call("mkRenderLayer::moveUpNode", index, node) && target) {
+    mkTrace::call("mkRenderLayer::moveUpNode", index, node);
+    if (const RenderLayerPtr target = layer(index)) {
         target->moveNode(node, -1);
     }
 }
 
 void mkRenderLayer::moveDownNode(unsigned index, const osg::NodePtr &node)
 {
-    const RenderLayerPtr target = layer(index);
-    if (mkTrace::call("mkRenderLayer::moveDownNode", index, node) && target) {
+    mkTrace::call("mkRenderLayer::moveDownNode", index, node);
+    if (const RenderLayerPtr target = layer(index)) {
         target->moveNode(node, 1);
     }
 }
 
 void mkRenderLayer::activateLayer(unsigned index)
 {
+    mkTrace::call("mkRenderLayer::activateLayer", index);
     const RenderLayerPtr target = layer(index);
-    if (!mkTrace::call("mkRenderLayer::activateLayer", index) || !target) {
+    if (!target) {
         return;
     }
     // A copy: observers of the scene may change the layer while it is applied.
@@ -150,8 +146,8 @@ void mkRenderLayer::activateLayer(unsigned index)
 
 void mkRenderLayer::activateNode(unsigned index, const osg::NodePtr &node)
 {
-    const RenderLayerPtr target = layer(index);
-    if (mkTrace::call("mkRenderLayer::activateNode", index, node) && target) {
+    mkTrace::call("mkRenderLayer::activateNode", index, node);
+    if (const RenderLayerPtr target = layer(index)) {
         activateNode(target, node);
     }
 }
@@ -169,34 +165,34 @@ void mkRenderLayer::activateNode(const RenderLayerPtr &target, const osg::NodePt
 RaytracingGeoAttachmentPtr mkRenderLayer::getAttributes(unsigned index,
                                                         const osg::NodePtr &node) const
 {
+    mkTrace::call("mkRenderLayer::getAttributes", index, node);
     const RenderLayerPtr target = layer(index);
-    if (!mkTrace::call("mkRenderLayer::getAttributes", index, node) || !target) {
-        return osg::NullFC;
-    }
-    return RaytracingGeoAttachmentPtr(target->findAttributes(node));
+    return target ? RaytracingGeoAttachmentPtr(target->findAttributes(node))
+                  : RaytracingGeoAttachmentPtr();
 }
 
 void mkRenderLayer::setAttributes(unsigned index, const osg::NodePtr &node,
                                   const RaytracingGeoAttachmentPtr &attributes)
 {
+    mkTrace::call("mkRenderLayer::setAttributes", index, node, attributes);
     const RenderLayerPtr target = layer(index);
-    if (mkTrace::call("mkRenderLayer::setAttributes", index, node, attributes) && target
-        && attributes) {
+    if (target && attributes) {
         target->replaceAttributes(node, attributes);
     }
 }
 
 void mkRenderLayer::setCollapseState(unsigned index, unsigned state)
 {
-    const RenderLayerPtr target = layer(index);
-    if (mkTrace::call("mkRenderLayer::setCollapseState", index, state) && target) {
+    mkTrace::call("mkRenderLayer::setCollapseState", index, state);
+    if (const RenderLayerPtr target = layer(index)) {
         target->setState(state);
     }
 }
 
 bool mkRenderLayer::cleanup(const osg::NodePtr &sceneRoot)
 {
-    if (!mkTrace::call("mkRenderLayer::cleanup", sceneRoot) || !sceneRoot) {
+    mkTrace::call("mkRenderLayer::cleanup", sceneRoot);
+    if (!sceneRoot) {
         return false;
     }
     std::unordered_set<std::uint32_t> present;
@@ -220,7 +216,8 @@ bool mkRenderLayer::cleanup(const osg::NodePtr &sceneRoot)
 
 bool mkRenderLayer::isMaterialInUse(const osg::MaterialPtr &material) const
 {
-    if (!mkTrace::call("mkRenderLayer::isMaterialInUse", material) || !material) {
+    mkTrace::call("mkRenderLayer::isMaterialInUse", material);
+    if (!material) {
         return false;
     }
     for (const osg::FieldContainerPtr &entry : content->getLayers()) {

@@ -31,12 +31,13 @@ bool isActive()
     return intercepting || hostCalls().isDebugEnabled();
 }
 
-bool announce(const char *call, const QStringList &arguments)
+void announce(const char *call, const QStringList &arguments)
 {
     qCDebug(hostCalls, "%s(%s)", call, qUtf8Printable(arguments.join(QStringLiteral(", "))));
     // A copy: the interceptor may replace itself while it runs.
-    const Interceptor current = interceptor();
-    return !current || current(call);
+    if (const Interceptor current = interceptor()) {
+        current(call);
+    }
 }
 
 QString traceText(const std::string &text)

@@ -14,20 +14,19 @@
 /// category "mk.host" at debug level. It is off by default and then costs next to nothing. Silent
 /// is what views ask for row by row (names, icons of nodes, look-ups by id) and access to fields.
 ///
-/// An interceptor sees each call before it is carried out and can make it throw, call back into
-/// the plug-in, or answer with nothing, which is how a plug-in is tried against a failing host.
+/// An interceptor sees each call before it is carried out and can make it throw, or call back into
+/// the plug-in, which is how a plug-in is tried against a failing host.
 namespace mkTrace {
 
-/// Sees the name of each call. False makes a call that can answer with nothing do so, and nothing
-/// else; other calls go on. An exception leaves the call as it is thrown.
-using Interceptor = std::function<bool(const char *call)>;
+/// Sees the name of each call. An exception leaves the call as it is thrown.
+using Interceptor = std::function<void(const char *call)>;
 
 /// Installs `interceptor`; an empty one switches interception off.
 MK_HOST_API void setInterceptor(Interceptor interceptor);
 
 /// True while somebody listens, by the logging category or by an interceptor.
 MK_HOST_API bool isActive();
-MK_HOST_API bool announce(const char *call, const QStringList &arguments);
+MK_HOST_API void announce(const char *call, const QStringList &arguments);
 
 MK_HOST_API QString traceText(const std::string &text);
 MK_HOST_API QString traceText(const char *text);
@@ -50,14 +49,13 @@ inline QString traceText(unsigned value)
     return QString::number(value);
 }
 
-/// Announces a call; returns false when the call is to answer with nothing.
+/// Announces a call.
 template <typename... Arguments>
-bool call(const char *name, const Arguments &...arguments)
+void call(const char *name, const Arguments &...arguments)
 {
-    if (Q_LIKELY(!isActive())) {
-        return true;
+    if (Q_UNLIKELY(isActive())) {
+        announce(name, QStringList{ traceText(arguments)... });
     }
-    return announce(name, QStringList{ traceText(arguments)... });
 }
 
 } // namespace mkTrace
