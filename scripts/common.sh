@@ -48,21 +48,22 @@ install_packages() {
         apt-get install --yes --no-install-recommends "${missing[@]}"
 }
 
-# build_preset PRESET [TARGET...]: configures and builds, all targets when none is named.
-build_preset() {
-    local preset=$1
-    shift
+# configure_preset PRESET [CMAKE-ARGUMENTS]
+configure_preset() {
     local launcher=""
     if command -v ccache >/dev/null; then
         launcher=ccache
     fi
+    (cd "$root_dir" && cmake --preset "$1" -DCMAKE_CXX_COMPILER_LAUNCHER="$launcher" "${@:2}")
+}
+
+# build_preset PRESET [TARGET...]: configures with the tests and builds, all targets when none is
+# named.
+build_preset() {
     local targets=()
-    if (($# > 0)); then
-        targets=(--target "$@")
+    if (($# > 1)); then
+        targets=(--target "${@:2}")
     fi
-    (
-        cd "$root_dir"
-        cmake --preset "$preset" -DCMAKE_CXX_COMPILER_LAUNCHER="$launcher"
-        cmake --build --preset "$preset" "${targets[@]}"
-    )
+    configure_preset "$1" -DBUILD_TESTING=ON
+    (cd "$root_dir" && cmake --build --preset "$1" "${targets[@]}")
 }

@@ -16,7 +16,8 @@ QString translate(const char *text)
 
 QString defaultPluginDirectory()
 {
-    return QDir::cleanPath(QCoreApplication::applicationDirPath() + QLatin1String("/../plugins"));
+    return QDir::cleanPath(QCoreApplication::applicationDirPath()
+                           + QLatin1String("/" WORKBENCH_PLUGINS));
 }
 
 } // namespace
