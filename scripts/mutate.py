@@ -1,98 +1,161 @@
-"""The work of scripts/mutate, which see. Arguments: the tree's root, and a word or ""."""
+"""The work of scripts/mutate, which see.
 
+tests/mutations/NAME.txt lists faults of the plug-in's NAME.cpp, with empty lines between them: the
+part of a line as it is ("- ", found exactly once), and as the fault makes it ("+ ").
+"""
+
+import argparse
 import os
 import shutil
 import subprocess
 import sys
+from collections import namedtuple
 from pathlib import Path
 
+ROOT = Path(__file__).resolve().parent.parent
 PLUGIN = Path("Plugins/Module/RenderLayer/mkRenderLayerModule")
 PRESET = "release"
 SECONDS_A_TEST = "60"
 
 
-def read_mutations(text):
-    """Yields (file, old, new) for each block of the list."""
-    for block in text.split("\n\n"):
-        lines = [line for line in block.splitlines() if line and not line.startswith("#")]
-        if lines:
-            file, old, new = lines
-            yield file, old[1:].strip(), new[1:].strip()
+class Mutation(namedtuple("Mutation", "file old new")):
+    def __str__(self):
+        return f"{self.file}: {self.old}  ->  {self.new or 'nothing'}"
 
 
-def copy_tree(root, copy):
-    """Copies the tracked files that differ, so that only what changed is built again."""
+def read_mutations(word):
+    for path in sorted((ROOT / "tests" / "mutations").glob("*.txt")):
+        for block in path.read_text().strip().split("\n\n"):
+            old, new = block.splitlines()
+            mutation = Mutation(path.stem + ".cpp", old[1:].strip(), new[1:].strip())
+            if word in str(mutation):
+                yield mutation
+
+
+def reason_not_to_apply(mutation, before):
+    path = ROOT / PLUGIN / mutation.file
+    if mutation in before:
+        return "is listed twice"
+    if not path.exists():
+        return "has no such file"
+    count = path.read_text().count(mutation.old)
+    return "" if count == 1 else f"stands there {count} times"
+
+
+def applicable(word):
+    """The mutations that apply, and how many do not, which it prints."""
+    good, stale = [], 0
+    for mutation in read_mutations(word):
+        reason = reason_not_to_apply(mutation, good)
+        if reason:
+            print(f"{reason}: {mutation}", flush=True)
+            stale += 1
+        else:
+            good.append(mutation)
+    return good, stale
+
+
+def copy_tree(copy):
+    """Copies the files that differ, so that only what changed is built again, and deletes what is
+    gone."""
     listed = subprocess.run(
-        ["git", "-c", f"safe.directory={root}", "ls-files", "-z", "--cached", "--others",
+        ["git", "-c", f"safe.directory={ROOT}", "ls-files", "-z", "--cached", "--others",
          "--exclude-standard"],
-        cwd=root, check=True, stdout=subprocess.PIPE, text=True,
+        cwd=ROOT, check=True, stdout=subprocess.PIPE, text=True,
     ).stdout
-    for name in filter(None, listed.split("\0")):
-        source, target = root / name, copy / name
-        if not source.is_file():
-            continue
-        if target.exists() and target.read_bytes() == source.read_bytes():
-            continue
-        target.parent.mkdir(parents=True, exist_ok=True)
-        shutil.copy(source, target)
+    names = {name for name in listed.split("\0") if name and (ROOT / name).is_file()}
+    for name in names:
+        source, target = ROOT / name, copy / name
+        if not target.exists() or target.read_bytes() != source.read_bytes():
+            target.parent.mkdir(parents=True, exist_ok=True)
+            shutil.copy(source, target)
+    for path in copy.rglob("*"):
+        name = path.relative_to(copy)
+        if path.is_file() and name.parts[0] not in ("build", "verdicts") and str(name) not in names:
+            path.unlink()
 
 
-def run(copy, *command):
-    return subprocess.run(command, cwd=copy, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
-                          text=True, check=False)
+class Copy:
+    """The tree with the fault, and its tests, the likeliest to find the next one first."""
 
+    def __init__(self, directory):
+        self.directory = directory
+        directory.mkdir(parents=True, exist_ok=True)
+        copy_tree(directory)
+        launcher = "ccache" if shutil.which("ccache") else ""
+        for step in (self.run("cmake", "--preset", PRESET,
+                              f"-DCMAKE_CXX_COMPILER_LAUNCHER={launcher}"), self.build()):
+            if step.returncode != 0:
+                sys.exit(step.stdout)
+        listed = self.run("ctest", "--preset", PRESET, "-N").stdout
+        self.tests = [line.split(": ")[1].strip() for line in listed.splitlines()
+                      if line.lstrip().startswith("Test ") and "#" in line]
 
-def build(copy, *targets):
-    return run(copy, "cmake", "--build", "--preset", PRESET, *targets)
+    def run(self, *command):
+        return subprocess.run(command, cwd=self.directory, stdout=subprocess.PIPE,
+                              stderr=subprocess.STDOUT, text=True, check=False)
 
+    def build(self, *targets):
+        return self.run("cmake", "--build", "--preset", PRESET, *targets)
 
-def first_failure(copy):
-    """The test that fails, or "" when all pass. Those of the program in a window are left out: they
-    take as long as all others, and are not about the plug-in's details."""
-    tests = run(copy, "ctest", "--preset", PRESET, "-E", "tst_program", "--stop-on-failure",
-                "--timeout", SECONDS_A_TEST)
-    if tests.returncode == 0:
+    def build_plugin(self):
+        return self.build("--target", "mkRenderLayerModule").returncode == 0
+
+    def first_failure(self):
+        for test in self.tests:
+            if self.run("ctest", "--preset", PRESET, "--timeout", SECONDS_A_TEST,
+                        "-R", f"^{test}$").returncode != 0:
+                self.tests.remove(test)
+                self.tests.insert(0, test)
+                return test
         return ""
-    failed = [line.split()[3] for line in tests.stdout.splitlines() if "***" in line]
-    return failed[0] if failed else "?"
+
+    def verdict(self, mutation):
+        path = self.directory / PLUGIN / mutation.file
+        original = path.read_text()
+        path.write_text(original.replace(mutation.old, mutation.new))
+        try:
+            if not self.build_plugin():
+                return "DOES NOT COMPILE"
+            failure = self.first_failure()
+            return f"found by {failure}" if failure else "MISSED"
+        finally:
+            path.write_text(original)
 
 
 def main():
-    root, word = Path(sys.argv[1]), sys.argv[2]
-    copy = root / "build" / "mutate"
-    copy_tree(root, copy)
-    launcher = "ccache" if shutil.which("ccache") else ""
-    for step in (run(copy, "cmake", "--preset", PRESET,
-                     f"-DCMAKE_CXX_COMPILER_LAUNCHER={launcher}"), build(copy)):
-        if step.returncode != 0:
-            sys.exit(step.stdout)
-    failure = first_failure(copy)
+    parser = argparse.ArgumentParser(prog="scripts/mutate")
+    parser.add_argument("--check", action="store_true")
+    parser.add_argument("--resume", action="store_true")
+    parser.add_argument("--dir", type=Path, default=ROOT / "build" / "mutate")
+    parser.add_argument("word", nargs="?", default="")
+    arguments = parser.parse_args()
+
+    mutations, stale = applicable(arguments.word)
+    print(f"{len(mutations)} faults apply, {stale} do not", flush=True)
+    if arguments.check:
+        sys.exit(stale > 0)
+
+    copy = Copy(arguments.dir.resolve())
+    verdicts = copy.directory / "verdicts"
+    known = verdicts.read_text() if arguments.resume and verdicts.exists() else ""
+    verdicts.write_text(known)
+    failure = copy.first_failure()
     if failure:
         sys.exit(f"{failure} fails without any fault")
 
-    found = []
-    missed = []
-    for file, old, new in read_mutations((root / "tests" / "mutations.txt").read_text()):
-        title = f"{file}: {old}  ->  {new or 'nothing'}"
-        if word not in title:
+    for mutation in mutations:
+        if f": {mutation}\n" in known:
             continue
-        path = copy / PLUGIN / file
-        original = path.read_text()
-        if original.count(old) != 1:
-            verdict = "NOT FOUND ONCE"
-        else:
-            path.write_text(original.replace(old, new))
-            if build(copy, "--target", "mkRenderLayerModule").returncode:
-                verdict = "DOES NOT COMPILE"
-            else:
-                failure = first_failure(copy)
-                verdict = f"found by {failure}" if failure else "MISSED"
-            path.write_text(original)
-        (missed if verdict.isupper() else found).append(title)
-        print(f"{verdict}: {title}", flush=True)
-    build(copy, "--target", "mkRenderLayerModule")
-    print(f"{len(found)} of {len(found) + len(missed)} faults found")
-    sys.exit(bool(missed))
+        verdict = copy.verdict(mutation)
+        print(f"{verdict}: {mutation}", flush=True)
+        if verdict.startswith("found"):
+            with verdicts.open("a") as file:
+                file.write(f"{verdict}: {mutation}\n")
+    copy.build_plugin()
+    found = sum(f": {mutation}\n" in verdicts.read_text() for mutation in mutations)
+    print(f"{found} of {len(mutations)} faults found")
+    sys.exit(found < len(mutations) or stale > 0)
 
 
 if __name__ == "__main__":

@@ -7,7 +7,6 @@
 #include <QApplication>
 #include <QPlainTextEdit>
 #include <QRegularExpression>
-#include <QScrollBar>
 #include <QTest>
 #include <QTextBlock>
 #include <QTimer>
@@ -86,7 +85,6 @@ void tst_PythonConsole::statements()
     };
     const QString traceback =
         "Traceback (most recent call last):\n  File \"<console>\", line 1, in <module>\n";
-    answers("6 * 7\n", ">>> 6 * 7\n42\n");
     answers("'ä漢'\n\n", ">>> 'ä漢'\n'ä漢'\n>>> \n");
     answers("print('\\udc80')\n", ">>> …\n\\udc80\n");
     answers("print(1, end='')\n2\n", ">>> …\n1\n>>> 2\n2\n");
@@ -95,35 +93,18 @@ void tst_PythonConsole::statements()
             ">>> for i in range(2):\n...     if 1:\n...         i\n0\n1\n");
     answers("(1 +\n2)\n", ">>> (1 +\n... 2)\n3\n");
     answers("1 / 0\n2\n", ">>> 1 / 0\n" + traceback + "ZeroDivisionError: …\n>>> 2\n2\n");
-    answers("mkHost.openScene('no.gltf')\n",
-            ">>> …\n" + traceback + "RuntimeError: no.gltf: There is no such file.\n");
     answers("x = = 1\n", ">>> x = = 1\n  File \"<console>\", line 1\n…\nSyntaxError: …\n");
     answers("input('who? ')\n", ">>> …\nwho? " + traceback + "…EOFError: The Python console …\n");
     answers("exit()\n4\n", ">>> …\nSystemExit(None): close the window …\n>>> 4\n4\n");
     answers("help()\n5\n", ">>> …\nhelp> …>>> 5\n5\n");
-    answers("1 is 1\n", ">>> 1 is 1\n<console>:1: SyntaxWarning: …\nTrue\n");
     // What would bring the program down.
     answers("import threading as t\nt.excepthook = lambda args: print(args.exc_value)\n"
             "for f in createRenderLayer, mkHost.logInfo:\nx = t.Thread(target=f, args='a')\n"
             "x.start(); x.join()\n\n",
             ">>> …\nRender layers are for the main thread only.\n"
             "The host is for the main thread only.\n");
-    answers("createRenderLayer('Paint')\nmkHost.getLayerNames()\n", ">>> …\n>>> …\n['Paint']\n");
     answers("activateRenderLayer('x')\n",
             ">>> …\nmkRenderLayerModule::activateRenderLayer: Couldn't find layer 'x'!\n");
-
-    // Errors stand out on light and on dark ground.
-    const auto lightness = [this](const QString &line) {
-        const QTextCursor cursor = transcript()->document()->find(line);
-        return cursor.charFormat().foreground().color().lightness();
-    };
-    type("1 / 0\n");
-    QVERIFY(lightness("Zero") > 0 && lightness("Zero") < 128);
-    QPalette dark = window->palette();
-    dark.setColor(QPalette::Base, Qt::black);
-    window->findChild<PythonConsole *>()->setPalette(dark);
-    type("nope\n");
-    QVERIFY(lightness("NameError") > 128);
 }
 
 void tst_PythonConsole::history()
@@ -140,54 +121,33 @@ void tst_PythonConsole::history()
         press(Qt::Key_Down);
     }
     QCOMPARE(typed(), "dra");
-
-    // Several statements at once, as pasted; and a line break that is no end.
-    input()->setPlainText("x = 1\nx + 1\nx + 2");
-    input()->moveCursor(QTextCursor::End);
-    press(Qt::Key_Return, Qt::ShiftModifier);
-    QCOMPARE(input()->blockCount(), 4);
-    press(Qt::Key_L, Qt::ControlModifier);
-    QCOMPARE(shown(), QString());
-    press(Qt::Key_Return);
-    QCOMPARE(shown(), ">>> x = 1\n... x + 1\n... x + 2\n2\n3");
-
-    // A block behind another statement; as much of it is seen as there is room for, from its start.
-    window->resize(900, 200);
-    host.settle();
-    type("y = 1");
-    press(Qt::Key_Return, Qt::ShiftModifier);
-    type("if y:\n");
-    const auto top = [this](QTextCursor::MoveOperation place) {
-        QTextCursor cursor(input()->document());
-        cursor.movePosition(place);
-        return input()->cursorRect(cursor).top();
-    };
-    QCOMPARE(input()->blockCount(), 3);
-    QVERIFY(top(QTextCursor::Start) >= 0);
-    QCOMPARE(input()->verticalScrollBar()->maximum(), 0);
-    for (int line = 0; line < 20; ++line) {
-        type(QString("y += %1\n").arg(line));
-    }
-    QVERIFY(top(QTextCursor::Start) < 0);
-    QVERIFY(top(QTextCursor::End) < input()->viewport()->height());
-    host.settle();
-    const int console = transcript()->parentWidget()->height();
-    QVERIFY(transcript()->height() + input()->height() <= console);
-    type("\ny\n");
-    QVERIFY(shown().endsWith("\n>>> y\n191"));
-
-    type("rest");
     press(Qt::Key_C, Qt::ControlModifier);
     QCOMPARE(typed(), QString());
+
+    // Several statements at once, as pasted; and a line break that is no end.
+    input()->setPlainText("x = 1\nx + 1");
+    input()->moveCursor(QTextCursor::End);
+    press(Qt::Key_Return, Qt::ShiftModifier);
+    QCOMPARE(input()->blockCount(), 3);
+    press(Qt::Key_L, Qt::ControlModifier);
+    press(Qt::Key_Return);
+    QCOMPARE(shown(), ">>> x = 1\n... x + 1\n2");
+    // As much of a long block is seen as there is room for, and the window stays as it is.
+    const int height = window->height();
+    type("if x:\n");
+    for (int line = 0; line < 20; ++line) {
+        type("x += 1\n");
+    }
+    QVERIFY(input()->cursorRect().bottom() <= input()->viewport()->height());
+    QCOMPARE(window->height(), height);
+    type("\nx\n");
+    QVERIFY(shown().endsWith("\n>>> x\n21"));
     QTest::keyClicks(transcript(), "7");
     QCOMPARE(typed(), "7");
 }
 
 void tst_PythonConsole::completion()
 {
-    type("createR\t");
-    QCOMPARE(typed(), "createRenderLayer(");
-    input()->clear();
     type("x = mkHost.getM\t");
     QCOMPARE(typed(), "x = mkHost.getMaterial");
     type("\t");
@@ -195,8 +155,8 @@ void tst_PythonConsole::completion()
     type("N\t");
     QCOMPARE(typed(), "x = mkHost.getMaterialNames(");
     input()->clear();
-    type("\tnothing.of.the.sort\t 1 + \t");
-    QCOMPARE(typed(), "    nothing.of.the.sort 1 + ");
+    type("\tnothing.of.the.sort\t 1 + \tcreateR\t");
+    QCOMPARE(typed(), "    nothing.of.the.sort 1 + createRenderLayer(");
     QCOMPARE(QApplication::focusWidget(), input());
 }
 
@@ -210,51 +170,57 @@ void tst_PythonConsole::printing()
     QVERIFY(shown().endsWith("\nthread"));
     type("for i in range(12000): print(i)\n\n");
     QVERIFY(shown().endsWith("\n11999") && transcript()->blockCount() <= 10000);
-    QCOMPARE(transcript()->verticalScrollBar()->value(),
-             transcript()->verticalScrollBar()->maximum());
     type("print('x' * 10**6)\n9\n");
     QVERIFY(shown().endsWith("xxx\n>>> 9\n9"));
     QVERIFY(transcript()->document()->findBlock(shown().indexOf("xxx")).length() <= 2001);
-
     // What a script keeps of the streams outlives the console.
     QVERIFY(mkScript::run("import sys\nkept = sys.stdout"));
     window.reset();
     QVERIFY(mkScript::run("assert sys.stdout is not kept\nprint('late', file=kept)"));
 }
 
+/// Does something once the statement that has been typed has printed "begun".
+class Meanwhile : public QTimer
+{
+public:
+    Meanwhile(const std::function<QString()> &shown, const std::function<void()> &action)
+    {
+        connect(this, &QTimer::timeout, [=] {
+            if (shown().contains("\nbegun")) {
+                stop();
+                action();
+            }
+        });
+        start(0);
+    }
+};
+
 void tst_PythonConsole::stopping()
 {
     auto *const stop = window->findChild<QToolButton *>("stop");
+    const auto text = [this] { return shown(); };
     for (const char *statement :
          { "while True: pass\n\n", "__import__('subprocess').run(['sleep', '60'])\n" }) {
         QVERIFY(!stop->isEnabled());
-        QString shownMeanwhile;
-        QTimer::singleShot(150, window.get(), [&] {
+        const Meanwhile interrupt(text, [&] {
             // A second statement waits in the input.
-            type("abs\n\t");
-            shownMeanwhile = shown();
-            if (*statement == 'w') {
-                QTest::mouseClick(stop, Qt::LeftButton);
-            } else {
-                press(Qt::Key_C, Qt::ControlModifier);
-            }
+            type("abs\n");
+            *statement == 'w' ? stop->click() : press(Qt::Key_C, Qt::ControlModifier);
         });
-        QElapsedTimer time;
-        time.start();
         type(QString("print('begun')\n") + statement);
-        QVERIFY(time.elapsed() < 10000);
-        QVERIFY(shownMeanwhile.contains("\nbegun\n"));
+        QVERIFY(!interrupt.isActive());
         press(Qt::Key_Return);
         QVERIFY(shown().endsWith("KeyboardInterrupt\n>>> abs\n<built-in function abs>"));
+        press(Qt::Key_L, Qt::ControlModifier);
     }
-    QVERIFY(!stop->isEnabled());
-
     // The statement ignores the first interrupt; the window waits for its end.
-    input()->setPlainText("try:\n    while True: pass\nexcept KeyboardInterrupt:\n    while True: "
-                          "pass");
-    QTimer::singleShot(150, this, [this] { QVERIFY(!window->close()); });
+    bool closed = true;
+    const Meanwhile close(text, [&] { closed = window->close(); });
+    input()->setPlainText("try:\n    print('begun')\n    while True: pass\n"
+                          "except KeyboardInterrupt:\n    while True: pass");
+    input()->moveCursor(QTextCursor::End);
     type("\n\n");
-    QVERIFY(window->isVisible());
+    QVERIFY(!closed && window->isVisible());
     QTRY_VERIFY(!window->isVisible());
 }
 
