@@ -1,6 +1,8 @@
 #include "SceneImporter.h"
 
+#include "OSGSystem/Camera.h"
 #include "OSGSystem/Geometry.h"
+#include "OSGSystem/Light.h"
 
 #include <assimp/Importer.hpp>
 #include <assimp/ProgressHandler.hpp>

@@ -121,6 +121,16 @@ protected:
     FieldContainer();
     virtual ~FieldContainer();
 
+    /// Gives a field a value and announces the change, if it is one.
+    template <typename Value>
+    void assign(Value &field, const Value &value, const BitVector &which)
+    {
+        if (field != value) {
+            field = value;
+            changed(which, ChangeOrigin::External);
+        }
+    }
+
 private:
     friend class FieldContainerPtr;
     void release();

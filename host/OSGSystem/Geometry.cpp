@@ -2,14 +2,9 @@
 
 namespace osg {
 
-const FieldContainerType Material::_type("Material", &AttachmentContainer::_type);
 const FieldContainerType DrawableBase::_type("DrawableBase", &NodeCore::_type);
+const BitVector DrawableBase::MaterialFieldMask(1U << 2U);
 const FieldContainerType Geometry::_type("Geometry", &DrawableBase::_type);
-
-Ptr<Material> Material::create()
-{
-    return Ptr<Material>(new Material);
-}
 
 Ptr<Geometry> Geometry::create()
 {

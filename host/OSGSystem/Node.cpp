@@ -7,34 +7,9 @@
 
 namespace osg {
 
-const FieldContainerType NodeCore::_type("NodeCore", &AttachmentContainer::_type);
-const FieldContainerType Group::_type("Group", &NodeCore::_type);
-const FieldContainerType Transform::_type("Transform", &NodeCore::_type);
-const FieldContainerType Light::_type("Light", &NodeCore::_type);
-const FieldContainerType Camera::_type("Camera", &NodeCore::_type);
 const FieldContainerType Node::_type("Node", &AttachmentContainer::_type);
 const BitVector Node::CoreFieldMask(1U << 2U);
 const BitVector Node::ChildrenFieldMask(1U << 3U);
-
-Ptr<Group> Group::create()
-{
-    return Ptr<Group>(new Group);
-}
-
-Ptr<Transform> Transform::create()
-{
-    return Ptr<Transform>(new Transform);
-}
-
-Ptr<Light> Light::create()
-{
-    return Ptr<Light>(new Light);
-}
-
-Ptr<Camera> Camera::create()
-{
-    return Ptr<Camera>(new Camera);
-}
 
 NodePtr Node::create()
 {

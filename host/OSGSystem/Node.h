@@ -1,61 +1,8 @@
 #pragma once
 
-#include "OSGSystem/Attachment.h"
-
-#include <array>
+#include "OSGSystem/NodeCore.h"
 
 namespace osg {
-
-/// What a node is: the thing that it adds to the scene. A node has one core.
-class MK_HOST_API NodeCore : public AttachmentContainer
-{
-public:
-    static const FieldContainerType _type;
-};
-using NodeCorePtr = Ptr<NodeCore>;
-
-/// A core without content of its own.
-class MK_HOST_API Group : public NodeCore
-{
-public:
-    static const FieldContainerType _type;
-    static Ptr<Group> create();
-    const FieldContainerType &getType() const override { return _type; }
-};
-
-/// A core that places what is below it.
-class MK_HOST_API Transform : public NodeCore
-{
-public:
-    /// Row-major.
-    using Matrix = std::array<float, 16>;
-
-    static const FieldContainerType _type;
-    static Ptr<Transform> create();
-    const FieldContainerType &getType() const override { return _type; }
-
-    const Matrix &getMatrix() const { return matrix; }
-    void setMatrix(const Matrix &newMatrix) { matrix = newMatrix; }
-
-private:
-    Matrix matrix{ 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1 };
-};
-
-class MK_HOST_API Light : public NodeCore
-{
-public:
-    static const FieldContainerType _type;
-    static Ptr<Light> create();
-    const FieldContainerType &getType() const override { return _type; }
-};
-
-class MK_HOST_API Camera : public NodeCore
-{
-public:
-    static const FieldContainerType _type;
-    static Ptr<Camera> create();
-    const FieldContainerType &getType() const override { return _type; }
-};
 
 class Node;
 using NodePtr = Ptr<Node>;

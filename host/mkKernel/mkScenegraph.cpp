@@ -1,6 +1,8 @@
 #include "mkKernel/mkScenegraph.h"
 
+#include "OSGSystem/Camera.h"
 #include "OSGSystem/Geometry.h"
+#include "OSGSystem/Light.h"
 #include "mkIconManager/mkIconManager.h"
 #include "mkKernel/mkController.h"
 #include "mkKernel/mkSelectionManager.h"

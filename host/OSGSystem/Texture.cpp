@@ -1,0 +1,23 @@
+#include "OSGSystem/Texture.h"
+
+namespace osg {
+
+const FieldContainerType Texture::_type("Texture", &AttachmentContainer::_type);
+const BitVector Texture::DataFieldMask(1U << 2U);
+const BitVector Texture::WrapFieldMask(1U << 3U);
+
+Ptr<Texture> Texture::create()
+{
+    return Ptr<Texture>(new Texture);
+}
+
+void Texture::setWrap(Wrap horizontal, Wrap vertical)
+{
+    if (horizontal != wrapU || vertical != wrapV) {
+        wrapU = horizontal;
+        wrapV = vertical;
+        changed(WrapFieldMask, ChangeOrigin::External);
+    }
+}
+
+} // namespace osg
