@@ -5,6 +5,7 @@
 set(MK_BIN_DIR ${CMAKE_INSTALL_BINDIR})
 set(MK_LIB_DIR ${CMAKE_INSTALL_LIBDIR})
 set(MK_PLUGIN_DIR ${MK_LIB_DIR}/mkHost/plugins)
+set(MK_DATA_DIR ${CMAKE_INSTALL_DATADIR}/mkHost)
 
 # What the compiler may complain of, and how the code is instrumented.
 add_library(mkWarnings INTERFACE)
@@ -42,8 +43,16 @@ if(MK_COVERAGE)
   target_link_options(mkWarnings INTERFACE --coverage)
 endif()
 
+# mk_relative(<variable> <from> <to>): the way from one directory of an installation to another.
+function(mk_relative variable from to)
+  file(RELATIVE_PATH way ${CMAKE_INSTALL_PREFIX}/${from} ${CMAKE_INSTALL_PREFIX}/${to})
+  string(REGEX REPLACE "/$" "" way ${way})
+  set(${variable} ${way} PARENT_SCOPE)
+endfunction()
+
 # mk_target(<target>): the properties of every library and program of ours.
 function(mk_target target)
+  mk_relative(libraries ${MK_BIN_DIR} ${MK_LIB_DIR})
   set_target_properties(
     ${target}
     PROPERTIES CXX_EXTENSIONS OFF
@@ -52,7 +61,8 @@ function(mk_target target)
                AUTOMOC ON
                AUTOUIC ON
                AUTORCC ON
-               BUILD_RPATH_USE_ORIGIN ON
+               BUILD_WITH_INSTALL_RPATH ON
+               INSTALL_RPATH $ORIGIN/${libraries}
                RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/${MK_BIN_DIR}
                LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/${MK_LIB_DIR})
   target_compile_features(${target} PRIVATE cxx_std_17)
@@ -60,11 +70,15 @@ function(mk_target target)
   target_link_libraries(${target} PRIVATE mkWarnings)
 endfunction()
 
-# mk_place_plugin(<target>): puts a plug-in where the workbench looks for it.
+# mk_place_plugin(<target>): puts a plug-in where the workbench looks for it, also when installed.
 add_custom_target(plugins)
 function(mk_place_plugin target)
+  mk_relative(libraries ${MK_PLUGIN_DIR} ${MK_LIB_DIR})
   set_target_properties(
-    ${target} PROPERTIES BUILD_RPATH_USE_ORIGIN ON LIBRARY_OUTPUT_DIRECTORY
-                                                   ${PROJECT_BINARY_DIR}/${MK_PLUGIN_DIR})
+    ${target}
+    PROPERTIES BUILD_WITH_INSTALL_RPATH ON
+               INSTALL_RPATH $ORIGIN/${libraries}
+               LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/${MK_PLUGIN_DIR})
   add_dependencies(plugins ${target})
+  install(TARGETS ${target} LIBRARY DESTINATION ${MK_PLUGIN_DIR} COMPONENT plugins)
 endfunction()

@@ -14,7 +14,7 @@ QString translate(const char *text)
     return QCoreApplication::translate("CommandLine", text);
 }
 
-QString defaultPluginDirectory()
+QString builtInPluginDirectory()
 {
     return QDir::cleanPath(QCoreApplication::applicationDirPath()
                            + QLatin1String("/" WORKBENCH_PLUGINS));
@@ -71,9 +71,10 @@ CommandLine CommandLine::parse(const QStringList &arguments)
                                                 "open and the scripts are done, then exit."),
                                       translate("file"));
     const QCommandLineOption plugins(QStringLiteral("plugins"),
-                                     translate("Load the plug-ins of this directory instead of "
-                                               "../plugins beside the program's."),
-                                     translate("directory"), defaultPluginDirectory());
+                                     translate("Load the plug-ins of this directory, too; may be "
+                                               "given several times. MK_PLUGIN_PATH lists more, "
+                                               "separated by colons."),
+                                     translate("directory"));
     parser.addOptions({ help, version, script, batch, snapshot, plugins });
     parser.addPositionalArgument(QStringLiteral("scene"), translate("Scene file to open."),
                                  QStringLiteral("[scene]"));
@@ -98,7 +99,10 @@ CommandLine CommandLine::parse(const QStringList &arguments)
     result.scene = scenes.value(0);
     result.scripts = parser.values(script);
     result.scriptArguments = separator < 0 ? QStringList() : arguments.mid(separator + 1);
-    result.plugins = parser.value(plugins);
+    result.plugins = parser.values(plugins)
+                     + qEnvironmentVariable("MK_PLUGIN_PATH")
+                           .split(QDir::listSeparator(), Qt::SkipEmptyParts)
+                     + QStringList(builtInPluginDirectory());
     result.snapshot = parser.value(snapshot);
     result.batch = parser.isSet(batch);
     return result;

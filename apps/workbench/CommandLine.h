@@ -20,7 +20,8 @@ struct CommandLine
     QString scene;
     QStringList scripts;
     QStringList scriptArguments;
-    QString plugins;
+    /// The directories to load plug-ins from, those that the user named first, so that they win.
+    QStringList plugins;
     QString snapshot;
     bool batch = false;
     bool done = false;

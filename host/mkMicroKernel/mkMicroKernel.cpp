@@ -4,11 +4,11 @@
 #include "mkMicroKernel/mkPluginLoader.h"
 #include "mkMicroKernel/mkPythonRegister.h"
 
-#include <QString>
-
-void mkMicroKernel::start(mkPluginLoader &loader, const QString &pluginDirectory)
+void mkMicroKernel::start(mkPluginLoader &loader, const QStringList &pluginDirectories)
 {
-    loader.loadAll(pluginDirectory);
+    for (const QString &directory : pluginDirectories) {
+        loader.loadAll(directory);
+    }
     mkPythonRegisterFactory::run(mkPythonRegisterFactory::BeforeInterpreter);
     mkScript::start();
     mkPythonRegisterFactory::run(mkPythonRegisterFactory::AfterInterpreter);

@@ -2,15 +2,16 @@
 
 #include "mkHostExport.h"
 
+#include <QStringList>
+
 class mkPluginLoader;
-class QString;
 
 /// The host's start-up.
 namespace mkMicroKernel {
 
-/// Starts the host with the plug-ins of `pluginDirectory`: loads the libraries, runs the
+/// Starts the host with the plug-ins of `pluginDirectories`: loads the libraries, runs the
 /// registered Python functions at level 0, starts the interpreter, runs them at level 1,
 /// initialises the plug-ins. The main window and the dock window manager must be there already.
-MK_HOST_API void start(mkPluginLoader &loader, const QString &pluginDirectory);
+MK_HOST_API void start(mkPluginLoader &loader, const QStringList &pluginDirectories);
 
 } // namespace mkMicroKernel

@@ -72,6 +72,18 @@ bool mkPluginLoader::load(const QString &file)
 {
     auto plugin = std::make_unique<Plugin>(file);
     const QByteArray name = plugin->name().toUtf8();
+    const auto isNamesake = [&plugin](const std::unique_ptr<Plugin> &other) {
+        return other->name() == plugin->name();
+    };
+    const auto loaded = std::find_if(plugins.begin(), plugins.end(), isNamesake);
+    if (loaded != plugins.end()) {
+        const QString first = (*loaded)->library.fileName();
+        if (QFileInfo(first) != QFileInfo(file)) {
+            mkLog::info("mkPluginLoader: '%s' is passed over for '%s'.", qUtf8Printable(file),
+                        qUtf8Printable(first));
+        }
+        return false;
+    }
     if (!plugin->library.load()) {
         mkLog::error("mkPluginLoader: Couldn't load '%s': %s", name.constData(),
                      qUtf8Printable(plugin->library.errorString()));

@@ -72,7 +72,7 @@ HostFixture::HostFixture(bool python)
     new QMKDockWindowManager(mainWindow.get());
     mkScenegraph::newScene("empty");
     if (python) {
-        mkMicroKernel::start(loader, QStringLiteral(MK_PLUGIN_DIR));
+        mkMicroKernel::start(loader, { QStringLiteral(MK_PLUGIN_DIR) });
     } else {
         loadPlugin();
     }
