@@ -146,7 +146,8 @@ void MainWindow::showEvent(QShowEvent *event)
         QTimer::singleShot(0, this, [this] {
             // Without a central widget all sides must be told their size.
             QDockWidget *const panel = docks->getDockWidgets().constLast();
-            resizeDocks({ sceneDock, panel }, { width() / 5, width() * 4 / 5 }, Qt::Horizontal);
+            const int panelWidth = width() * (centralWidget() ? 2 : 4) / 5;
+            resizeDocks({ sceneDock, panel }, { width() / 5, panelWidth }, Qt::Horizontal);
             resizeDocks({ sceneDock, attributesDock }, { height() / 2, height() / 2 },
                         Qt::Vertical);
             resizeDocks({ panel, logDock }, { height() * 3 / 4, height() / 4 }, Qt::Vertical);

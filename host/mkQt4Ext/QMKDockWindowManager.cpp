@@ -8,6 +8,7 @@
 #include <QMainWindow>
 #include <QMenu>
 #include <QMenuBar>
+#include <QTabWidget>
 #include <QTimer>
 
 QMKDockWindowManager::QMKDockWindowManager(QMainWindow *mainWindow)
@@ -61,6 +62,48 @@ QMKDockWidget *QMKDockWindowManager::add(const char *name, const QString &group,
         sizes.remove(dock);
     });
     return dock;
+}
+
+void QMKDockWindowManager::addCentral(const char *name, const QString &group, QWidget *widget,
+                                      const QIcon &icon, const QList<QAction *> &actions)
+{
+    mkTrace::call("QMKDockWindowManager::addCentral", name, group);
+    const QString title = QString::fromUtf8(name);
+    if (!middle) {
+        middle = new QTabWidget(window);
+        middle->setDocumentMode(true);
+        middle->setTabBarAutoHide(true);
+        window->setCentralWidget(middle);
+    }
+    middle->addTab(widget, icon, title);
+    auto *const toggle = new QAction(icon, title, widget);
+    toggle->setCheckable(true);
+    toggle->setChecked(true);
+    connect(toggle, &QAction::toggled, this,
+            [this, widget](bool visible) { showCentral(widget, visible); });
+    groupMenu(group)->addAction(toggle);
+    groupMenu(group)->addActions(actions);
+    connect(widget, &QObject::destroyed, middle, [tabs = middle.data()] {
+        // Its page is still there.
+        QTimer::singleShot(0, tabs, [tabs] {
+            if (tabs->count() == 0) {
+                tabs->deleteLater();
+            }
+        });
+    });
+}
+
+void QMKDockWindowManager::showCentral(QWidget *widget, bool visible)
+{
+    middle->setTabVisible(middle->indexOf(widget), visible);
+    bool any = false;
+    for (int tab = 0; tab < middle->count(); ++tab) {
+        any = any || middle->isTabVisible(tab);
+    }
+    middle->setVisible(any);
+    if (visible) {
+        middle->setCurrentWidget(widget);
+    }
 }
 
 bool QMKDockWindowManager::eventFilter(QObject *watched, QEvent *event)

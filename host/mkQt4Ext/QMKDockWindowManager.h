@@ -13,8 +13,10 @@
 #include <QString>
 #include <QVector>
 
+class QAction;
 class QMainWindow;
 class QMenu;
+class QTabWidget;
 
 /// Puts panels into dock windows of the main window and into its menus, one menu a group.
 class MK_HOST_API QMKDockWindowManager : public QObject
@@ -40,6 +42,13 @@ public:
                        const QString &toolclip, const QIcon &icon, const QString &label,
                        Qt::DockWidgetArea area, bool visible, QMenu *menu);
 
+    /// Puts `widget`, which then belongs to the window, into its middle. Several share the place as
+    /// tabs, titled `name`; where there is none, the dock windows fill the window. The menu of
+    /// `group` gets an entry that shows and hides it, and `actions`, which stay the caller's. A
+    /// widget that is deleted leaves the middle.
+    void addCentral(const char *name, const QString &group, QWidget *widget, const QIcon &icon,
+                    const QList<QAction *> &actions = {});
+
     QList<QMKDockWidget *> getDockWidgets() const { return docks; }
 
     bool eventFilter(QObject *watched, QEvent *event) override;
@@ -48,6 +57,7 @@ private:
     using Sizes = QVector<QPair<QPointer<QMKDockWidget>, QSize>>;
 
     QMenu *groupMenu(const QString &group);
+    void showCentral(QWidget *widget, bool visible);
     /// Of all that can be seen, and of one that is being closed.
     Sizes sizesWith(const QMKDockWidget *closing) const;
     void restore(const Sizes &before);
@@ -55,6 +65,8 @@ private:
     QMainWindow *window;
     QMap<QString, QMenu *> menus;
     QList<QMKDockWidget *> docks;
+    /// Null while nothing is in the middle.
+    QPointer<QTabWidget> middle;
     /// For each dock window that was closed, what sizes all had before.
     QHash<QMKDockWidget *, Sizes> sizes;
 };

@@ -6,7 +6,7 @@
 #include "mkKernel/mkScript.h"
 #include "mkKernel/mkSelectionManager.h"
 #include "mkKernelServices/mkdMaterial.h"
-#include "mkMicroKernel/mkMicroKernel.h"
+#include "mkMicroKernel/mkPythonRegister.h"
 #include "mkOpenSGUtils/mkMaterials.h"
 #include "mkOpenSGUtils/mkNodeUtils.h"
 #include "mkQt4Ext/QMKDockWindowManager.h"
@@ -71,11 +71,13 @@ HostFixture::HostFixture(bool python)
     mkController::setMainWindow(mainWindow.get());
     new QMKDockWindowManager(mainWindow.get());
     mkScenegraph::newScene("empty");
+    loader.load(pluginFile());
     if (python) {
-        mkMicroKernel::start(loader, { QStringLiteral(MK_PLUGIN_DIR) });
-    } else {
-        loadPlugin();
+        mkPythonRegisterFactory::run(mkPythonRegisterFactory::BeforeInterpreter);
+        mkScript::start();
+        mkPythonRegisterFactory::run(mkPythonRegisterFactory::AfterInterpreter);
     }
+    loader.initAll();
     mainWindow->resize(1600, 800);
     mainWindow->show();
     if (!QTest::qWaitForWindowExposed(mainWindow.get())) {
@@ -94,7 +96,7 @@ HostFixture::~HostFixture()
 
 void HostFixture::loadPlugin()
 {
-    loader.loadAll(QStringLiteral(MK_PLUGIN_DIR));
+    loader.load(pluginFile());
     loader.initAll();
 }
 

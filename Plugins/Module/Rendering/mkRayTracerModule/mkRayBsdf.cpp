@@ -82,8 +82,7 @@ V3f visibleNormal(const V3f &out, float width, V2f numbers)
     place.y = (1 - share) * std::sqrt(std::max(0.0F, 1 - squared(place.x))) + share * place.y;
     const V3f normal = across * place.x + along * place.y
                        + stretched
-                             * std::sqrt(
-                                 std::max(0.0F, 1 - squared(place.x) - squared(place.y)));
+                             * std::sqrt(std::max(0.0F, 1 - squared(place.x) - squared(place.y)));
     return V3f(normal.x * width, normal.y * width, std::max(1e-6F, normal.z)).normalized();
 }
 
@@ -248,9 +247,9 @@ C3f mkRayBsdf::reflected(Lobe lobe, const V3f &in) const
 
 float mkRayBsdf::density(Lobe lobe, const V3f &in) const
 {
-    return lobe == Lobe::Matt ? in.z / pi
-                              : ggx((in + out).normalized(), width) * shadowing(out, width)
-                                    / (4 * out.z);
+    return lobe == Lobe::Matt
+               ? in.z / pi
+               : ggx((in + out).normalized(), width) * shadowing(out, width) / (4 * out.z);
 }
 
 bool mkRayBsdf::sample(Lobe lobe, V2f numbers, float choice, Sample &result) const
@@ -272,8 +271,7 @@ bool mkRayBsdf::sample(Lobe lobe, V2f numbers, float choice, Sample &result) con
         return false;
     }
     result.weight = mixed(glossyColor, C3f(1, 1, 1), fifth(1 - std::clamp(cosine, 0.0F, 1.0F)))
-                    * glossyGain
-                    * (width > 0 ? shadowingGiven(out, result.direction, width) : 1);
+                    * glossyGain * (width > 0 ? shadowingGiven(out, result.direction, width) : 1);
     result.density = width > 0 ? density(Lobe::Glossy, result.direction) : 0;
     return true;
 }

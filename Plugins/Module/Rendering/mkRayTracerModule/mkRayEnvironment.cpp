@@ -151,19 +151,17 @@ std::shared_ptr<const mkRayEnvironment> mkRayEnvironment::studio()
         pixels.reserve(width * height);
         for (std::size_t y = 0; y < height; ++y) {
             for (std::size_t x = 0; x < width; ++x) {
-                const V3f direction = directionOf({ (float(x) + 0.5F) / float(width),
-                                                    (float(y) + 0.5F) / float(height) });
+                const V3f direction = directionOf(
+                    { (float(x) + 0.5F) / float(width), (float(y) + 0.5F) / float(height) });
                 const float room = 0.22F + 0.16F * (direction.y + 1) / 2;
                 // The key light high on the left behind the usual eye, a fill on the right, a
                 // strip that draws the edges from behind, and a ceiling.
-                pixels.push_back(C3f(1, 1.01F, 1.03F) * room
-                                 + C3f(1, 0.97F, 0.92F) * 5
-                                       * softBox(direction, -2.4F, 0.8F, 0.42F, 0.3F)
-                                 + C3f(0.9F, 0.96F, 1) * 1.6F
-                                       * softBox(direction, 1.7F, 0.45F, 0.3F, 0.45F)
-                                 + C3f(1, 1, 1) * 3 * softBox(direction, 0.5F, 0.6F, 0.6F, 0.08F)
-                                 + C3f(1, 1, 1) * 1.2F
-                                       * softBox(direction, 0, 1.57F, 0.6F, 0.35F));
+                pixels.push_back(
+                    C3f(1, 1.01F, 1.03F) * room
+                    + C3f(1, 0.97F, 0.92F) * 5 * softBox(direction, -2.4F, 0.8F, 0.42F, 0.3F)
+                    + C3f(0.9F, 0.96F, 1) * 1.6F * softBox(direction, 1.7F, 0.45F, 0.3F, 0.45F)
+                    + C3f(1, 1, 1) * 3 * softBox(direction, 0.5F, 0.6F, 0.6F, 0.08F)
+                    + C3f(1, 1, 1) * 1.2F * softBox(direction, 0, 1.57F, 0.6F, 0.35F));
             }
         }
         return std::make_shared<const mkRayEnvironment>(width, height, std::move(pixels));

@@ -66,29 +66,30 @@ bool mkRayFilm::addPass(const mkRayIntegrator &integrator, const mkRayCamera &ca
 {
     const auto sample = std::uint32_t(passCount);
     const float aspect = float(width) / float(std::max(height, 1));
-    tbb::parallel_for(
-        tbb::blocked_range2d<int>(0, height, tileSize, 0, width, tileSize),
-        [&](const tbb::blocked_range2d<int> &tile) {
-            if (cancelled) {
-                return;
-            }
-            for (int y = tile.rows().begin(); y < tile.rows().end(); ++y) {
-                for (int x = tile.cols().begin(); x < tile.cols().end(); ++x) {
-                    const std::size_t place = std::size_t(y) * stride() + std::size_t(x);
-                    mkRaySampler sampler(std::uint32_t(place), sample, seed);
-                    const Imath::V2f within = sampler.next2();
-                    const Imath::V2f at((float(x) + within.x) / float(width),
-                                        (float(y) + within.y) / float(height));
-                    const mkRaySample found = integrator.trace(
-                        mkRayIntegrator::eyeRay(camera, aspect, at), sampler);
-                    sums[place] += C4f(found.radiance.x, found.radiance.y, found.radiance.z,
-                                       found.alpha);
-                    if (sample == 0) {
-                        nodes[place] = found.node;
-                    }
-                }
-            }
-        });
+    tbb::parallel_for(tbb::blocked_range2d<int>(0, height, tileSize, 0, width, tileSize),
+                      [&](const tbb::blocked_range2d<int> &tile) {
+                          if (cancelled) {
+                              return;
+                          }
+                          for (int y = tile.rows().begin(); y < tile.rows().end(); ++y) {
+                              for (int x = tile.cols().begin(); x < tile.cols().end(); ++x) {
+                                  const std::size_t place = std::size_t(y) * stride()
+                                                            + std::size_t(x);
+                                  mkRaySampler sampler(std::uint32_t(place), sample, seed);
+                                  const Imath::V2f within = sampler.next2();
+                                  const Imath::V2f at((float(x) + within.x) / float(width),
+                                                      (float(y) + within.y) / float(height));
+                                  const mkRaySample found =
+                                      integrator.trace(mkRayIntegrator::eyeRay(camera, aspect, at),
+                                                       sampler);
+                                  sums[place] += C4f(found.radiance.x, found.radiance.y,
+                                                     found.radiance.z, found.alpha);
+                                  if (sample == 0) {
+                                      nodes[place] = found.node;
+                                  }
+                              }
+                          }
+                      });
     ++passCount;
     return !cancelled;
 }

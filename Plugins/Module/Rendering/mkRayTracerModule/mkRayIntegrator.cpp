@@ -81,8 +81,8 @@ struct mkRayIntegrator::Point
     /// Off the surface, on the side that the direction leads to.
     mkRay rayTo(const V3f &direction) const
     {
-        const float size = std::max({ std::abs(position.x), std::abs(position.y),
-                                      std::abs(position.z), 1e-2F });
+        const float size = std::max(
+            { std::abs(position.x), std::abs(position.y), std::abs(position.z), 1e-2F });
         const float side = direction.dot(flat) < 0 ? -1.0F : 1.0F;
         return { position + flat * (side * size * 2e-5F), direction };
     }
@@ -144,12 +144,10 @@ bool mkRayIntegrator::castOn(Path &path) const
     mkRayHit hit;
     if (!scene.intersect(path.ray, path.kind, path.sampler.nextSalt(), hit)) {
         if (path.environmentCounts && snapshot.environment) {
-            const float other = path.density > 0
-                                    ? snapshot.environment->density(path.ray.direction)
-                                    : 0;
+            const float other = path.density > 0 ? snapshot.environment->density(path.ray.direction)
+                                                 : 0;
             const float weight = path.density > 0 ? weightOf(path.density, other) : 1;
-            path.add(path.throughput * snapshot.environment->radiance(path.ray.direction)
-                     * weight);
+            path.add(path.throughput * snapshot.environment->radiance(path.ray.direction) * weight);
         }
         return false;
     }
@@ -334,10 +332,9 @@ void mkRayIntegrator::addEnvironment(Path &path, const Point &point, const mkRay
     }
     const mkRay ray = point.rayTo(direction);
     const std::uint32_t salt = path.sampler.nextSalt();
-    const bool blocked = lobe == Lobe::Matt
-                             ? point.instance.receiveShadows
-                                   && scene.isBlocked(ray, mkRayKind::Shadow, salt)
-                             : scene.isBlocked(ray, mkRayKind::Reflection, salt);
+    const bool blocked = lobe == Lobe::Matt ? point.instance.receiveShadows
+                                                  && scene.isBlocked(ray, mkRayKind::Shadow, salt)
+                                            : scene.isBlocked(ray, mkRayKind::Reflection, salt);
     if (!blocked) {
         path.add(path.throughput * light);
     }

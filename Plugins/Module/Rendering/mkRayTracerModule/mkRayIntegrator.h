@@ -43,8 +43,7 @@ private:
     Point pointOf(const Path &path, const mkRayHit &hit) const;
     void addEnvironment(Path &path, const Point &point, const mkRayBsdf &bsdf,
                         mkRayBsdf::Lobe lobe) const;
-    void addLamp(Path &path, const Point &point, const mkRayBsdf &bsdf,
-                 mkRayBsdf::Lobe lobe) const;
+    void addLamp(Path &path, const Point &point, const mkRayBsdf &bsdf, mkRayBsdf::Lobe lobe) const;
     bool bounce(Path &path, const Point &point) const;
     bool survives(Path &path, int bounce) const;
 

@@ -49,7 +49,8 @@ std::string colorPrefix(const Imf::ChannelList &channels)
 {
     for (auto channel = channels.begin(); channel != channels.end(); ++channel) {
         const std::string name = channel.name();
-        if (name.empty() || name.back() != 'R' || (name.size() > 1 && name[name.size() - 2] != '.')) {
+        if (name.empty() || name.back() != 'R'
+            || (name.size() > 1 && name[name.size() - 2] != '.')) {
             continue;
         }
         const std::string prefix = name.substr(0, name.size() - 1);

@@ -18,8 +18,8 @@ struct mkRayPixels
     std::vector<Imath::C3f> colors;
 };
 
-// What goes wrong is thrown as std::runtime_error with a reason for the user. A file that is written
-// is there whole, or as it was before.
+// What goes wrong is thrown as std::runtime_error with a reason for the user. A file that is
+// written is there whole, or as it was before.
 
 /// Reads the colours of an OpenEXR file, of its first layer where none is without a name.
 mkRayPixels mkReadExr(const QString &file);

@@ -192,8 +192,8 @@ void mkRayRenderer::publish(Work &work, const mkRayFilm &film)
     work.sinceShown.start();
 
     std::shared_ptr<const mkRayFilm> kept;
-    if (!isRough && (film.passes() == 1 || !work.isUnfinished()
-                     || work.sinceKept.hasExpired(keptEvery))) {
+    if (!isRough
+        && (film.passes() == 1 || !work.isUnfinished() || work.sinceKept.hasExpired(keptEvery))) {
         kept = std::make_shared<const mkRayFilm>(film);
         work.sinceKept.start();
     }
@@ -215,7 +215,8 @@ void mkRayRenderer::post(mkRayProgress progress)
     const bool isUnderWay = latest.has_value();
     latest = std::move(progress);
     if (!isUnderWay) {
-        QMetaObject::invokeMethod(this, [this] { deliver(); }, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(
+            this, [this] { deliver(); }, Qt::QueuedConnection);
     }
 }
 

@@ -150,9 +150,10 @@ void mkRayScene::place()
         // The scene keeps it.
         rtcReleaseGeometry(geometry);
         const Imath::M44f inverse = instance.toWorld.inverse();
-        placed.push_back({ geometry, { inverse[0][0], inverse[1][0], inverse[2][0], inverse[0][1],
-                                       inverse[1][1], inverse[2][1], inverse[0][2], inverse[1][2],
-                                       inverse[2][2] } });
+        placed.push_back(
+            { geometry,
+              { inverse[0][0], inverse[1][0], inverse[2][0], inverse[0][1], inverse[1][1],
+                inverse[2][1], inverse[0][2], inverse[1][2], inverse[2][2] } });
     }
     for (auto entry = meshes.begin(); entry != meshes.end();) {
         if (entry->second.used) {
@@ -255,12 +256,9 @@ bool mkRayScene::intersect(const mkRay &ray, std::uint32_t kinds, std::uint32_t 
     if (query.hit.geomID == RTC_INVALID_GEOMETRY_ID) {
         return false;
     }
-    hit = { query.hit.instID[0],
-            query.hit.primID,
-            query.hit.u,
-            query.hit.v,
-            query.ray.tfar,
-            { query.hit.Ng_x, query.hit.Ng_y, query.hit.Ng_z } };
+    hit = { query.hit.instID[0], query.hit.primID,
+            query.hit.u,         query.hit.v,
+            query.ray.tfar,      { query.hit.Ng_x, query.hit.Ng_y, query.hit.Ng_z } };
     return true;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <ImathBox.h>
 #include <ImathColor.h>
 #include <ImathMatrix.h>
 #include <ImathVec.h>
@@ -20,11 +21,11 @@ namespace mkRayKind {
 
 enum : std::uint32_t {
     Camera = 1, ///< from the eye, also on straight through what lets it pass
-    Alpha = 2, ///< from the eye, and only for what counts in alpha
+    Alpha = 2,  ///< from the eye, and only for what counts in alpha
     Reflection = 4,
     Refraction = 8,
-    Photon = 16, ///< indirect diffuse light
-    Shadow = 32, ///< from a surface to a light or to the environment
+    Photon = 16,            ///< indirect diffuse light
+    Shadow = 32,            ///< from a surface to a light or to the environment
     EnvironmentShadow = 64, ///< from a shadow material to the environment
     All = 127,
 };
@@ -74,8 +75,8 @@ struct mkRayMaterial
 {
     enum class AlphaMode {
         Opaque, ///< alpha does not count
-        Mask, ///< there where alpha reaches the cutoff, else not
-        Blend, ///< lets the part 1 - alpha through
+        Mask,   ///< there where alpha reaches the cutoff, else not
+        Blend,  ///< lets the part 1 - alpha through
     };
 
     Imath::C3f baseColor{ 0.8F, 0.8F, 0.8F };
