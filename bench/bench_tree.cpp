@@ -4,6 +4,7 @@
 #include "BenchHost.h"
 #include "Measure.h"
 
+#include "mkColumn.h"
 #include "mkKernel/mkController.h"
 #include "mkKernel/mkSelectionManager.h"
 #include "mkKernelServices/mkdMaterial.h"

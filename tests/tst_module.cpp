@@ -69,11 +69,10 @@ void tst_Module::init()
 {
     const HostCalls calls;
     host = std::make_unique<HostFixture>();
-    constructionCalls = calls.lines({ "mkController::getMainWindow", "mkController::getDock",
-                                      "mkShortcut::addKey(\"Render Layer\", \"Delete\"",
-                                      "QMKDockWindowManager::add",
-                                      "QMKToolBar::appendAction(\"Create Layer\"",
-                                      "mkController::addCB", "mkIconManager::get" });
+    constructionCalls = calls.lines(
+        { "mkController::getMainWindow", "mkController::getDock",
+          "mkShortcut::addKey(\"Render Layer\", \"Delete\"", "QMKDockWindowManager::add",
+          "QMKToolBar::addAction(\"Create Layer\"", "mkController::addCB", "mkIconManager::get" });
     host->addLayer("A", { "a", "b" });
     host->addLayer("B", { "c" });
     host->attributes(0, "a")->setOverrideMaterial(host->material("red"));
@@ -121,7 +120,7 @@ void tst_Module::construction()
                                 "mkIconManager::getIcon(\"Delete\", \"\")",
                                 "mkIconManager::getIcon(\"Reset\", \"\")",
                                 "mkIconManager::getIcon(\"Activate\", \"\")",
-                                "QMKToolBar::appendAction(\"Create Layer\")",
+                                "QMKToolBar::addAction(\"Create Layer\")",
                                 "mkController::addCB(\"materialRenamed\")",
                                 "mkController::addCB(\"mkRenderLayerModuleUpdateLayers\")",
                                 "mkController::addCB(\"mkTransform::changedTransformation\")" };

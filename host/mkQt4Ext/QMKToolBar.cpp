@@ -10,8 +10,8 @@ QMKToolBar::QMKToolBar(const QString &title, QWidget *parent)
     setIconSize(QSize(20, 20));
 }
 
-void QMKToolBar::appendAction(QAction *action)
+void QMKToolBar::addAction(QAction *action)
 {
-    mkTrace::call("QMKToolBar::appendAction", action->text());
-    addAction(action);
+    mkTrace::call("QMKToolBar::addAction", action->text());
+    QToolBar::addAction(action);
 }

@@ -12,6 +12,7 @@ class MK_HOST_API QMKToolBar : public QToolBar
 public:
     explicit QMKToolBar(const QString &title, QWidget *parent = nullptr);
 
+    using QToolBar::addAction;
     /// Appends `action` as a button. The action stays the caller's.
-    virtual void appendAction(QAction *action);
+    virtual void addAction(QAction *action);
 };

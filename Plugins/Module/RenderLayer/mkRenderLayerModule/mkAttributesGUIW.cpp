@@ -1,5 +1,7 @@
 #include "mkAttributesGUIW.h"
 
+#include <QPushButton>
+
 mkAttributesGUIW::mkAttributesGUIW(QWidget *parent, const QString &name)
     : QDialog(parent)
 {
@@ -8,6 +10,12 @@ mkAttributesGUIW::mkAttributesGUIW(QWidget *parent, const QString &name)
 }
 
 mkAttributesGUIW::~mkAttributesGUIW() = default;
+
+void mkAttributesGUIW::forgetLastUse()
+{
+    buttonBox->button(QDialogButtonBox::Ok)->setDefault(true);
+    _visible->setFocus();
+}
 
 mkRenderAttributeFlags mkAttributesGUIW::getFlags() const
 {

@@ -15,6 +15,8 @@ public:
     mkAttributesGUIW(QWidget *parent, const QString &name);
     ~mkAttributesGUIW() override;
 
+    /// Makes OK the answer to Return, and puts the keyboard on the first box; the boxes stay.
+    void forgetLastUse();
     /// The boxes' states, in the order of the attribute table.
     mkRenderAttributeFlags getFlags() const;
 };

@@ -1,6 +1,6 @@
 #include "mkNodeItem.h"
 
-#include "mkEndEdit.h"
+#include "mkColumn.h"
 #include "mkHostAccess.h"
 #include "mkIconManager/mkIconManager.h"
 #include "mkKernel/mkScenegraph.h"
@@ -24,11 +24,6 @@ QIcon clearButtonIcon()
         icon.addPixmap(mkIconManager::get(disabled), QIcon::Selected, state);
     }
     return icon;
-}
-
-quint32 idOf(const osg::NodePtr &node)
-{
-    return node ? node->getId() : 0;
 }
 
 QString nameOf(const osg::NodePtr &node)
@@ -57,7 +52,7 @@ const QVariant &mkAttributeCells::clearButton()
 
 const QVariant &mkAttributeCells::nameOf(const osg::MaterialPtr &material)
 {
-    QVariant &name = materialNames[material->getId()];
+    QVariant &name = materialNames[mkIdOf(material)];
     if (!name.isValid()) {
         name = QString::fromUtf8(mkMaterials::getName(material));
     }
@@ -66,10 +61,10 @@ const QVariant &mkAttributeCells::nameOf(const osg::MaterialPtr &material)
 
 mkNodeItem::mkNodeItem(QTreeWidget *tree, const osg::NodePtr &node)
     : QTreeWidgetItem(tree, QTreeWidgetItem::Type)
-    , nodeId(idOf(node))
+    , nodeId(mkIdOf(node))
 {
-    if (node) {
-        setData(mkColumn::Layer, Qt::DisplayRole, nameOf(node));
+    if (const osg::NodePtr named = getNode(); named != osg::NullFC) {
+        setData(mkColumn::Layer, Qt::DisplayRole, nameOf(named));
     }
 }
 
@@ -79,7 +74,7 @@ mkNodeItem::mkNodeItem(const osg::NodePtr &node)
 
 mkNodeItem::mkNodeItem(const osg::NodePtr &node, const mkNodeItem &alike)
     : QTreeWidgetItem(alike)
-    , nodeId(idOf(node))
+    , nodeId(mkIdOf(node))
     , itemType(alike.itemType)
 {
     setData(mkColumn::Layer, Qt::DisplayRole, nameOf(node));
@@ -95,18 +90,14 @@ void mkNodeItem::setItemType(ItemType type)
 
 osg::NodePtr mkNodeItem::getNode() const
 {
-    return osg::NodePtr(osg::FieldContainerFactory::the()->getContainer(nodeId));
+    return nodeId == 0 ? osg::NodePtr(osg::NullFC) : mkFindNode(nodeId);
 }
 
 unsigned mkNodeItem::getLayerIndex() const
 {
-    const QTreeWidgetItem *const layerRow = parent() ? parent() : this;
-    if (const auto *const layers = qobject_cast<const mkNodeListWidget *>(treeWidget())) {
-        return unsigned(layers->topLevelRow(layerRow));
-    }
-    return treeWidget() ? unsigned(
-               treeWidget()->indexOfTopLevelItem(const_cast<QTreeWidgetItem *>(layerRow)))
-                        : 0;
+    // indexOfTopLevelItem() would search all layers anew for each of their rows.
+    const auto *const tree = qobject_cast<const mkNodeListWidget *>(treeWidget());
+    return tree ? unsigned(tree->topLevelRow(parent() ? parent() : this)) : 0;
 }
 
 void mkNodeItem::updateAttributes(const osg::RaytracingGeoAttachmentPtr &attributes)
@@ -118,11 +109,11 @@ void mkNodeItem::updateAttributes(const osg::RaytracingGeoAttachmentPtr &attribu
 void mkNodeItem::updateAttributes(const osg::RaytracingGeoAttachmentPtr &attributes,
                                   mkAttributeCells &cells)
 {
-    if (!attributes || !getNode()) {
+    if (attributes == osg::NullFC || getNode() == osg::NullFC) {
         return;
     }
     for (const mkRenderAttribute &attribute : mkRenderAttributes) {
-        const bool value = ((*attributes).*attribute.get)();
+        const bool value = attribute.isOn(attributes);
         setData(attribute.column, Qt::DisplayRole, cells.text(value));
         setData(attribute.column, Qt::UserRole, cells.value(value));
     }
@@ -138,30 +129,31 @@ void mkNodeItem::updateOverrideMaterial(const osg::RaytracingGeoAttachmentPtr &a
 void mkNodeItem::updateOverrideMaterial(const osg::RaytracingGeoAttachmentPtr &attributes,
                                         mkAttributeCells &cells)
 {
-    if (!attributes) {
+    if (attributes == osg::NullFC) {
         return;
     }
     const osg::MaterialPtr &material = attributes->getOverrideMaterial();
+    const bool none = material == osg::NullFC;
     setData(mkColumn::OverrideMaterial, Qt::DisplayRole,
-            material ? cells.nameOf(material) : cells.emptyText());
+            none ? cells.emptyText() : cells.nameOf(material));
     setData(mkColumn::OverrideMaterial, Qt::DecorationRole,
-            material ? cells.clearButton() : cells.noIcon());
+            none ? cells.noIcon() : cells.clearButton());
 }
 
 void mkNodeItem::writeAttributes() const
 {
-    const osg::RaytracingGeoAttachmentPtr attributes = mkStore()->getAttributes(getLayerIndex(),
-                                                                                getNode());
-    if (!attributes) {
-        return;
-    }
+    const unsigned index = getLayerIndex();
+    const osg::NodePtr node = getNode();
     mkRenderAttributeFlags flags{};
     for (std::size_t i = 0; i < flags.size(); ++i) {
         flags[i] = data(mkRenderAttributes[i].column, Qt::UserRole).toBool();
     }
-    mkSetRenderAttributes(attributes, flags);
-    endEdit(attributes, osg::AllFields);
-    mkStore()->setAttributes(getLayerIndex(), getNode(), attributes);
+    const osg::RaytracingGeoAttachmentPtr attributes = mkStore()->getAttributes(index, node);
+    if (attributes != osg::NullFC) {
+        mkSetRenderAttributes(attributes, flags);
+        endEdit(attributes, mkAllFields());
+        mkStore()->setAttributes(index, node, attributes);
+    }
 }
 
 void mkNodeItem::commitLayerName() const
@@ -185,7 +177,7 @@ void mkNodeItem::clearOverrideMaterial() const
 {
     const osg::RaytracingGeoAttachmentPtr attributes = mkStore()->getAttributes(getLayerIndex(),
                                                                                 getNode());
-    if (attributes) {
+    if (attributes != osg::NullFC) {
         attributes->setOverrideMaterial(osg::NullFC);
         attributes->setUseOverrideMaterial(false);
     }
@@ -194,12 +186,11 @@ void mkNodeItem::clearOverrideMaterial() const
 QVariant mkNodeItem::data(int column, int role) const
 {
     if (role == Qt::DecorationRole && column == mkColumn::Layer && isNode()) {
-        if (const osg::NodePtr node = getNode()) {
+        if (const osg::NodePtr node = getNode(); node != osg::NullFC) {
             // The view is asking, in the middle of its rows.
-            const mkNodeListWidget::RowsInUse inUse(qobject_cast<mkNodeListWidget *>(treeWidget()),
-                                                    mkNodeListWidget::RowsInUse::RebuildLater);
+            const mkNodeListWidget::RowsInUse inUse(qobject_cast<mkNodeListWidget *>(treeWidget()));
             try {
-                return mkScenegraph::getNodeIcon(node->getCore(), node, false);
+                return mkScenegraph::getNodeIcon(mkCoreOf(node), node, false);
             } catch (...) {
                 mkReportFailure("mkNodeItem::data");
             }

@@ -62,7 +62,7 @@ public:
     osg::NodePtr getNode() const;
     /// The id of the node that the row was made for, 0 for none; the node may be gone since.
     quint32 getNodeId() const { return nodeId; }
-    /// The position of the row's layer; 0 for a row that is in no tree.
+    /// The position of the row's layer; 0 for a row that is in no layer tree.
     unsigned getLayerIndex() const;
 
     /// Position of the node in its layer's lists; -1 until set.

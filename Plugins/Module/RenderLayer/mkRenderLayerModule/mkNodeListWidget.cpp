@@ -1,6 +1,7 @@
 #include "mkNodeListWidget.h"
 
 #include "mkAttributesGUIW.h"
+#include "mkColumn.h"
 #include "mkIconManager/mkIconManager.h"
 #include "mkNodeItem.h"
 #include "mkOverrideMaterialItemDelegate.h"
@@ -185,6 +186,46 @@ void mkNodeListWidget::keyPressEvent(QKeyEvent *event)
 void mkNodeListWidget::clickedSelectAll()
 {
     selectAll();
+}
+
+void mkNodeListWidget::fitFirstColumn()
+{
+    if (rebuildPending) {
+        pendingFit = std::max(pendingFit, Fit::Widen);
+    }
+    const int wanted = std::max(sizeHintForColumn(mkColumn::Layer),
+                                header()->sectionSizeHint(mkColumn::Layer));
+    if (columnWidth(mkColumn::Layer) < wanted) {
+        setColumnWidth(mkColumn::Layer, wanted);
+    }
+}
+
+void mkNodeListWidget::resizeFirstColumn()
+{
+    if (rebuildPending) {
+        pendingFit = Fit::Exact;
+    }
+    resizeColumnToContents(mkColumn::Layer);
+}
+
+void mkNodeListWidget::makeCurrent(QTreeWidgetItem *item)
+{
+    // Scrolling to a row opens the layer above it, but whether that is open is the store's to say.
+    const bool scrolls = hasAutoScroll();
+    setAutoScroll(scrolls && (!item->parent() || item->parent()->isExpanded()));
+    // With more than single selection, Qt heeds the modifier keys that are down just now.
+    const SelectionMode mode = selectionMode();
+    setSelectionMode(QAbstractItemView::SingleSelection);
+    setCurrentItem(item);
+    setSelectionMode(mode);
+    setAutoScroll(scrolls);
+}
+
+void mkNodeListWidget::currentChanged(const QModelIndex &current, const QModelIndex &previous)
+{
+    // This takes over the name that is being typed in the previous row, but needs both rows after.
+    const RowsInUse inUse(this);
+    QTreeWidget::currentChanged(current, previous);
 }
 
 mkNodeItem *mkNodeListWidget::layerItem(int row) const

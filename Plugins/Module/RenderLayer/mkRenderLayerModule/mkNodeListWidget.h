@@ -8,9 +8,8 @@
 #include <QStringList>
 #include <QTreeWidget>
 
+#include <functional>
 #include <optional>
-#include <string>
-#include <tuple>
 #include <vector>
 
 class QMenu;
@@ -39,11 +38,18 @@ public:
     /// Draws the tree anew from the store. Expansion comes from the store. With `keepSelection`
     /// every selected layer row and visible node row is selected again, found by layer name and
     /// node; without it, only the current row, if it was selected. A name that is being typed stays
-    /// in its editor. While rows are in use the rebuild waits for the end of that, and then is one
-    /// without `keepSelection`.
+    /// in its editor.
+    ///
+    /// While rows are in use, the rebuild is left to the event loop, and is one without
+    /// `keepSelection`. When the host throws, so does this, and the event loop tries once more.
     void rebuildTree(bool keepSelection);
-    /// Widens the first column to its contents; never makes it narrower.
+    /// Does at once what was left to the event loop, if anything was, and if rows are not in use.
+    void catchUp();
+    /// Widens the first column to its contents; never makes it narrower. When a rebuild is still to
+    /// come, it is fitted to the new rows as well.
     void fitFirstColumn();
+    /// The same, but makes it narrower too.
+    void resizeFirstColumn();
     /// Makes `item` the current row and the only selected one, and brings it into view unless its
     /// layer is closed.
     void makeCurrent(QTreeWidgetItem *item);
@@ -60,26 +66,28 @@ public:
     /// The attributes of a node row as its layer holds them; null when there are none.
     osg::RaytracingGeoAttachmentPtr getItemAttributes(mkNodeItem *item) const;
 
+    /// Names of the selected layers; selected nodes of open layers, each with its layer's name.
+    void collectSelection(QStringList &layerNames, std::vector<osg::NodePtr> &nodes,
+                          QStringList &nodeLayerNames) const;
     /// indexOfTopLevelItem() that does not search all layers anew for each of their rows.
     int topLevelRow(const QTreeWidgetItem *item) const { return indexFromItem(item).row(); }
 
     /// To be held while rows are used across host calls: those may send a message that asks for a
-    /// rebuild, which would delete the rows. What was asked for is done when the last of these
-    /// ends, or later, with the event loop.
+    /// rebuild, which would delete the rows.
     class RowsInUse
     {
     public:
-        enum End { RebuildAtEnd, RebuildLater };
-
         /// `user` may be null.
-        explicit RowsInUse(mkNodeListWidget *user, End whenDone = RebuildAtEnd);
+        explicit RowsInUse(mkNodeListWidget *user);
         ~RowsInUse();
         RowsInUse(const RowsInUse &) = delete;
         RowsInUse &operator=(const RowsInUse &) = delete;
 
+        /// True when the host has deleted the panel meanwhile, and the rows with it.
+        bool areGone() const { return !tree; }
+
     private:
         QPointer<mkNodeListWidget> tree;
-        End end;
     };
 
     // The delegate lays its cells out as the view does.
@@ -121,8 +129,6 @@ private Q_SLOTS:
 private:
     using Rows = std::vector<mkNodeItem *>;
 
-    /// What a rebuild carries across.
-    struct SelectionMemory;
     /// A layer's name in the middle of being typed.
     struct OpenEdit
     {
@@ -133,18 +139,20 @@ private:
         int selectionLength;
     };
     enum class Direction { Up, Down };
-    /// All that the first column's wanted width depends on: which texts and which of the rows are
-    /// shown, the scroll position, the viewport's height, font and style.
-    using FirstColumnState = std::tuple<unsigned, int, int, QFont, const QStyle *>;
+    enum class Fit { None, Widen, Exact };
+    /// What a command does once the store has been called.
+    enum Afterwards { KeepSelection = 1, FitColumn = 2, MarkModified = 4 };
 
-    /// For the handler of a slot or an event: reports the exception in flight and shows what the
-    /// command left behind.
-    void recover(const char *function) noexcept;
-    /// Rebuilds and marks the document modified, since the store may have been changed half-way.
-    void redrawAfterFailure() noexcept;
-    /// Does the rebuild that was put off, if there is one and rows are no longer in use.
-    void catchUp(RowsInUse::End end) noexcept;
-    /// rebuildTree() at once, for commands that are through with their rows.
+    /// The second half of a command: `callStore`, which uses no rows, then a rebuild and what
+    /// `afterwards` (a set of Afterwards) names. All of it is done whatever throws, since the store
+    /// may have been changed half-way; the first exception is thrown on at the end.
+    void change(int afterwards, const std::function<void()> &callStore);
+    /// For a `catch (...)` after which the rows of `tree`, which may be gone, may not show what the
+    /// store holds.
+    static void recover(const QPointer<mkNodeListWidget> &tree, const char *function,
+                        int afterwards = 0) noexcept;
+    /// Has the event loop do the rebuild that was put off.
+    void rebuildLater();
     void drawTree(bool keepSelection);
 
     void createActions();
@@ -163,30 +171,17 @@ private:
     mkNodeItem *getPreviousSibling(const mkNodeItem *item) const;
     mkNodeItem *getNextSibling(const mkNodeItem *item) const;
     mkNodeItem *getSibling(const mkNodeItem *item, int step) const;
-    void collectSelection(QStringList &layerNames, std::vector<osg::NodePtr> &nodes,
-                          QStringList &nodeLayerNames) const;
     QStringList getSelectedLayerNames() const;
     Rows getTargetLayerItems() const;
     Rows getTargetNodeItems() const;
 
-    SelectionMemory rememberSelection(bool keepSelection) const;
-    void deleteRows();
-    void createRows(const osg::RenderLayersPtr &content);
-    void restoreSelection(SelectionMemory &memory);
     /// Closes the open editor, if there is one, without taking over what was typed. The result is
-    /// that, where it was a layer's name, for resumeEdit().
+    /// what was typed, where that was a layer's name, for resumeEdit().
     std::optional<OpenEdit> suspendEdit();
     void resumeEdit(const OpenEdit &edit);
-    /// Selects full-width ranges and nothing else. The current row is one of them.
-    void replaceSelection(const QItemSelection &rows);
     void storeExpansion(QTreeWidgetItem *item);
 
-    void removeSelectedLayers();
-    void removeSelectedNodes();
     void move(Direction direction);
-    bool moveLayers(const Rows &layers, Direction direction);
-    bool moveNodes(const std::vector<Rows> &groups, Direction direction);
-    static void moveInStore(const mkNodeItem *row, unsigned layerIndex, Direction direction);
     void clickClearButton(mkNodeItem *row);
     static void acceptDrag(QDragMoveEvent *event);
 
@@ -208,10 +203,10 @@ private:
     QAction *clearOverrideMaterialAction = nullptr;
     mkOverrideMaterialItemDelegate *overrideMaterialDelegate;
     QPointer<mkAttributesGUIW> attributesDialog;
-    /// Goes up when rows come, go, open, close, or get another text.
-    unsigned firstColumnRevision = 1;
-    FirstColumnState fittedState{};
-    int fittedWidth = 0;
     int rowsInUse = 0;
     bool rebuildPending = false;
+    /// The last rebuild failed, and the event loop tries again or has done so.
+    bool rebuildFailed = false;
+    /// What was asked for while a rebuild was pending.
+    Fit pendingFit = Fit::None;
 };

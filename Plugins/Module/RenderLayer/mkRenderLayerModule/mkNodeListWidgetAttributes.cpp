@@ -1,31 +1,34 @@
 // Editing of attribute cells and override materials, and the apply-attributes command.
 
 #include "mkAttributesGUIW.h"
-#include "mkEndEdit.h"
+#include "mkColumn.h"
 #include "mkHostAccess.h"
 #include "mkKernel/mkController.h"
-#include "mkKernel/mkScenegraph.h"
 #include "mkNodeItem.h"
 #include "mkNodeListWidget.h"
 #include "mkOverrideMaterialItemDelegate.h"
 #include "mkRenderAttributes.h"
 
 #include <QMouseEvent>
-#include <QPushButton>
+
+#include <utility>
 
 void mkNodeListWidget::doubleClicked(QTreeWidgetItem *item, int col)
-try {
+{
     auto *const row = static_cast<mkNodeItem *>(item);
     if (!row || row->isLayer() || col < mkColumn::FirstAttribute || col > mkColumn::LastAttribute) {
         return;
     }
-    const RowsInUse inUse(this);
-    const bool old = row->data(col, Qt::UserRole).toBool();
-    row->setData(col, Qt::UserRole, !old);
-    row->setData(col, Qt::DisplayRole, old ? tr("Off") : tr("On"));
-    row->writeAttributes();
-} catch (...) {
-    recover("mkNodeListWidget::doubleClicked");
+    const QPointer<mkNodeListWidget> self(this);
+    try {
+        const RowsInUse inUse(this);
+        const bool old = row->data(col, Qt::UserRole).toBool();
+        row->setData(col, Qt::UserRole, !old);
+        row->setData(col, Qt::DisplayRole, old ? tr("Off") : tr("On"));
+        row->writeAttributes();
+    } catch (...) {
+        recover(self, "mkNodeListWidget::doubleClicked");
+    }
 }
 
 void mkNodeListWidget::mousePressEvent(QMouseEvent *event)
@@ -47,90 +50,97 @@ void mkNodeListWidget::mousePressEvent(QMouseEvent *event)
 
 void mkNodeListWidget::mouseMoveEvent(QMouseEvent *event)
 {
-    // The view did not see the press, and would select from the row of the last one.
-    if (!pressedOnButton) {
+    // Of a press that the view did not see it must not see the drag either: it would select from
+    // the row of an earlier press.
+    if (event->buttons() == Qt::NoButton || (pressedIndex.isValid() && !pressedOnButton)) {
         QTreeView::mouseMoveEvent(event);
     }
 }
 
 void mkNodeListWidget::mouseReleaseEvent(QMouseEvent *event)
 {
+    const bool onButton = std::exchange(pressedOnButton, false);
     const QPoint point = event->pos();
     const QModelIndex index = indexAt(point);
     if (!index.isValid()) {
-        pressedOnButton = false;
         return;
     }
     auto *const row = static_cast<mkNodeItem *>(itemAt(point));
-    const bool clicked = pressedOnButton && index == pressedIndex && row
-                         && overrideMaterialDelegate->decorationRect(index).contains(point);
-    if (clicked) {
+    if (onButton && index == pressedIndex && row
+        && overrideMaterialDelegate->decorationRect(index).contains(point)) {
         clickClearButton(row);
     } else {
         QTreeView::mouseReleaseEvent(event);
     }
-    pressedOnButton = false;
 }
 
 void mkNodeListWidget::clickClearButton(mkNodeItem *row)
-try {
-    const RowsInUse inUse(this);
-    row->clearOverrideMaterial();
-    row->writeAttributes();
-    row->updateOverrideMaterial(getItemAttributes(row));
-    fitFirstColumn();
-    mkController::setModified(1);
-} catch (...) {
-    recover("mkNodeListWidget::mouseReleaseEvent");
+{
+    const QPointer<mkNodeListWidget> self(this);
+    try {
+        const RowsInUse inUse(this);
+        row->clearOverrideMaterial();
+        if (!inUse.areGone()) {
+            row->writeAttributes();
+        }
+        const osg::RaytracingGeoAttachmentPtr attributes = inUse.areGone() ? osg::NullFC
+                                                                           : getItemAttributes(row);
+        if (!inUse.areGone()) {
+            row->updateOverrideMaterial(attributes);
+            fitFirstColumn();
+        }
+        mkController::setModified(1);
+    } catch (...) {
+        recover(self, "mkNodeListWidget::clickClearButton", MarkModified);
+    }
 }
 
 void mkNodeListWidget::clearOverrideMaterial()
 try {
-    const RowsInUse inUse(this);
-    bool cleared = false;
-    for (mkNodeItem *row : selectedRows(false)) {
-        if (row->isNode()) {
-            row->clearOverrideMaterial();
-            cleared = true;
+    const Rows rows = selectedRows(false);
+    if (rows.empty()) {
+        return;
+    }
+    change(FitColumn | MarkModified, [&rows, self = QPointer<mkNodeListWidget>(this)] {
+        for (auto row = rows.begin(); self && row != rows.end(); ++row) {
+            (*row)->clearOverrideMaterial();
         }
-    }
-    if (cleared) {
-        drawTree(false);
-        fitFirstColumn();
-        mkController::setModified(1);
-    }
+    });
 } catch (...) {
-    recover("mkNodeListWidget::clearOverrideMaterial");
+    mkReportFailure("mkNodeListWidget::clearOverrideMaterial");
 }
 
 void mkNodeListWidget::setOverrideMaterial(mkNodeItem *item, const osg::MaterialPtr &material)
 {
     const RowsInUse inUse(this);
     const osg::RaytracingGeoAttachmentPtr attributes = getItemAttributes(item);
-    if (!attributes) {
+    if (attributes == osg::NullFC) {
         return;
     }
     attributes->setOverrideMaterial(material);
     endEdit(attributes, osg::RaytracingGeoAttachmentBase::OverrideMaterialFieldMask);
-    endEdit(material, osg::AllFields);
-    item->updateAttributes(attributes);
-    fitFirstColumn();
+    endEdit(material, mkAllFields());
+    if (!inUse.areGone()) {
+        item->updateAttributes(attributes);
+        fitFirstColumn();
+    }
     mkController::setModified(1);
 }
 
 osg::RaytracingGeoAttachmentPtr mkNodeListWidget::getItemAttributes(mkNodeItem *item) const
 {
-    if (!item || !item->isNode() || !item->getNode()) {
+    if (!item || !item->isNode() || item->getNode() == osg::NullFC) {
         return osg::NullFC;
     }
-    const osg::RenderLayersPtr content = mkStore()->getAttachment();
-    const osg::RenderLayerPtr layer = content ? content->getLayer(item->getLayerIndex())
-                                              : osg::RenderLayerPtr();
+    const unsigned layerIndex = item->getLayerIndex();
     const int index = item->getAttributeIndex();
-    if (!layer || index < 0 || std::size_t(index) >= layer->getAttributes().size()) {
+    const osg::RenderLayersPtr content = mkStore()->getAttachment();
+    if (content == osg::NullFC || index < 0) {
         return osg::NullFC;
     }
-    return osg::RaytracingGeoAttachmentPtr(layer->getAttributes()[std::size_t(index)]);
+    const osg::RenderLayerPtr layer = mkLayerAt(content, layerIndex);
+    return layer == osg::NullFC ? osg::RaytracingGeoAttachmentPtr(osg::NullFC)
+                                : mkAttributesAt(layer, std::size_t(index));
 }
 
 mkNodeListWidget::Rows mkNodeListWidget::getTargetNodeItems() const
@@ -158,31 +168,29 @@ try {
     if (!attributesDialog) {
         attributesDialog = new mkAttributesGUIW(ownerWidget, QString());
     }
-    // Only the boxes are kept from the last use, not that it was cancelled.
-    QPushButton *const ok = attributesDialog->buttonBox->button(QDialogButtonBox::Ok);
-    ok->setDefault(true);
-    ok->setFocus();
+    attributesDialog->forgetLastUse();
+    // The host may close the panel for good while the dialog is open.
     const QPointer<mkNodeListWidget> self(this);
     const int result = attributesDialog->exec();
-    // The panel may have been closed for good while the dialog was open.
     if (!self || !attributesDialog || result != QDialog::Accepted) {
         return;
     }
-    const RowsInUse inUse(this);
     const mkRenderAttributeFlags flags = attributesDialog->getFlags();
-    const Rows targets = getTargetNodeItems();
-    mkRenderLayer *const store = mkStore();
-    for (const mkNodeItem *row : targets) {
-        const unsigned index = row->getLayerIndex();
-        const osg::NodePtr node = row->getNode();
-        if (const osg::RaytracingGeoAttachmentPtr attributes = store->getAttributes(index, node)) {
-            mkSetRenderAttributes(attributes, flags);
-            endEdit(attributes, osg::AllFields);
-            store->setAttributes(index, node, attributes);
-        }
+    std::vector<std::pair<unsigned, osg::NodePtr>> targets;
+    for (const mkNodeItem *row : getTargetNodeItems()) {
+        targets.emplace_back(row->getLayerIndex(), row->getNode());
     }
-    drawTree(true);
-    mkController::setModified(1);
+    change(KeepSelection | MarkModified, [&] {
+        mkRenderLayer *const store = mkStore();
+        for (const auto &[index, node] : targets) {
+            const osg::RaytracingGeoAttachmentPtr attributes = store->getAttributes(index, node);
+            if (attributes != osg::NullFC) {
+                mkSetRenderAttributes(attributes, flags);
+                endEdit(attributes, mkAllFields());
+                store->setAttributes(index, node, attributes);
+            }
+        }
+    });
 } catch (...) {
-    recover("mkNodeListWidget::applyAttributesToSelected");
+    mkReportFailure("mkNodeListWidget::applyAttributesToSelected");
 }

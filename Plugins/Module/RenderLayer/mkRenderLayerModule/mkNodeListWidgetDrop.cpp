@@ -61,20 +61,22 @@ void mkNodeListWidget::acceptDrag(QDragMoveEvent *event)
 }
 
 void mkNodeListWidget::dropEvent(QDropEvent *event)
-try {
+{
     auto *const row = static_cast<mkNodeItem *>(itemAt(event->pos()));
     if (!row) {
         return;
     }
     // A warning may be shown meanwhile, and the panel closed behind it.
     const QPointer<mkNodeListWidget> self(this);
-    row->processDrop(event);
-    if (self) {
-        fitFirstColumn();
+    try {
+        row->processDrop(event);
+        if (self) {
+            fitFirstColumn();
+        }
         mkController::setModified(1);
+    } catch (...) {
+        recover(self, "mkNodeListWidget::dropEvent", MarkModified);
     }
-} catch (...) {
-    recover("mkNodeListWidget::dropEvent");
 }
 
 void mkNodeItem::processDrop(const QDropEvent *event)
@@ -108,7 +110,7 @@ void mkNodeItem::dropNodes(const QDropEvent *event)
         return;
     }
     for (const mkNodePtr &node : nodes) {
-        store->addNode(index, node.get());
+        store->addNode(index, mkUnwrap(node));
     }
     if (tree) {
         tree->rebuildTree(false);
@@ -121,11 +123,9 @@ void mkNodeItem::dropMaterial(const QDropEvent *event)
     const mkNodeListWidget::RowsInUse inUse(tree);
     const mkdMaterial dropped = readDroppedMaterial(event->mimeData(), materialFormat());
     const osg::MaterialPtr material = mkTypeConverter::convertMaterial(dropped);
-    if (!material) {
+    if (material == osg::NullFC) {
         std::cerr << "ERROR dropped" << std::endl;
-        return;
-    }
-    if (tree) {
+    } else if (!inUse.areGone()) {
         tree->setOverrideMaterial(this, material);
     }
 }

@@ -1,14 +1,12 @@
-// Commands on the list of layers, moves, and the selection of scene nodes.
+// Commands on layers: create, rename, duplicate, delete, move, activate. Moves are of nodes as
+// well.
 
+#include "mkColumn.h"
 #include "mkHostAccess.h"
 #include "mkKernel/mkController.h"
-#include "mkKernel/mkScenegraph.h"
-#include "mkKernel/mkSelectionManager.h"
-#include "mkKernelServices/mkScopedUndo.h"
 #include "mkNodeItem.h"
 #include "mkNodeListWidget.h"
 #include "mkOpenSGUtils/mkNodeUtils.h"
-#include "mkRenderAttributes.h"
 
 #include <QMessageBox>
 #include <QSet>
@@ -17,33 +15,21 @@
 
 namespace {
 
-void appendNodesBelow(const mkNodeItem *layer, std::vector<mkNodePtr> &nodes)
-{
-    for (int i = 0; i < layer->childCount(); ++i) {
-        if (const osg::NodePtr node = static_cast<mkNodeItem *>(layer->child(i))->getNode()) {
-            nodes.emplace_back(node);
-        }
-    }
-}
-
 std::vector<std::string> namesOfLayers()
 {
     std::vector<std::string> names;
-    if (const osg::RenderLayersPtr content = mkStore()->getAttachment()) {
-        for (const osg::FieldContainerPtr &entry : content->getLayers()) {
-            if (const osg::RenderLayerPtr layer{ entry }) {
-                names.push_back(layer->getName());
-            }
+    const osg::RenderLayersPtr content = mkStore()->getAttachment();
+    for (std::size_t i = 0; content != osg::NullFC && i < mkLayerCount(content); ++i) {
+        if (const osg::RenderLayerPtr layer = mkLayerAt(content, i); layer != osg::NullFC) {
+            names.push_back(layer->getName());
         }
     }
     return names;
 }
 
-void selectInHost(const std::vector<mkNodePtr> &nodes)
+std::string nameOf(const QTreeWidgetItem *layer)
 {
-    const mkScopedUndo undo(true);
-    mkSelectionManager::selectNodes(nodes);
-    mkScenegraph::scrollToNodes(nodes);
+    return layer->text(mkColumn::Layer).toUtf8().toStdString();
 }
 
 } // namespace
@@ -57,29 +43,24 @@ try {
 }
 
 void mkNodeListWidget::addLayer(const QString &wanted)
-try {
-    const QString name = wanted.isEmpty() ? tr("Layer") : wanted;
-    QSet<QString> taken;
-    for (int i = 0; i < topLevelItemCount(); ++i) {
-        taken.insert(topLevelItem(i)->text(mkColumn::Layer));
-    }
-    if (rebuildPending) {
-        // The rows do not show every layer yet.
-        for (const std::string &layer : namesOfLayers()) {
-            taken.insert(QString::fromStdString(layer));
+{
+    change(FitColumn | MarkModified, [this, name = wanted.isEmpty() ? tr("Layer") : wanted] {
+        QSet<QString> taken;
+        for (int i = 0; i < topLevelItemCount(); ++i) {
+            taken.insert(topLevelItem(i)->text(mkColumn::Layer));
         }
-    }
-    QString candidate = name;
-    for (int counter = 1; taken.contains(candidate); ++counter) {
-        candidate = name + QString::number(counter);
-    }
-    mkStore()->addLayer(candidate.toUtf8().toStdString());
-    rebuildTree(false);
-    fitFirstColumn();
-    mkController::setModified(1);
-} catch (...) {
-    redrawAfterFailure();
-    throw;
+        if (rebuildPending) {
+            // The rows do not show every layer yet.
+            for (const std::string &layer : namesOfLayers()) {
+                taken.insert(QString::fromStdString(layer));
+            }
+        }
+        QString candidate = name;
+        for (int counter = 1; taken.contains(candidate); ++counter) {
+            candidate = name + QString::number(counter);
+        }
+        mkStore()->addLayer(candidate.toUtf8().toStdString());
+    });
 }
 
 void mkNodeListWidget::renameLayer()
@@ -90,201 +71,174 @@ void mkNodeListWidget::renameLayer()
     }
 }
 
-void mkNodeListWidget::changedItem(QTreeWidgetItem *item, int col)
-try {
-    if (col == mkColumn::Layer) {
-        ++firstColumnRevision;
-    }
+void mkNodeListWidget::changedItem(QTreeWidgetItem *item, int)
+{
     auto *const row = static_cast<mkNodeItem *>(item);
     if (!row || !row->isLayer()) {
         return;
     }
-    // The edit is over. Closed now, its editor lives until the event loop below the view, which is
-    // still at work with it; a rebuild under a warning would have it deleted by the warning's loop.
-    suspendEdit();
-    const QString name = row->text(mkColumn::Layer);
-    int namesakes = 0;
-    for (int i = 0; i < topLevelItemCount(); ++i) {
-        if (topLevelItem(i) != row && topLevelItem(i)->text(mkColumn::Layer) == name) {
-            ++namesakes;
-        }
-    }
-    if (!name.isEmpty() && namesakes == 0) {
-        const RowsInUse inUse(this);
-        row->commitLayerName();
-    }
     // The host may close the panel meanwhile.
     const QPointer<mkNodeListWidget> self(this);
-    for (; namesakes > 0; --namesakes) {
-        QMessageBox::warning(nullptr, tr("Render Layer"),
-                             tr("Name is not unique, please choose a different one."),
-                             QMessageBox::Ok, QMessageBox::NoButton);
+    try {
+        // The edit is over. Closed now, its editor lives until the event loop below the view, which
+        // is still at work with it; a rebuild under a warning would have it deleted by the
+        // warning's loop.
+        suspendEdit();
+        const QString name = row->text(mkColumn::Layer);
+        int namesakes = 0;
+        for (int i = 0; i < topLevelItemCount(); ++i) {
+            if (topLevelItem(i) != row && topLevelItem(i)->text(mkColumn::Layer) == name) {
+                ++namesakes;
+            }
+        }
+        if (!name.isEmpty() && namesakes == 0) {
+            const RowsInUse inUse(this);
+            row->commitLayerName();
+        }
+        for (; namesakes > 0; --namesakes) {
+            QMessageBox::warning(nullptr, tr("Render Layer"),
+                                 tr("Name is not unique, please choose a different one."),
+                                 QMessageBox::Ok, QMessageBox::NoButton);
+        }
+        if (self) {
+            fitFirstColumn();
+            rebuildTree(false);
+        }
+    } catch (...) {
+        recover(self, "mkNodeListWidget::changedItem");
     }
-    if (self) {
-        fitFirstColumn();
-        rebuildTree(false);
-    }
-} catch (...) {
-    recover("mkNodeListWidget::changedItem");
 }
 
 void mkNodeListWidget::duplicateLayer()
 try {
-    const RowsInUse inUse(this);
-    const Rows layers = getSelectedLayerItems();
-    if (layers.empty()) {
+    std::vector<std::pair<unsigned, std::string>> sources;
+    for (const mkNodeItem *row : getSelectedLayerItems()) {
+        sources.emplace_back(row->getLayerIndex(), nameOf(row));
+    }
+    if (sources.empty()) {
         return;
     }
-    std::vector<std::string> taken = namesOfLayers();
-    for (const mkNodeItem *row : layers) {
-        const std::string base = row->text(mkColumn::Layer).toUtf8().toStdString();
-        taken.push_back(mkNodeUtils::getUniqueName(base, taken));
-        osg::RenderLayerPtr copy;
-        mkStore()->copyLayer(row->getLayerIndex(), taken.back(), &copy);
-    }
-    drawTree(false);
-    fitFirstColumn();
-    mkController::setModified(1);
+    change(FitColumn | MarkModified, [&sources] {
+        std::vector<std::string> taken = namesOfLayers();
+        for (const auto &[index, name] : sources) {
+            taken.push_back(mkNodeUtils::getUniqueName(name, taken));
+            osg::RenderLayerPtr copy;
+            mkStore()->copyLayer(index, taken.back(), &copy);
+        }
+    });
 } catch (...) {
-    recover("mkNodeListWidget::duplicateLayer");
+    mkReportFailure("mkNodeListWidget::duplicateLayer");
+}
+
+void mkNodeListWidget::deleteSelected()
+{
+    const QPointer<mkNodeListWidget> self(this);
+    deleteLayers();
+    if (self) {
+        deleteNodes();
+    }
+}
+
+QStringList mkNodeListWidget::getSelectedLayerNames() const
+{
+    QStringList names;
+    for (const mkNodeItem *layer : getSelectedLayerItems()) {
+        names += layer->text(mkColumn::Layer);
+    }
+    return names;
+}
+
+void mkNodeListWidget::deleteLayers()
+try {
+    const QStringList names = getSelectedLayerNames();
+    if (names.isEmpty()) {
+        return;
+    }
+    change(KeepSelection | MarkModified, [&names] {
+        for (const QString &name : names) {
+            mkStore()->subLayer(name.toUtf8().toStdString());
+        }
+    });
+} catch (...) {
+    mkReportFailure("mkNodeListWidget::deleteLayers");
 }
 
 void mkNodeListWidget::moveUpNode()
 try {
     move(Direction::Up);
 } catch (...) {
-    recover("mkNodeListWidget::moveUpNode");
+    mkReportFailure("mkNodeListWidget::moveUpNode");
 }
 
 void mkNodeListWidget::moveDownNode()
 try {
     move(Direction::Down);
 } catch (...) {
-    recover("mkNodeListWidget::moveDownNode");
+    mkReportFailure("mkNodeListWidget::moveDownNode");
 }
 
 void mkNodeListWidget::move(Direction direction)
 {
-    if (!selectionModel()->hasSelection()) {
-        return;
-    }
-    const RowsInUse inUse(this);
     std::vector<Rows> groups;
     const std::size_t nodes = getSelectedNodeItemsByLayer(groups);
     const Rows layers = getSelectedLayerItems();
-    if (nodes > 0 && !layers.empty()) {
-        return;
-    }
     const std::size_t total = nodes + layers.size();
-    if (total == 1) {
-        const mkNodeItem *const row = getFirstSelectedItem();
-        if (!row) {
-            return;
-        }
-        moveInStore(row, row->getLayerIndex(), direction);
-    } else if (!(layers.empty() ? moveNodes(groups, direction) : moveLayers(layers, direction))) {
+    if (total == 0 || (nodes > 0 && !layers.empty())) {
         return;
     }
-    drawTree(total >= 2);
-}
+    if (total == 1) {
+        groups = { { getFirstSelectedItem() } };
+    } else if (!layers.empty()) {
+        groups = { layers };
+    }
 
-bool mkNodeListWidget::moveLayers(const Rows &layers, Direction direction)
-{
+    struct Step
+    {
+        bool isLayer;
+        unsigned layer;
+        osg::NodePtr node;
+    };
+    std::vector<Step> steps;
     const bool up = direction == Direction::Up;
-    if (up ? !getPreviousSibling(layers.front()) : !getNextSibling(layers.back())) {
-        return false;
-    }
-    // The one that moves into the gap goes first, so that the other indices stay valid.
-    Rows ordered = layers;
-    if (!up) {
-        std::reverse(ordered.begin(), ordered.end());
-    }
-    for (const mkNodeItem *row : ordered) {
-        moveInStore(row, row->getLayerIndex(), direction);
-    }
-    return true;
-}
-
-bool mkNodeListWidget::moveNodes(const std::vector<Rows> &groups, Direction direction)
-{
-    const bool up = direction == Direction::Up;
-    bool moved = false;
-    for (Rows group : groups) {
-        if (up ? !getPreviousSibling(group.front()) : !getNextSibling(group.back())) {
+    for (Rows &group : groups) {
+        // A single row is not tested: the store refuses to move it past an end.
+        if (total > 1 && !(up ? getPreviousSibling(group.front()) : getNextSibling(group.back()))) {
             continue;
         }
+        // The row that moves into the gap goes first, so that the other indices stay valid.
         if (!up) {
             std::reverse(group.begin(), group.end());
         }
         for (const mkNodeItem *row : group) {
-            moveInStore(row, row->getLayerIndex(), direction);
+            steps.push_back({ row->isLayer(), row->getLayerIndex(), row->getNode() });
         }
-        moved = true;
     }
-    return moved;
+    if (steps.empty()) {
+        return;
+    }
+    change(total > 1 ? KeepSelection : 0, [&steps, up] {
+        for (const Step &step : steps) {
+            mkRenderLayer *const store = mkStore();
+            if (step.isLayer) {
+                up ? store->moveUpLayer(step.layer) : store->moveDownLayer(step.layer);
+            } else {
+                up ? store->moveUpNode(step.layer, step.node)
+                   : store->moveDownNode(step.layer, step.node);
+            }
+        }
+    });
 }
 
-void mkNodeListWidget::moveInStore(const mkNodeItem *row, unsigned layerIndex, Direction direction)
+void mkNodeListWidget::activateSelected()
 {
-    mkRenderLayer *const store = mkStore();
-    if (direction == Direction::Up) {
-        row->isLayer() ? store->moveUpLayer(layerIndex)
-                       : store->moveUpNode(layerIndex, row->getNode());
-    } else {
-        row->isLayer() ? store->moveDownLayer(layerIndex)
-                       : store->moveDownNode(layerIndex, row->getNode());
-    }
-}
-
-void mkNodeListWidget::selectNodes()
-try {
-    if (!selectionModel()->hasSelection()) {
-        return;
-    }
-    const RowsInUse inUse(this);
-    const Rows nodeRows = selectedRows(false);
-    const Rows layers = getSelectedLayerItems();
-    std::vector<mkNodePtr> nodes;
-    if (nodeRows.size() + layers.size() < 2) {
-        const mkNodeItem *const row = getFirstSelectedItem();
-        if (!row) {
-            return;
-        }
-        if (const osg::NodePtr node = row->getNode()) {
-            const mkScopedUndo undo(true);
-            mkSelectionManager::selectNode(node);
-            return;
-        }
-        appendNodesBelow(row, nodes);
-        selectInHost(nodes);
-        return;
-    }
-
-    const QSet<const QTreeWidgetItem *> selectedLayers(layers.begin(), layers.end());
-    for (const mkNodeItem *row : nodeRows) {
-        const osg::NodePtr node = row->getNode();
-        if (node && !selectedLayers.contains(row->parent())) {
-            nodes.emplace_back(node);
+    {
+        const RowsInUse inUse(this);
+        for (const mkNodeItem *row : selectedRows(true)) {
+            if (inUse.areGone()) {
+                break;
+            }
+            row->activate();
         }
     }
-    for (const mkNodeItem *layer : layers) {
-        appendNodesBelow(layer, nodes);
-    }
-    selectInHost(nodes);
-} catch (...) {
-    mkReportFailure("mkNodeListWidget::selectNodes");
-}
-
-void mkNodeListWidget::addNodeToLayer(const osg::NodePtr &node, const char *layerName)
-try {
-    if (!node || !layerName) {
-        return;
-    }
-    mkStore()->addNode(std::string(layerName), node);
-    rebuildTree(false);
-    fitFirstColumn();
-    mkController::setModified(1);
-} catch (...) {
-    redrawAfterFailure();
-    throw;
+    mkController::updateRender(false);
 }

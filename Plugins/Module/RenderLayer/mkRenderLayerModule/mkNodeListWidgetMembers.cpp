@@ -1,73 +1,34 @@
-// Commands that take layers and nodes out, put scene nodes in, and clean up.
+// Commands on the nodes of layers: put in, take out, clean up, select in the scene.
 
 #include "mkHostAccess.h"
-#include "mkKernel/mkController.h"
 #include "mkKernel/mkScenegraph.h"
+#include "mkKernel/mkSelectionManager.h"
+#include "mkKernelServices/mkScopedUndo.h"
 #include "mkNodeItem.h"
 #include "mkNodeListWidget.h"
-#include "mkRenderAttributes.h"
 
-void mkNodeListWidget::deleteSelected()
-try {
-    removeSelectedLayers();
-    removeSelectedNodes();
-} catch (...) {
-    recover("mkNodeListWidget::deleteSelected");
-}
+#include <QSet>
 
-void mkNodeListWidget::deleteLayers()
-try {
-    removeSelectedLayers();
-} catch (...) {
-    recover("mkNodeListWidget::deleteLayers");
-}
+namespace {
 
-void mkNodeListWidget::deleteNodes()
-try {
-    removeSelectedNodes();
-} catch (...) {
-    recover("mkNodeListWidget::deleteNodes");
-}
-
-QStringList mkNodeListWidget::getSelectedLayerNames() const
+void appendNodesBelow(const mkNodeItem *layer, std::vector<mkNodePtr> &nodes)
 {
-    QStringList names;
-    for (const mkNodeItem *layer : getSelectedLayerItems()) {
-        names += layer->text(mkColumn::Layer);
+    for (int i = 0; i < layer->childCount(); ++i) {
+        const osg::NodePtr node = static_cast<mkNodeItem *>(layer->child(i))->getNode();
+        if (node != osg::NullFC) {
+            nodes.emplace_back(node);
+        }
     }
-    return names;
 }
 
-void mkNodeListWidget::removeSelectedLayers()
+void selectInHost(const std::vector<mkNodePtr> &nodes)
 {
-    const QStringList names = getSelectedLayerNames();
-    if (names.isEmpty()) {
-        return;
-    }
-    // A message about one of the removals must not cost the selected nodes their selection: they
-    // are removed next.
-    const RowsInUse inUse(this);
-    for (const QString &name : names) {
-        mkStore()->subLayer(name.toUtf8().toStdString());
-    }
-    drawTree(true);
-    mkController::setModified(1);
+    const mkScopedUndo undo(true);
+    mkSelectionManager::selectNodes(nodes);
+    mkScenegraph::scrollToNodes(nodes);
 }
 
-void mkNodeListWidget::removeSelectedNodes()
-{
-    const RowsInUse inUse(this);
-    const Rows rows = selectedRows(false);
-    // Rows whose redrawing after the removal of layers was put off name the wrong layers.
-    if (rows.empty() || rebuildPending) {
-        return;
-    }
-    for (const mkNodeItem *row : rows) {
-        mkStore()->subNode(row->getLayerIndex(), row->getNode());
-    }
-    drawTree(false);
-    mkController::setModified(1);
-}
+} // namespace
 
 mkNodeListWidget::Rows mkNodeListWidget::getTargetLayerItems() const
 {
@@ -83,30 +44,95 @@ mkNodeListWidget::Rows mkNodeListWidget::getTargetLayerItems() const
 
 void mkNodeListWidget::addSelectedNodes()
 try {
-    const RowsInUse inUse(this);
-    const Rows targets = getTargetLayerItems();
+    std::vector<unsigned> targets;
+    for (const mkNodeItem *layer : getTargetLayerItems()) {
+        targets.push_back(layer->getLayerIndex());
+    }
     if (targets.empty()) {
         return;
     }
-    const std::vector<mkNodePtr> nodes = mkScenegraph::getSelectedRootNodes();
-    for (const mkNodeItem *layer : targets) {
-        const unsigned index = layer->getLayerIndex();
-        for (const mkNodePtr &node : nodes) {
-            mkStore()->addNode(index, node.get());
+    change(FitColumn | MarkModified, [&targets] {
+        const std::vector<mkNodePtr> nodes = mkScenegraph::getSelectedRootNodes();
+        for (const unsigned layer : targets) {
+            for (const mkNodePtr &node : nodes) {
+                mkStore()->addNode(layer, mkUnwrap(node));
+            }
         }
-    }
-    drawTree(false);
-    fitFirstColumn();
-    mkController::setModified(1);
+    });
 } catch (...) {
-    recover("mkNodeListWidget::addSelectedNodes");
+    mkReportFailure("mkNodeListWidget::addSelectedNodes");
+}
+
+void mkNodeListWidget::addNodeToLayer(const osg::NodePtr &node, const char *layerName)
+{
+    if (node != osg::NullFC && layerName) {
+        change(FitColumn | MarkModified, [&] { mkStore()->addNode(std::string(layerName), node); });
+    }
+}
+
+void mkNodeListWidget::deleteNodes()
+try {
+    std::vector<std::pair<unsigned, osg::NodePtr>> members;
+    for (const mkNodeItem *row : selectedRows(false)) {
+        members.emplace_back(row->getLayerIndex(), row->getNode());
+    }
+    // Rows whose redrawing after the removal of layers was put off name the wrong layers.
+    if (members.empty() || rebuildPending) {
+        return;
+    }
+    change(MarkModified, [&members] {
+        for (const auto &[layer, node] : members) {
+            mkStore()->subNode(layer, node);
+        }
+    });
+} catch (...) {
+    mkReportFailure("mkNodeListWidget::deleteNodes");
 }
 
 void mkNodeListWidget::cleanup()
 try {
-    const mkNodePtr root = mkScenegraph::getRootNode();
-    mkStore()->cleanup(root.get());
-    rebuildTree(false);
+    change(0, [] {
+        const mkNodePtr root = mkScenegraph::getRootNode();
+        mkStore()->cleanup(mkUnwrap(root));
+    });
 } catch (...) {
-    recover("mkNodeListWidget::cleanup");
+    mkReportFailure("mkNodeListWidget::cleanup");
+}
+
+void mkNodeListWidget::selectNodes()
+try {
+    if (!selectionModel()->hasSelection()) {
+        return;
+    }
+    const Rows nodeRows = selectedRows(false);
+    const Rows layers = getSelectedLayerItems();
+    std::vector<mkNodePtr> nodes;
+    if (nodeRows.size() + layers.size() < 2) {
+        const mkNodeItem *const row = getFirstSelectedItem();
+        if (!row) {
+            return;
+        }
+        if (const osg::NodePtr node = row->getNode(); node != osg::NullFC) {
+            const mkScopedUndo undo(true);
+            mkSelectionManager::selectNode(node);
+            return;
+        }
+        appendNodesBelow(row, nodes);
+        selectInHost(nodes);
+        return;
+    }
+
+    const QSet<const QTreeWidgetItem *> selectedLayers(layers.begin(), layers.end());
+    for (const mkNodeItem *row : nodeRows) {
+        const osg::NodePtr node = row->getNode();
+        if (node != osg::NullFC && !selectedLayers.contains(row->parent())) {
+            nodes.emplace_back(node);
+        }
+    }
+    for (const mkNodeItem *layer : layers) {
+        appendNodesBelow(layer, nodes);
+    }
+    selectInHost(nodes);
+} catch (...) {
+    mkReportFailure("mkNodeListWidget::selectNodes");
 }

@@ -1,5 +1,7 @@
 #include "mkRenderAttributes.h"
 
+#include "mkHostAccess.h"
+
 #include <QtGlobal>
 
 using Attributes = osg::RaytracingGeoAttachmentBase;
@@ -33,6 +35,25 @@ void mkSetRenderAttributes(const osg::RaytracingGeoAttachmentPtr &attributes,
                            const mkRenderAttributeFlags &flags)
 {
     for (std::size_t i = 0; i < flags.size(); ++i) {
-        ((*attributes).*mkRenderAttributes[i].set)(flags[i]);
+        (attributes.operator->()->*mkRenderAttributes[i].set)(flags[i]);
     }
+}
+
+osg::RaytracingGeoAttachmentPtr mkFindAttributes(const osg::NodePtr &node)
+{
+    if (node == osg::NullFC) {
+        return osg::NullFC;
+    }
+    return mkAsAttributes(node->findAttachment(mkAttributesGroup(), 0));
+}
+
+osg::RaytracingGeoAttachmentPtr mkFindOrCreateAttributes(const osg::NodePtr &node)
+{
+    osg::RaytracingGeoAttachmentPtr attributes = mkFindAttributes(node);
+    if (attributes == osg::NullFC) {
+        attributes = osg::RaytracingGeoAttachmentBase::create();
+        node->addAttachment(attributes, 0);
+        endEdit(node, osg::AttachmentContainer::AttachmentsFieldMask);
+    }
+    return attributes;
 }

@@ -1,19 +1,9 @@
 #pragma once
 
+#include "OSGSystem/Node.h"
 #include "mkOpenSGExt/RaytracingGeoAttachment.h"
 
 #include <array>
-
-/// The tree's columns.
-namespace mkColumn {
-enum Column {
-    Layer = 0,
-    FirstAttribute = 1,
-    LastAttribute = 11,
-    OverrideMaterial = 12,
-    Count = 13,
-};
-}
 
 /// One boolean render attribute: where the tree shows it and how it is read and written.
 struct mkRenderAttribute
@@ -23,6 +13,12 @@ struct mkRenderAttribute
     const char *header;
     bool &(osg::RaytracingGeoAttachmentBase::*get)();
     void (osg::RaytracingGeoAttachmentBase::*set)(const bool &);
+
+    /// `attributes` is not null.
+    bool isOn(const osg::RaytracingGeoAttachmentPtr &attributes) const
+    {
+        return (attributes.operator->()->*get)();
+    }
 };
 
 constexpr std::size_t mkRenderAttributeCount = 11;
@@ -34,3 +30,8 @@ extern const std::array<mkRenderAttribute, mkRenderAttributeCount> mkRenderAttri
 /// Writes all flags, in the table's order; sends no notification. `attributes` is not null.
 void mkSetRenderAttributes(const osg::RaytracingGeoAttachmentPtr &attributes,
                            const mkRenderAttributeFlags &flags);
+
+/// The render attributes that the node itself carries; null when there are none or for null.
+osg::RaytracingGeoAttachmentPtr mkFindAttributes(const osg::NodePtr &node);
+/// The same, made and attached where there are none. `node` is not null.
+osg::RaytracingGeoAttachmentPtr mkFindOrCreateAttributes(const osg::NodePtr &node);

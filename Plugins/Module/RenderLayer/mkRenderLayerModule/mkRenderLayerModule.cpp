@@ -1,7 +1,6 @@
 #include "mkRenderLayerModule.h"
 
 #include "OSGSystem/NFIOBase.h"
-#include "mkEndEdit.h"
 #include "mkHostAccess.h"
 #include "mkIconManager/mkIconManager.h"
 #include "mkKernel/mkController.h"
@@ -24,7 +23,9 @@
 
 namespace {
 
-constexpr quint64 wantedMessages = mkMessage::SceneLoaded | mkMessage::SceneMerged;
+/// Ids of the messages that follow the reading of scene data: into a new scene, into the open one.
+constexpr quint64 sceneRead = 0x10;
+constexpr quint64 sceneMerged = 0x8000;
 
 constexpr char materialRenamed[] = "materialRenamed";
 constexpr char updateLayers[] = "mkRenderLayerModuleUpdateLayers";
@@ -43,7 +44,7 @@ void registerActionType()
 QPointer<mkRenderLayerGUIW> mkRenderLayerModule::panel;
 
 mkRenderLayerModule::mkRenderLayerModule()
-    : mkModuleBase("Render Layer", "Rendering", wantedMessages, nullptr)
+    : mkModuleBase("Render Layer", "Rendering", sceneRead | sceneMerged, nullptr)
 {
     // A construction that fails is tried again: it leaves nothing behind.
     auto undo = qScopeGuard([] {
@@ -70,12 +71,15 @@ mkRenderLayerModule::~mkRenderLayerModule()
 
 void mkRenderLayerModule::unsubscribe() noexcept
 {
-    try {
-        mkController::subCB(materialRenamed, materialRenamedCB);
-        mkController::subCB(updateLayers, updateLayersCB);
-        mkController::subCB(changedTransformation, changedTransformationCB);
-    } catch (...) {
-        mkReportFailure("mkRenderLayerModule::unsubscribe");
+    const auto subscriptions = { std::make_pair(materialRenamed, &materialRenamedCB),
+                                 std::make_pair(updateLayers, &updateLayersCB),
+                                 std::make_pair(changedTransformation, &changedTransformationCB) };
+    for (const auto &[message, callback] : subscriptions) {
+        try {
+            mkController::subCB(message, callback);
+        } catch (...) {
+            mkReportFailure("mkRenderLayerModule::unsubscribe");
+        }
     }
 }
 
@@ -89,12 +93,14 @@ void mkRenderLayerModule::initialised() {}
 bool mkRenderLayerModule::receivedMessage(mkMessage &message)
 {
     try {
-        if (message.id() != mkMessage::SceneLoaded && message.id() != mkMessage::SceneMerged) {
+        if (message.id() != sceneRead && message.id() != sceneMerged) {
             return false;
         }
         if (panel) {
             panel->_layer->rebuildTree(false);
-            panel->_layer->resizeColumnToContents(mkColumn::Layer);
+        }
+        if (panel) {
+            panel->_layer->resizeFirstColumn();
         }
         updateStoredRenderStateIds();
     } catch (...) {
@@ -107,10 +113,11 @@ void mkRenderLayerModule::updateStoredRenderStateIds()
 {
     const auto &containers = osg::NFIOBase::getFieldContainerMap();
     osg::traverse(mkScenegraph::getRoot(), [&containers](const osg::NodePtr &node) {
-        if (!node) {
+        if (node == osg::NullFC) {
             return osg::Action::Skip;
         }
-        if (const osg::RaytracingGeoAttachmentPtr attributes = mkFindAttributes(node)) {
+        const osg::RaytracingGeoAttachmentPtr attributes = mkFindAttributes(node);
+        if (attributes != osg::NullFC) {
             attributes->updateRenderLayerStateIds(containers);
         }
         return osg::Action::Continue;
@@ -192,7 +199,7 @@ void mkRenderLayerModule::createQuickActions()
 
     for (QAction *action :
          { createLayer, duplicateLayer, selectNodes, deleteSelected, resetLayer, activateLayer }) {
-        toolBar->appendAction(action);
+        toolBar->addAction(action);
     }
     menu->addSeparator();
     menu->addAction(activateLayer);

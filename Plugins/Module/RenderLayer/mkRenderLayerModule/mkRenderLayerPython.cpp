@@ -19,7 +19,9 @@ struct GuiThreadOnly : python::default_call_policies
     template <typename Arguments>
     static bool precall(const Arguments &)
     {
-        if (QThread::currentThread() == QCoreApplication::instance()->thread()) {
+        // Without an application there is no thread to tell apart.
+        const QCoreApplication *const application = QCoreApplication::instance();
+        if (!application || application->thread() == QThread::currentThread()) {
             return true;
         }
         PyErr_SetString(PyExc_RuntimeError, "Render layers are for the main thread only.");
@@ -166,11 +168,15 @@ BOOST_PYTHON_MODULE(mkRenderLayerModule)
 
 namespace {
 
+/// Levels of the host's start-up.
+constexpr int beforeInterpreter = 0;
+constexpr int afterInterpreter = 1;
+
 void registerPython(mkPythonRegisterFactory::Level level)
 {
-    if (level == mkPythonRegisterFactory::BeforeInterpreter) {
+    if (level == beforeInterpreter) {
         PyImport_AppendInittab("mkRenderLayerModule", &PyInit_mkRenderLayerModule);
-    } else if (level == mkPythonRegisterFactory::AfterInterpreter) {
+    } else if (level == afterInterpreter) {
         mkScript::run("import mkRenderLayerModule");
         mkScript::run("from mkRenderLayerModule import *");
     }

@@ -1,7 +1,7 @@
 // The operations that scripts call.
 
-#include "OSGSystem/Geometry.h"
-#include "mkEndEdit.h"
+#include "mkColumn.h"
+#include "mkHostAccess.h"
 #include "mkKernel/mkScenegraph.h"
 #include "mkNodeItem.h"
 #include "mkOpenSGUtils/mkMaterials.h"
@@ -57,7 +57,7 @@ void mkRenderLayerModule::addNodesToRenderLayer(const std::vector<mkNodePtr> &no
 {
     for (const mkNodePtr &node : nodes) {
         if (panel) {
-            panel->_layer->addNodeToLayer(node.get(), layerName);
+            panel->_layer->addNodeToLayer(mkUnwrap(node), layerName);
         }
     }
 }
@@ -68,25 +68,30 @@ void mkRenderLayerModule::activateRenderLayer(const char *name)
         return;
     }
     const QPointer<mkNodeListWidget> tree = panel->_layer;
+    tree->catchUp();
     const QString text = QString::fromUtf8(name);
-    const std::vector<RowPosition> matches = findRows(tree, text);
+    const std::vector<RowPosition> matches = tree ? findRows(tree, text)
+                                                  : std::vector<RowPosition>();
     for (const RowPosition position : matches) {
         // Activation runs host code, which may rebuild the tree: rows are fetched anew.
         QTreeWidgetItem *const row = tree ? rowAt(tree, position) : nullptr;
         if (row && row->text(mkColumn::Layer) == text) {
             tree->makeCurrent(row);
+            row->setSelected(true);
             tree->activateSelected();
         }
     }
     if (matches.empty()) {
-        tree->clearSelection();
+        if (tree) {
+            tree->clearSelection();
+        }
         mkLog::error("mkRenderLayerModule::activateRenderLayer: Couldn't find layer '%s'!", name);
     }
 }
 
 void mkRenderLayerModule::resetRenderLayers()
 {
-    mkNodeUtils::resetRenderLayerAttributes(mkScenegraph::getRootNode().get());
+    mkNodeUtils::resetRenderLayerAttributes(mkUnwrap(mkScenegraph::getRootNode()));
 }
 
 void mkRenderLayerModule::setNodeVisibilityFlags(
@@ -95,29 +100,26 @@ void mkRenderLayerModule::setNodeVisibilityFlags(
     bool doubleSided, bool visibleForPhotons, bool visibleForShadowMaterial,
     bool useOverrideMaterial, const std::string &overrideMaterial)
 {
-    if (!node) {
+    if (node == osg::NullFC) {
         return;
     }
-    osg::MaterialPtr material;
+    osg::MaterialPtr material = osg::NullFC;
     if (useOverrideMaterial) {
-        material = mkMaterials::findMaterial(overrideMaterial.c_str()).get();
+        material = mkUnwrap(mkMaterials::findMaterial(overrideMaterial.c_str()));
     }
     const osg::RaytracingGeoAttachmentPtr attributes = mkFindOrCreateAttributes(node);
-    if (!attributes) {
-        return;
-    }
     mkSetRenderAttributes(attributes,
                           { visible, visibleInAlpha, primaryVisibility, visibleInReflections,
                             visibleInRefractions, castShadows, receiveShadows, doubleSided,
                             visibleForPhotons, visibleForShadowMaterial, useOverrideMaterial });
     attributes->setOverrideMaterial(material);
-    endEdit(attributes, osg::AllFields);
+    endEdit(attributes, mkAllFields());
     mkNodeUtils::applyRenderLayerAttributes(node, attributes);
 }
 
 void mkRenderLayerModule::resetNodeVisibilityFlags(const osg::NodePtr &node)
 {
-    if (node) {
+    if (node != osg::NullFC) {
         mkNodeUtils::resetRenderLayerAttributes(node);
     }
 }
@@ -128,14 +130,14 @@ void mkRenderLayerModule::activateRenderLayerState(const char *name)
         return;
     }
     osg::traverse(mkScenegraph::getRoot(), [state = std::string(name)](const osg::NodePtr &node) {
-        if (!node) {
+        if (node == osg::NullFC) {
             return osg::Action::Skip;
         }
-        if (!osg::Ptr<osg::DrawableBase>(node->getCore())) {
+        if (!mkIsDrawable(node)) {
             return osg::Action::Continue;
         }
         const osg::RaytracingGeoAttachmentPtr attributes = mkFindAttributes(node);
-        if (!attributes) {
+        if (attributes == osg::NullFC) {
             return osg::Action::Continue;
         }
         if (attributes->restoreState(state)) {
