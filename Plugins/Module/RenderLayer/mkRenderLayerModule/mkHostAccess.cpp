@@ -39,6 +39,12 @@ Handle castTo(const osg::FieldContainerType &wanted, const osg::FieldContainerPt
     return isOfType(container, wanted) ? Handle(container) : Handle(osg::NullFC);
 }
 
+osg::RaytracingGeoAttachmentPtr asAttributes(const osg::FieldContainerPtr &container)
+{
+    return castTo<osg::RaytracingGeoAttachmentPtr>(osg::RaytracingGeoAttachmentBase::_type,
+                                                   container);
+}
+
 } // namespace
 
 mkRenderLayer *mkStore()
@@ -109,15 +115,11 @@ osg::MaterialPtr mkUnwrap(const mkMaterialPtr &material)
     return material.get();
 }
 
-osg::RaytracingGeoAttachmentPtr mkAsAttributes(const osg::FieldContainerPtr &container)
+osg::RaytracingGeoAttachmentPtr mkFindAttributes(const osg::NodePtr &node)
 {
-    return castTo<osg::RaytracingGeoAttachmentPtr>(osg::RaytracingGeoAttachmentBase::_type,
-                                                   container);
-}
-
-quint32 mkAttributesGroup()
-{
-    return osg::RaytracingGeoAttachmentBase::_type.getGroupId();
+    const std::uint32_t group = osg::RaytracingGeoAttachmentBase::_type.getGroupId();
+    return node == osg::NullFC ? osg::RaytracingGeoAttachmentPtr(osg::NullFC)
+                               : asAttributes(node->findAttachment(group, 0));
 }
 
 std::size_t mkLayerCount(const osg::RenderLayersPtr &content)
@@ -147,6 +149,6 @@ osg::NodePtr mkNodeAt(const osg::RenderLayerPtr &layer, std::size_t index)
 osg::RaytracingGeoAttachmentPtr mkAttributesAt(const osg::RenderLayerPtr &layer, std::size_t index)
 {
     const auto &attributes = layer->getAttributes();
-    return index < attributes.size() ? mkAsAttributes(attributes[index])
+    return index < attributes.size() ? asAttributes(attributes[index])
                                      : osg::RaytracingGeoAttachmentPtr(osg::NullFC);
 }

@@ -39,10 +39,8 @@ bool mkIsDrawable(const osg::NodePtr &node);
 osg::NodePtr mkUnwrap(const mkNodePtr &node);
 osg::MaterialPtr mkUnwrap(const mkMaterialPtr &material);
 
-/// `container` as render attributes; null when it is null or something else.
-osg::RaytracingGeoAttachmentPtr mkAsAttributes(const osg::FieldContainerPtr &container);
-/// The attachment group of render attributes.
-quint32 mkAttributesGroup();
+/// The render attributes that the node itself carries; null when there are none or for null.
+osg::RaytracingGeoAttachmentPtr mkFindAttributes(const osg::NodePtr &node);
 
 // The store's content. Entries past the end, and those of another type, are null.
 

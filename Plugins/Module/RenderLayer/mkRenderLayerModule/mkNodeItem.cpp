@@ -36,8 +36,6 @@ QString nameOf(const osg::NodePtr &node)
 mkAttributeCells::mkAttributeCells()
     : onText(QCoreApplication::translate("RenderLayer", "On"))
     , offText(QCoreApplication::translate("RenderLayer", "Off"))
-    , yes(true)
-    , no(false)
     , empty(QCoreApplication::translate("mkNodeItem", "Empty"))
     , none(QVariant::fromValue(QIcon()))
 {}
@@ -115,7 +113,7 @@ void mkNodeItem::updateAttributes(const osg::RaytracingGeoAttachmentPtr &attribu
     for (const mkRenderAttribute &attribute : mkRenderAttributes) {
         const bool value = attribute.isOn(attributes);
         setData(attribute.column, Qt::DisplayRole, cells.text(value));
-        setData(attribute.column, Qt::UserRole, cells.value(value));
+        setData(attribute.column, Qt::UserRole, QVariant(value));
     }
     updateOverrideMaterial(attributes, cells);
 }

@@ -16,7 +16,6 @@ public:
     mkAttributeCells();
 
     const QVariant &text(bool on) const { return on ? onText : offText; }
-    const QVariant &value(bool on) const { return on ? yes : no; }
     const QVariant &emptyText() const { return empty; }
     const QVariant &noIcon() const { return none; }
     /// The clear button; made when it is first asked for.
@@ -27,8 +26,6 @@ public:
 private:
     QVariant onText;
     QVariant offText;
-    QVariant yes;
-    QVariant no;
     QVariant empty;
     QVariant none;
     QVariant button;

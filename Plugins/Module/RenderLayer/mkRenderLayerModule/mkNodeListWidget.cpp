@@ -63,38 +63,28 @@ void mkNodeListWidget::createActions()
     contextMenu->setTearOffEnabled(true);
 
     // The actions bind no keys: keyPressEvent does. The menu only shows them.
-    const auto add = [this](const QString &text, const char *slot) {
-        return contextMenu->addAction(text, this, slot, QKeySequence());
+    const auto add = [this](const QString &text, const char *slot, int key = 0,
+                            Qt::KeyboardModifiers modifiers = Qt::ControlModifier) {
+        const QString keyText = key ? mkShortcut::convertKey(key, modifiers, false) : QString();
+        return contextMenu->addAction(text + keyText, this, slot, QKeySequence());
     };
-    const auto keyText = [](int key, Qt::KeyboardModifiers modifiers) {
-        return mkShortcut::convertKey(key, modifiers, false);
-    };
-
     createLayerAction = add(tr("Create Layer"), SLOT(createLayer()));
-    renameLayerAction = add(tr("Rename Layer\t") + keyText(Qt::Key_R, Qt::ControlModifier),
-                            SLOT(renameLayer()));
-    deleteAction = add(tr("Delete\t") + keyText(Qt::Key_Delete, Qt::NoModifier),
-                       SLOT(deleteSelected()));
-    duplicateLayerAction = add(tr("Duplicate Layer\t") + keyText(Qt::Key_D, Qt::ControlModifier),
-                               SLOT(duplicateLayer()));
-    selectAllAction = add(tr("Select All\t") + keyText(Qt::Key_A, Qt::ControlModifier),
-                          SLOT(clickedSelectAll()));
-    moveUpAction = add(tr("Move Up\t") + keyText(Qt::Key_Up, Qt::ControlModifier),
-                       SLOT(moveUpNode()));
-    moveDownAction = add(tr("Move Down\t") + keyText(Qt::Key_Down, Qt::ControlModifier),
-                         SLOT(moveDownNode()));
+    renameLayerAction = add(tr("Rename Layer\t"), SLOT(renameLayer()), Qt::Key_R);
+    deleteAction = add(tr("Delete\t"), SLOT(deleteSelected()), Qt::Key_Delete, Qt::NoModifier);
+    duplicateLayerAction = add(tr("Duplicate Layer\t"), SLOT(duplicateLayer()), Qt::Key_D);
+    selectAllAction = add(tr("Select All\t"), SLOT(clickedSelectAll()), Qt::Key_A);
+    moveUpAction = add(tr("Move Up\t"), SLOT(moveUpNode()), Qt::Key_Up);
+    moveDownAction = add(tr("Move Down\t"), SLOT(moveDownNode()), Qt::Key_Down);
     contextMenu->addSeparator();
     applyAttributesAction = add(tr("Apply Attributes to Selected ..."),
                                 SLOT(applyAttributesToSelected()));
     contextMenu->addSeparator();
     addSelectedNodesAction = add(tr("Add Selected Nodes"), SLOT(addSelectedNodes()));
-    selectNodesAction = add(tr("Select Nodes\t") + keyText(Qt::Key_N, Qt::ControlModifier),
-                            SLOT(selectNodes()));
+    selectNodesAction = add(tr("Select Nodes\t"), SLOT(selectNodes()), Qt::Key_N);
     contextMenu->addSeparator();
     cleanupAction = add(tr("Cleanup"), SLOT(cleanup()));
-    clearOverrideMaterialAction = contextMenu->addAction(QIcon(mkIconManager::get(
-                                                             "General/DeleteOffNormal.svg")),
-                                                         tr("Clear Override Material"), this,
+    const QIcon cross(mkIconManager::get("General/DeleteOffNormal.svg"));
+    clearOverrideMaterialAction = contextMenu->addAction(cross, tr("Clear Override Material"), this,
                                                          SLOT(clearOverrideMaterial()),
                                                          QKeySequence());
 }
@@ -335,21 +325,14 @@ mkNodeItem *mkNodeListWidget::getFirstSelectedItem() const
 
 mkNodeItem *mkNodeListWidget::getPreviousSibling(const mkNodeItem *item) const
 {
-    return getSibling(item, -1);
+    const QModelIndex index = indexFromItem(item);
+    return static_cast<mkNodeItem *>(itemFromIndex(index.siblingAtRow(index.row() - 1)));
 }
 
 mkNodeItem *mkNodeListWidget::getNextSibling(const mkNodeItem *item) const
 {
-    return getSibling(item, 1);
-}
-
-mkNodeItem *mkNodeListWidget::getSibling(const mkNodeItem *item, int step) const
-{
-    if (!item) {
-        return nullptr;
-    }
     const QModelIndex index = indexFromItem(item);
-    return static_cast<mkNodeItem *>(itemFromIndex(index.sibling(index.row() + step, 0)));
+    return static_cast<mkNodeItem *>(itemFromIndex(index.siblingAtRow(index.row() + 1)));
 }
 
 void mkNodeListWidget::collectSelection(QStringList &layerNames, std::vector<osg::NodePtr> &nodes,

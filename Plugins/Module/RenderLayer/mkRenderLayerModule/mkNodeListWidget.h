@@ -143,14 +143,16 @@ private:
     /// What a command does once the store has been called.
     enum Afterwards { KeepSelection = 1, FitColumn = 2, MarkModified = 4 };
 
-    /// The second half of a command: `callStore`, which uses no rows, then a rebuild and what
-    /// `afterwards` (a set of Afterwards) names. All of it is done whatever throws, since the store
-    /// may have been changed half-way; the first exception is thrown on at the end.
+    /// The second half of a command: `callStore`, then a rebuild and what `afterwards` (a set of
+    /// Afterwards) names. All of it is done whatever throws, since the store may have been changed
+    /// half-way; the first exception is thrown on at the end.
     void change(int afterwards, const std::function<void()> &callStore);
-    /// For a `catch (...)` after which the rows of `tree`, which may be gone, may not show what the
+    /// The same for slots: `function` is named in the report of what was thrown.
+    void run(const char *function, int afterwards, const std::function<void()> &callStore);
+    /// For a `catch (...)` after which the rows of `tree`, unless it is gone, may not show what the
     /// store holds.
     static void recover(const QPointer<mkNodeListWidget> &tree, const char *function,
-                        int afterwards = 0) noexcept;
+                        int afterwards = 0);
     /// Has the event loop do the rebuild that was put off.
     void rebuildLater();
     void drawTree(bool keepSelection);
@@ -170,7 +172,6 @@ private:
     mkNodeItem *getFirstSelectedItem() const;
     mkNodeItem *getPreviousSibling(const mkNodeItem *item) const;
     mkNodeItem *getNextSibling(const mkNodeItem *item) const;
-    mkNodeItem *getSibling(const mkNodeItem *item, int step) const;
     QStringList getSelectedLayerNames() const;
     Rows getTargetLayerItems() const;
     Rows getTargetNodeItems() const;
@@ -181,7 +182,7 @@ private:
     void resumeEdit(const OpenEdit &edit);
     void storeExpansion(QTreeWidgetItem *item);
 
-    void move(Direction direction);
+    void move(const char *function, Direction direction);
     void clickClearButton(mkNodeItem *row);
     static void acceptDrag(QDragMoveEvent *event);
 

@@ -96,18 +96,17 @@ void mkNodeListWidget::clickClearButton(mkNodeItem *row)
 }
 
 void mkNodeListWidget::clearOverrideMaterial()
-try {
+{
     const Rows rows = selectedRows(false);
     if (rows.empty()) {
         return;
     }
-    change(FitColumn | MarkModified, [&rows, self = QPointer<mkNodeListWidget>(this)] {
-        for (auto row = rows.begin(); self && row != rows.end(); ++row) {
-            (*row)->clearOverrideMaterial();
-        }
-    });
-} catch (...) {
-    mkReportFailure("mkNodeListWidget::clearOverrideMaterial");
+    run("mkNodeListWidget::clearOverrideMaterial", FitColumn | MarkModified,
+        [&rows, self = QPointer<mkNodeListWidget>(this)] {
+            for (auto row = rows.begin(); self && row != rows.end(); ++row) {
+                (*row)->clearOverrideMaterial();
+            }
+        });
 }
 
 void mkNodeListWidget::setOverrideMaterial(mkNodeItem *item, const osg::MaterialPtr &material)
@@ -161,7 +160,7 @@ mkNodeListWidget::Rows mkNodeListWidget::getTargetNodeItems() const
 }
 
 void mkNodeListWidget::applyAttributesToSelected()
-try {
+{
     if (!selectionModel()->hasSelection()) {
         return;
     }
@@ -180,7 +179,7 @@ try {
     for (const mkNodeItem *row : getTargetNodeItems()) {
         targets.emplace_back(row->getLayerIndex(), row->getNode());
     }
-    change(KeepSelection | MarkModified, [&] {
+    run("mkNodeListWidget::applyAttributesToSelected", KeepSelection | MarkModified, [&] {
         mkRenderLayer *const store = mkStore();
         for (const auto &[index, node] : targets) {
             const osg::RaytracingGeoAttachmentPtr attributes = store->getAttributes(index, node);
@@ -191,6 +190,4 @@ try {
             }
         }
     });
-} catch (...) {
-    mkReportFailure("mkNodeListWidget::applyAttributesToSelected");
 }

@@ -18,15 +18,8 @@
 
 namespace {
 
-QString treeItemFormat()
-{
-    return QStringLiteral("application/mosk-tree-item");
-}
-
-QString materialFormat()
-{
-    return QStringLiteral("application/mosk-decoupled-materials");
-}
+constexpr QLatin1String treeItemFormat("application/mosk-tree-item");
+constexpr QLatin1String materialFormat("application/mosk-decoupled-materials");
 
 mkdMaterial readDroppedMaterial(const QMimeData *data, const QString &format)
 {
@@ -55,7 +48,7 @@ void mkNodeListWidget::dragMoveEvent(QDragMoveEvent *event)
 void mkNodeListWidget::acceptDrag(QDragMoveEvent *event)
 {
     const QMimeData *const data = event->mimeData();
-    if (data->hasFormat(treeItemFormat()) || data->hasFormat(materialFormat())) {
+    if (data->hasFormat(treeItemFormat) || data->hasFormat(materialFormat)) {
         event->acceptProposedAction();
     }
 }
@@ -81,16 +74,16 @@ void mkNodeListWidget::dropEvent(QDropEvent *event)
 
 void mkNodeItem::processDrop(const QDropEvent *event)
 {
-    if (event->mimeData()->hasFormat(treeItemFormat())) {
+    if (event->mimeData()->hasFormat(treeItemFormat)) {
         dropNodes(event);
-    } else if (event->mimeData()->hasFormat(materialFormat()) && isNode()) {
+    } else if (event->mimeData()->hasFormat(materialFormat) && isNode()) {
         dropMaterial(event);
     }
 }
 
 void mkNodeItem::dropNodes(const QDropEvent *event)
 {
-    QDataStream stream(event->mimeData()->data(treeItemFormat()));
+    QDataStream stream(event->mimeData()->data(treeItemFormat));
     qint32 first = 0;
     qint32 second = 0;
     stream >> first >> second;
@@ -121,7 +114,7 @@ void mkNodeItem::dropMaterial(const QDropEvent *event)
 {
     auto *const tree = qobject_cast<mkNodeListWidget *>(treeWidget());
     const mkNodeListWidget::RowsInUse inUse(tree);
-    const mkdMaterial dropped = readDroppedMaterial(event->mimeData(), materialFormat());
+    const mkdMaterial dropped = readDroppedMaterial(event->mimeData(), materialFormat);
     const osg::MaterialPtr material = mkTypeConverter::convertMaterial(dropped);
     if (material == osg::NullFC) {
         std::cerr << "ERROR dropped" << std::endl;

@@ -110,7 +110,7 @@ void mkNodeListWidget::changedItem(QTreeWidgetItem *item, int)
 }
 
 void mkNodeListWidget::duplicateLayer()
-try {
+{
     std::vector<std::pair<unsigned, std::string>> sources;
     for (const mkNodeItem *row : getSelectedLayerItems()) {
         sources.emplace_back(row->getLayerIndex(), nameOf(row));
@@ -118,7 +118,7 @@ try {
     if (sources.empty()) {
         return;
     }
-    change(FitColumn | MarkModified, [&sources] {
+    run("mkNodeListWidget::duplicateLayer", FitColumn | MarkModified, [&sources] {
         std::vector<std::string> taken = namesOfLayers();
         for (const auto &[index, name] : sources) {
             taken.push_back(mkNodeUtils::getUniqueName(name, taken));
@@ -126,8 +126,6 @@ try {
             mkStore()->copyLayer(index, taken.back(), &copy);
         }
     });
-} catch (...) {
-    mkReportFailure("mkNodeListWidget::duplicateLayer");
 }
 
 void mkNodeListWidget::deleteSelected()
@@ -149,35 +147,29 @@ QStringList mkNodeListWidget::getSelectedLayerNames() const
 }
 
 void mkNodeListWidget::deleteLayers()
-try {
+{
     const QStringList names = getSelectedLayerNames();
     if (names.isEmpty()) {
         return;
     }
-    change(KeepSelection | MarkModified, [&names] {
+    run("mkNodeListWidget::deleteLayers", KeepSelection | MarkModified, [&names] {
         for (const QString &name : names) {
             mkStore()->subLayer(name.toUtf8().toStdString());
         }
     });
-} catch (...) {
-    mkReportFailure("mkNodeListWidget::deleteLayers");
 }
 
 void mkNodeListWidget::moveUpNode()
-try {
-    move(Direction::Up);
-} catch (...) {
-    mkReportFailure("mkNodeListWidget::moveUpNode");
+{
+    move("mkNodeListWidget::moveUpNode", Direction::Up);
 }
 
 void mkNodeListWidget::moveDownNode()
-try {
-    move(Direction::Down);
-} catch (...) {
-    mkReportFailure("mkNodeListWidget::moveDownNode");
+{
+    move("mkNodeListWidget::moveDownNode", Direction::Down);
 }
 
-void mkNodeListWidget::move(Direction direction)
+void mkNodeListWidget::move(const char *function, Direction direction)
 {
     std::vector<Rows> groups;
     const std::size_t nodes = getSelectedNodeItemsByLayer(groups);
@@ -216,7 +208,7 @@ void mkNodeListWidget::move(Direction direction)
     if (steps.empty()) {
         return;
     }
-    change(total > 1 ? KeepSelection : 0, [&steps, up] {
+    run(function, total > 1 ? KeepSelection : 0, [&steps, up] {
         for (const Step &step : steps) {
             mkRenderLayer *const store = mkStore();
             if (step.isLayer) {

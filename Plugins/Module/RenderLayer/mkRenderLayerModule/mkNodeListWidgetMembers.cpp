@@ -21,13 +21,6 @@ void appendNodesBelow(const mkNodeItem *layer, std::vector<mkNodePtr> &nodes)
     }
 }
 
-void selectInHost(const std::vector<mkNodePtr> &nodes)
-{
-    const mkScopedUndo undo(true);
-    mkSelectionManager::selectNodes(nodes);
-    mkScenegraph::scrollToNodes(nodes);
-}
-
 } // namespace
 
 mkNodeListWidget::Rows mkNodeListWidget::getTargetLayerItems() const
@@ -43,7 +36,7 @@ mkNodeListWidget::Rows mkNodeListWidget::getTargetLayerItems() const
 }
 
 void mkNodeListWidget::addSelectedNodes()
-try {
+{
     std::vector<unsigned> targets;
     for (const mkNodeItem *layer : getTargetLayerItems()) {
         targets.push_back(layer->getLayerIndex());
@@ -51,7 +44,7 @@ try {
     if (targets.empty()) {
         return;
     }
-    change(FitColumn | MarkModified, [&targets] {
+    run("mkNodeListWidget::addSelectedNodes", FitColumn | MarkModified, [&targets] {
         const std::vector<mkNodePtr> nodes = mkScenegraph::getSelectedRootNodes();
         for (const unsigned layer : targets) {
             for (const mkNodePtr &node : nodes) {
@@ -59,8 +52,6 @@ try {
             }
         }
     });
-} catch (...) {
-    mkReportFailure("mkNodeListWidget::addSelectedNodes");
 }
 
 void mkNodeListWidget::addNodeToLayer(const osg::NodePtr &node, const char *layerName)
@@ -71,7 +62,7 @@ void mkNodeListWidget::addNodeToLayer(const osg::NodePtr &node, const char *laye
 }
 
 void mkNodeListWidget::deleteNodes()
-try {
+{
     std::vector<std::pair<unsigned, osg::NodePtr>> members;
     for (const mkNodeItem *row : selectedRows(false)) {
         members.emplace_back(row->getLayerIndex(), row->getNode());
@@ -80,30 +71,23 @@ try {
     if (members.empty() || rebuildPending) {
         return;
     }
-    change(MarkModified, [&members] {
+    run("mkNodeListWidget::deleteNodes", MarkModified, [&members] {
         for (const auto &[layer, node] : members) {
             mkStore()->subNode(layer, node);
         }
     });
-} catch (...) {
-    mkReportFailure("mkNodeListWidget::deleteNodes");
 }
 
 void mkNodeListWidget::cleanup()
-try {
-    change(0, [] {
+{
+    run("mkNodeListWidget::cleanup", 0, [] {
         const mkNodePtr root = mkScenegraph::getRootNode();
         mkStore()->cleanup(mkUnwrap(root));
     });
-} catch (...) {
-    mkReportFailure("mkNodeListWidget::cleanup");
 }
 
 void mkNodeListWidget::selectNodes()
 try {
-    if (!selectionModel()->hasSelection()) {
-        return;
-    }
     const Rows nodeRows = selectedRows(false);
     const Rows layers = getSelectedLayerItems();
     std::vector<mkNodePtr> nodes;
@@ -118,21 +102,21 @@ try {
             return;
         }
         appendNodesBelow(row, nodes);
-        selectInHost(nodes);
-        return;
-    }
-
-    const QSet<const QTreeWidgetItem *> selectedLayers(layers.begin(), layers.end());
-    for (const mkNodeItem *row : nodeRows) {
-        const osg::NodePtr node = row->getNode();
-        if (node != osg::NullFC && !selectedLayers.contains(row->parent())) {
-            nodes.emplace_back(node);
+    } else {
+        const QSet<const QTreeWidgetItem *> selectedLayers(layers.begin(), layers.end());
+        for (const mkNodeItem *row : nodeRows) {
+            const osg::NodePtr node = row->getNode();
+            if (node != osg::NullFC && !selectedLayers.contains(row->parent())) {
+                nodes.emplace_back(node);
+            }
+        }
+        for (const mkNodeItem *layer : layers) {
+            appendNodesBelow(layer, nodes);
         }
     }
-    for (const mkNodeItem *layer : layers) {
-        appendNodesBelow(layer, nodes);
-    }
-    selectInHost(nodes);
+    const mkScopedUndo undo(true);
+    mkSelectionManager::selectNodes(nodes);
+    mkScenegraph::scrollToNodes(nodes);
 } catch (...) {
     mkReportFailure("mkNodeListWidget::selectNodes");
 }

@@ -33,20 +33,11 @@ osg::RenderLayersPtr showableContent(mkRenderLayer *store)
     return content;
 }
 
-/// Rows that are in no tree yet.
-struct DetachedRows
-{
-    ~DetachedRows() { qDeleteAll(layers); }
-
-    QList<QTreeWidgetItem *> layers;
-    std::vector<bool> expansion;
-};
-
-void createRows(const osg::RenderLayersPtr &content, DetachedRows &rows)
+/// Appends the layer rows, with their node rows, to `rows`, and whether each is to be open.
+void createRows(const osg::RenderLayersPtr &content, QList<QTreeWidgetItem *> &rows,
+                std::vector<bool> &expansion)
 {
     mkNodeRowMaker nodeRowMaker;
-    QList<QTreeWidgetItem *> nodeRows;
-    const auto deleteOrphans = qScopeGuard([&nodeRows] { qDeleteAll(nodeRows); });
     // Lists are looked up anew for each entry: the host may change them while it is asked.
     for (std::size_t i = 0; i < mkLayerCount(content); ++i) {
         const osg::RenderLayerPtr layer = mkLayerAt(content, i);
@@ -54,19 +45,19 @@ void createRows(const osg::RenderLayersPtr &content, DetachedRows &rows)
             break;
         }
         auto *const layerRow = new mkNodeItem(nullptr, osg::NullFC);
-        rows.layers.append(layerRow);
-        rows.expansion.push_back(layer->getState() != 0);
+        rows.append(layerRow);
+        expansion.push_back(layer->getState() != 0);
         layerRow->setItemType(mkNodeItem::LayerRow);
         layerRow->setData(mkColumn::Layer, Qt::DisplayRole,
                           QString::fromStdString(layer->getName()));
+        QList<QTreeWidgetItem *> nodeRows;
+        const auto addNodeRows = qScopeGuard([&] { layerRow->addChildren(nodeRows); });
         nodeRows.reserve(int(mkNodeCount(layer)));
         for (std::size_t j = 0; j < mkNodeCount(layer); ++j) {
             auto nodeRow = nodeRowMaker.create(mkNodeAt(layer, j), mkAttributesAt(layer, j));
             nodeRow->setAttributeIndex(int(j));
             nodeRows.append(nodeRow.release());
         }
-        layerRow->addChildren(nodeRows);
-        nodeRows.clear();
     }
 }
 
@@ -162,15 +153,17 @@ void mkNodeListWidget::drawTree(bool keepSelection)
                 self->setUpdatesEnabled(true);
             }
         });
-        DetachedRows rows;
-        createRows(content, rows);
+        QList<QTreeWidgetItem *> rows;
+        const auto deleteOrphans = qScopeGuard([&rows] { qDeleteAll(rows); });
+        std::vector<bool> expansion;
+        createRows(content, rows, expansion);
         if (!self) {
             return;
         }
         const QSignalBlocker blocker(this);
-        addTopLevelItems(std::exchange(rows.layers, {}));
+        addTopLevelItems(std::exchange(rows, {}));
         for (int i = 0; i < topLevelItemCount(); ++i) {
-            topLevelItem(i)->setExpanded(rows.expansion[std::size_t(i)]);
+            topLevelItem(i)->setExpanded(expansion[std::size_t(i)]);
         }
         memory.restore(*this);
         // To bring the current row into view, Qt scrolls to its first column.
@@ -217,15 +210,20 @@ void mkNodeListWidget::change(int afterwards, const std::function<void()> &callS
     }
 }
 
-void mkNodeListWidget::recover(const QPointer<mkNodeListWidget> &tree, const char *function,
-                               int afterwards) noexcept
-{
+void mkNodeListWidget::run(const char *function, int afterwards,
+                           const std::function<void()> &callStore)
+try {
+    change(afterwards, callStore);
+} catch (...) {
     mkReportFailure(function);
-    try {
-        if (tree) {
-            tree->change(afterwards, [] {});
-        }
-    } catch (...) {
+}
+
+void mkNodeListWidget::recover(const QPointer<mkNodeListWidget> &tree, const char *function,
+                               int afterwards)
+{
+    if (tree) {
+        tree->run(function, afterwards, [] { throw; });
+    } else {
         mkReportFailure(function);
     }
 }

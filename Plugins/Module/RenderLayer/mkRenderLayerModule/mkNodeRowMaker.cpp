@@ -20,8 +20,8 @@ quint64 shownBy(const osg::RaytracingGeoAttachmentPtr &attributes)
 
 } // namespace
 
-std::unique_ptr<mkNodeItem>
-mkNodeRowMaker::create(const osg::NodePtr &node, const osg::RaytracingGeoAttachmentPtr &attributes)
+std::unique_ptr<mkNodeItem> mkNodeRowMaker::create(
+    const osg::NodePtr &node, const osg::RaytracingGeoAttachmentPtr &attributes)
 {
     if (node == osg::NullFC || attributes == osg::NullFC) {
         auto row = std::make_unique<mkNodeItem>(node);

@@ -39,14 +39,6 @@ void mkSetRenderAttributes(const osg::RaytracingGeoAttachmentPtr &attributes,
     }
 }
 
-osg::RaytracingGeoAttachmentPtr mkFindAttributes(const osg::NodePtr &node)
-{
-    if (node == osg::NullFC) {
-        return osg::NullFC;
-    }
-    return mkAsAttributes(node->findAttachment(mkAttributesGroup(), 0));
-}
-
 osg::RaytracingGeoAttachmentPtr mkFindOrCreateAttributes(const osg::NodePtr &node)
 {
     osg::RaytracingGeoAttachmentPtr attributes = mkFindAttributes(node);

@@ -31,7 +31,6 @@ extern const std::array<mkRenderAttribute, mkRenderAttributeCount> mkRenderAttri
 void mkSetRenderAttributes(const osg::RaytracingGeoAttachmentPtr &attributes,
                            const mkRenderAttributeFlags &flags);
 
-/// The render attributes that the node itself carries; null when there are none or for null.
-osg::RaytracingGeoAttachmentPtr mkFindAttributes(const osg::NodePtr &node);
-/// The same, made and attached where there are none. `node` is not null.
+/// The render attributes that the node, not null, itself carries, made and attached where there are
+/// none. mkFindAttributes() only looks.
 osg::RaytracingGeoAttachmentPtr mkFindOrCreateAttributes(const osg::NodePtr &node);

@@ -174,36 +174,29 @@ void mkRenderLayerModule::createQuickActions()
     toolBar->setContextMenuPolicy(Qt::ActionsContextMenu);
     panel->addToolBar(Qt::BottomToolBarArea, toolBar);
 
-    const auto create = [this](const char *icon, const QString &text, const QString &statusTip,
-                               QObject *receiver, const char *slot) {
-        auto *const action = new QAction(mkIconManager::getIcon(icon, ""), text, this);
-        action->setStatusTip(statusTip);
-        connect(action, SIGNAL(triggered()), receiver, slot);
-        return action;
-    };
     QObject *const tree = panel->_layer;
-    QAction *const createLayer = create("CreateNew", tr("Create Layer"), tr("Creates a new layer"),
-                                        tree, SLOT(createLayer()));
-    QAction *const duplicateLayer = create("Duplicate", tr("Duplicate Layer"),
-                                           tr("Duplicates the currently selected layer"), tree,
-                                           SLOT(duplicateLayer()));
-    QAction *const selectNodes = create("SelectNode", tr("Select Nodes"), tr("Selects the nodes"),
-                                        tree, SLOT(selectNodes()));
-    QAction *const deleteSelected = create("Delete", tr("Delete"),
-                                           tr("Deletes the currently selected layer or node"), this,
-                                           SLOT(confirmDeleteSelected()));
-    QAction *const resetLayer = create("Reset", tr("Reset Layer"), tr("Deactivates all layers"),
-                                       this, SLOT(reset()));
-    QAction *const activateLayer = create("Activate", tr("Activate Layer"),
-                                          tr("Activates the layer"), this, SLOT(activate()));
-
-    for (QAction *action :
-         { createLayer, duplicateLayer, selectNodes, deleteSelected, resetLayer, activateLayer }) {
+    QList<QAction *> actions;
+    const auto add = [this, &actions](const char *icon, const QString &text, const QString &tip,
+                                      QObject *receiver, const char *slot) {
+        auto *const action = new QAction(mkIconManager::getIcon(icon, ""), text, this);
+        action->setStatusTip(tip);
+        connect(action, SIGNAL(triggered()), receiver, slot);
+        actions += action;
+    };
+    add("CreateNew", tr("Create Layer"), tr("Creates a new layer"), tree, SLOT(createLayer()));
+    add("Duplicate", tr("Duplicate Layer"), tr("Duplicates the currently selected layer"), tree,
+        SLOT(duplicateLayer()));
+    add("SelectNode", tr("Select Nodes"), tr("Selects the nodes"), tree, SLOT(selectNodes()));
+    add("Delete", tr("Delete"), tr("Deletes the currently selected layer or node"), this,
+        SLOT(confirmDeleteSelected()));
+    add("Reset", tr("Reset Layer"), tr("Deactivates all layers"), this, SLOT(reset()));
+    add("Activate", tr("Activate Layer"), tr("Activates the layer"), this, SLOT(activate()));
+    for (QAction *action : qAsConst(actions)) {
         toolBar->addAction(action);
     }
     menu->addSeparator();
-    menu->addAction(activateLayer);
-    menu->addAction(resetLayer);
+    menu->addAction(actions.at(5));
+    menu->addAction(actions.at(4));
 }
 
 void mkRenderLayerModule::confirmDeleteSelected()

@@ -2,12 +2,15 @@
 
 #include "mkKernel/mkScript.h"
 #include "mkMicroKernel/mkPythonRegister.h"
+#include "mkRenderAttributes.h"
 #include "mkRenderLayerModule.h"
 
 #include <QCoreApplication>
 #include <QThread>
 
 #include <boost/python.hpp>
+
+#include <utility>
 
 namespace {
 
@@ -85,51 +88,33 @@ constexpr char activateStateDoc[] =
     "@type name: string";
 // clang-format on
 
-// The shorter forms of setNodeVisibilityFlags. The keywords carry no defaults of their own, so
-// that what is passed must be an unbroken run from the first parameter.
-void setFlags12(const osg::NodePtr &node, bool visible, bool visibleInAlpha, bool primaryVisibility,
-                bool visibleInReflections, bool visibleInRefractions, bool castShadows,
-                bool receiveShadows, bool doubleSided, bool visibleForPhotons,
-                bool visibleForShadowMaterial, bool useOverrideMaterial)
+/// The shorter forms of setNodeVisibilityFlags: each fills in the first flag that is missing. The
+/// keywords carry no defaults of their own, so that what is passed must be an unbroken run from the
+/// first parameter.
+template <typename... Flags>
+void setFlags(const osg::NodePtr &node, Flags... flags)
 {
-    mkRenderLayerModule::setNodeVisibilityFlags(node, visible, visibleInAlpha, primaryVisibility,
-                                                visibleInReflections, visibleInRefractions,
-                                                castShadows, receiveShadows, doubleSided,
-                                                visibleForPhotons, visibleForShadowMaterial,
-                                                useOverrideMaterial, std::string());
+    if constexpr (sizeof...(flags) == mkRenderAttributeCount) {
+        mkRenderLayerModule::setNodeVisibilityFlags(node, flags..., std::string());
+    } else {
+        const bool isUseOverrideMaterial = sizeof...(flags) + 1 == mkRenderAttributeCount;
+        setFlags(node, flags..., !isUseOverrideMaterial);
+    }
 }
 
-void setFlags11(const osg::NodePtr &node, bool visible, bool visibleInAlpha, bool primaryVisibility,
-                bool visibleInReflections, bool visibleInRefractions, bool castShadows,
-                bool receiveShadows, bool doubleSided, bool visibleForPhotons,
-                bool visibleForShadowMaterial)
-{
-    setFlags12(node, visible, visibleInAlpha, primaryVisibility, visibleInReflections,
-               visibleInRefractions, castShadows, receiveShadows, doubleSided, visibleForPhotons,
-               visibleForShadowMaterial, false);
-}
+template <std::size_t>
+using Flag = bool;
 
-void setFlags10(const osg::NodePtr &node, bool visible, bool visibleInAlpha, bool primaryVisibility,
-                bool visibleInReflections, bool visibleInRefractions, bool castShadows,
-                bool receiveShadows, bool doubleSided, bool visibleForPhotons)
+template <typename Keywords, std::size_t... index>
+void defineFlagSetter(const Keywords &keywords, std::index_sequence<index...>)
 {
-    setFlags11(node, visible, visibleInAlpha, primaryVisibility, visibleInReflections,
-               visibleInRefractions, castShadows, receiveShadows, doubleSided, visibleForPhotons,
-               true);
-}
-
-void setFlags9(const osg::NodePtr &node, bool visible, bool visibleInAlpha, bool primaryVisibility,
-               bool visibleInReflections, bool visibleInRefractions, bool castShadows,
-               bool receiveShadows, bool doubleSided)
-{
-    setFlags10(node, visible, visibleInAlpha, primaryVisibility, visibleInReflections,
-               visibleInRefractions, castShadows, receiveShadows, doubleSided, true);
+    python::def("setNodeVisibilityFlags", &setFlags<Flag<index>...>, keywords, setFlagsDoc,
+                GuiThreadOnly());
 }
 
 void defineFlagSetters()
 {
     using python::arg;
-    constexpr char name[] = "setNodeVisibilityFlags";
     const auto nine = (arg("node"), arg("visible"), arg("visibleInAlpha"), arg("primaryVisibility"),
                        arg("visibleInReflections"), arg("visibleInRefractions"), arg("castShadows"),
                        arg("receiveShadows"), arg("doubleSided"));
@@ -137,12 +122,12 @@ void defineFlagSetters()
     const auto eleven = (ten, arg("visibleForShadowMaterial"));
     const auto twelve = (eleven, arg("useOverrideMaterial"));
     const auto thirteen = (twelve, arg("overrideMaterial"));
-    python::def(name, &mkRenderLayerModule::setNodeVisibilityFlags, thirteen, setFlagsDoc,
-                GuiThreadOnly());
-    python::def(name, &setFlags12, twelve, setFlagsDoc, GuiThreadOnly());
-    python::def(name, &setFlags11, eleven, setFlagsDoc, GuiThreadOnly());
-    python::def(name, &setFlags10, ten, setFlagsDoc, GuiThreadOnly());
-    python::def(name, &setFlags9, nine, setFlagsDoc, GuiThreadOnly());
+    python::def("setNodeVisibilityFlags", &mkRenderLayerModule::setNodeVisibilityFlags, thirteen,
+                setFlagsDoc, GuiThreadOnly());
+    defineFlagSetter(twelve, std::make_index_sequence<11>());
+    defineFlagSetter(eleven, std::make_index_sequence<10>());
+    defineFlagSetter(ten, std::make_index_sequence<9>());
+    defineFlagSetter(nine, std::make_index_sequence<8>());
 }
 
 } // namespace

@@ -3,7 +3,6 @@
 #include "mkColumn.h"
 #include "mkHostAccess.h"
 #include "mkKernel/mkScenegraph.h"
-#include "mkNodeItem.h"
 #include "mkOpenSGUtils/mkMaterials.h"
 #include "mkOpenSGUtils/mkNodeUtils.h"
 #include "mkRenderAttributes.h"
@@ -11,39 +10,7 @@
 #include "mkRenderLayerModule.h"
 #include "mkUtils/mkLog.h"
 
-#include <utility>
-
-namespace {
-
-/// A row by position; node is -1 for the layer row itself.
-struct RowPosition
-{
-    int layer;
-    int node;
-};
-
-QTreeWidgetItem *rowAt(const QTreeWidget *tree, RowPosition position)
-{
-    QTreeWidgetItem *const layer = tree->topLevelItem(position.layer);
-    return layer && position.node >= 0 ? layer->child(position.node) : layer;
-}
-
-/// All rows with this text in column 0, top to bottom.
-std::vector<RowPosition> findRows(const QTreeWidget *tree, const QString &text)
-{
-    std::vector<RowPosition> rows;
-    for (int i = 0; i < tree->topLevelItemCount(); ++i) {
-        const QTreeWidgetItem *const layer = tree->topLevelItem(i);
-        for (int j = -1; j < layer->childCount(); ++j) {
-            if (rowAt(tree, { i, j })->text(mkColumn::Layer) == text) {
-                rows.push_back({ i, j });
-            }
-        }
-    }
-    return rows;
-}
-
-} // namespace
+#include <QTreeWidgetItemIterator>
 
 void mkRenderLayerModule::createRenderLayer(const char *name)
 {
@@ -67,24 +34,23 @@ void mkRenderLayerModule::activateRenderLayer(const char *name)
     if (!name || !panel) {
         return;
     }
-    const QPointer<mkNodeListWidget> tree = panel->_layer;
+    mkNodeListWidget *const tree = panel->_layer;
     tree->catchUp();
-    const QString text = QString::fromUtf8(name);
-    const std::vector<RowPosition> matches = tree ? findRows(tree, text)
-                                                  : std::vector<RowPosition>();
-    for (const RowPosition position : matches) {
-        // Activation runs host code, which may rebuild the tree: rows are fetched anew.
-        QTreeWidgetItem *const row = tree ? rowAt(tree, position) : nullptr;
-        if (row && row->text(mkColumn::Layer) == text) {
-            tree->makeCurrent(row);
-            row->setSelected(true);
+    if (!panel) {
+        return;
+    }
+    bool found = false;
+    const mkNodeListWidget::RowsInUse inUse(tree);
+    for (QTreeWidgetItemIterator it(tree); !inUse.areGone() && *it; ++it) {
+        if ((*it)->text(mkColumn::Layer) == QString::fromUtf8(name)) {
+            found = true;
+            tree->makeCurrent(*it);
+            (*it)->setSelected(true);
             tree->activateSelected();
         }
     }
-    if (matches.empty()) {
-        if (tree) {
-            tree->clearSelection();
-        }
+    if (!found) {
+        tree->clearSelection();
         mkLog::error("mkRenderLayerModule::activateRenderLayer: Couldn't find layer '%s'!", name);
     }
 }

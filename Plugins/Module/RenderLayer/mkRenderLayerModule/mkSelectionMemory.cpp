@@ -12,9 +12,9 @@
 
 namespace {
 
-/// Up to here each restored row is a range of its own, as if rows had been selected one by one: what
-/// the user adds to the selection or takes from it then ends in the same order. Beyond, neighbours
-/// share a range, for Qt looks through all ranges for every cell that it paints.
+/// Up to here each restored row is a range of its own, as if rows had been selected one by one:
+/// what the user adds to the selection or takes from it then ends in the same order. Beyond,
+/// neighbours share a range, for Qt looks through all ranges for every cell that it paints.
 constexpr int mostSingleRows = 1000;
 
 /// Takes one of the entries remembered under `key`; false when there is none left.
@@ -31,8 +31,8 @@ bool takeOne(QHash<Key, int> &remembered, const Key &key)
     return true;
 }
 
-/// The cells of column 0. Told of one of its cells, the tree notes a row as selected or not; told of
-/// all, it does so for each.
+/// The cells of column 0. Told of one of its cells, the tree notes a row as selected or not; told
+/// of all, it does so for each.
 QItemSelection firstCells(const QItemSelection &rows)
 {
     QItemSelection cells;
@@ -146,10 +146,11 @@ void mkSelectionMemory::restore(mkNodeListWidget &tree)
     }
     const QItemSelection cells = firstCells(selection);
     const Run &first = runs.front();
-    tree.makeCurrent(first.layer.isValid() ? tree.topLevelItem(first.layer.row())->child(first.first)
-                                           : tree.topLevelItem(first.first));
-    // To select row by row, or with the Rows flag, is quadratic. Two steps leave what the many would:
-    // the last row is the one that a following Shift+click replaces.
+    tree.makeCurrent(first.layer.isValid()
+                         ? tree.topLevelItem(first.layer.row())->child(first.first)
+                         : tree.topLevelItem(first.first));
+    // To select row by row, or with the Rows flag, is quadratic. Two steps leave what the many
+    // would: the last row is the one that a following Shift+click replaces.
     QItemSelection last;
     last.append(selection.last());
     if (selection.size() > 1) {
