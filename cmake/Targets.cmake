@@ -6,6 +6,7 @@ set(MK_BIN_DIR ${CMAKE_INSTALL_BINDIR})
 set(MK_LIB_DIR ${CMAKE_INSTALL_LIBDIR})
 set(MK_PLUGIN_DIR ${MK_LIB_DIR}/mkHost/plugins)
 set(MK_DATA_DIR ${CMAKE_INSTALL_DATADIR}/mkHost)
+set(MK_TRANSLATION_DIR ${MK_DATA_DIR}/translations)
 
 # What the compiler may complain of, and how the code is instrumented.
 add_library(mkWarnings INTERFACE)

@@ -1,0 +1,350 @@
+<?xml version="1.0" encoding="utf-8"?>
+<!DOCTYPE TS>
+<TS version="2.1" language="de_DE">
+<context>
+    <name>AttributesView</name>
+    <message>
+        <source>Visible</source>
+        <translation>Sichtbar</translation>
+    </message>
+    <message>
+        <source>Visible in alpha</source>
+        <translation>Sichtbar in Alpha</translation>
+    </message>
+    <message>
+        <source>Primary visibility</source>
+        <translation>Primär sichtbar</translation>
+    </message>
+    <message>
+        <source>Visible in reflections</source>
+        <translation>Sichtbar in Spiegelungen</translation>
+    </message>
+    <message>
+        <source>Visible in refractions</source>
+        <translation>Sichtbar in Brechungen</translation>
+    </message>
+    <message>
+        <source>Cast shadows</source>
+        <translation>Wirft Schatten</translation>
+    </message>
+    <message>
+        <source>Receive shadows</source>
+        <translation>Empfängt Schatten</translation>
+    </message>
+    <message>
+        <source>Double sided</source>
+        <translation>Doppelseitig</translation>
+    </message>
+    <message>
+        <source>Visible in photons</source>
+        <translation>Sichtbar für Photonen</translation>
+    </message>
+    <message>
+        <source>Cast shadows on shadow material</source>
+        <translation>Wirft Schatten auf Schattenmaterial</translation>
+    </message>
+    <message>
+        <source>Use override material</source>
+        <translation>Ersatzmaterial verwenden</translation>
+    </message>
+    <message>
+        <source>Attribute</source>
+        <translation>Attribut</translation>
+    </message>
+    <message>
+        <source>Value</source>
+        <translation>Wert</translation>
+    </message>
+    <message>
+        <source>Override material</source>
+        <translation>Ersatzmaterial</translation>
+    </message>
+    <message>
+        <source>Select a node to see its current render attributes.</source>
+        <translation>Wählen Sie einen Knoten aus, um seine aktuellen Render-Attribute zu sehen.</translation>
+    </message>
+    <message>
+        <source> (first of %1 selected nodes)</source>
+        <translation> (erster von %1 ausgewählten Knoten)</translation>
+    </message>
+    <message>
+        <source>: none of its own, the defaults hold</source>
+        <translation>: keine eigenen, es gelten die Vorgaben</translation>
+    </message>
+    <message>
+        <source>On</source>
+        <translation>An</translation>
+    </message>
+    <message>
+        <source>Off</source>
+        <translation>Aus</translation>
+    </message>
+    <message>
+        <source>Empty</source>
+        <translation>Leer</translation>
+    </message>
+</context>
+<context>
+    <name>LogView</name>
+    <message>
+        <source>Clear</source>
+        <translation>Leeren</translation>
+    </message>
+</context>
+<context>
+    <name>MainWindow</name>
+    <message>
+        <source>Workbench</source>
+        <translation>Workbench</translation>
+    </message>
+    <message>
+        <source>Open Scene</source>
+        <translation>Szene öffnen</translation>
+    </message>
+    <message>
+        <source>Quit</source>
+        <translation>Beenden</translation>
+    </message>
+    <message>
+        <source>Undo</source>
+        <translation>Rückgängig</translation>
+    </message>
+    <message>
+        <source>Redo</source>
+        <translation>Wiederholen</translation>
+    </message>
+    <message>
+        <source>&amp;File</source>
+        <translation>&amp;Datei</translation>
+    </message>
+    <message>
+        <source>&amp;Open…</source>
+        <translation>Ö&amp;ffnen …</translation>
+    </message>
+    <message>
+        <source>Open &amp;Recent</source>
+        <translation>&amp;Zuletzt geöffnet</translation>
+    </message>
+    <message>
+        <source>&amp;Merge into Scene…</source>
+        <translation>In Szene ein&amp;fügen …</translation>
+    </message>
+    <message>
+        <source>&amp;Quit</source>
+        <translation>&amp;Beenden</translation>
+    </message>
+    <message>
+        <source>&amp;Edit</source>
+        <translation>&amp;Bearbeiten</translation>
+    </message>
+    <message>
+        <source>&amp;Help</source>
+        <translation>&amp;Hilfe</translation>
+    </message>
+    <message>
+        <source>&amp;Keyboard Shortcuts</source>
+        <translation>&amp;Tastenkürzel</translation>
+    </message>
+    <message>
+        <source>&amp;About</source>
+        <translation>&amp;Über</translation>
+    </message>
+    <message>
+        <source>&amp;View</source>
+        <translation>&amp;Ansicht</translation>
+    </message>
+    <message>
+        <source>Reading %1…</source>
+        <translation>%1 wird gelesen …</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>Abbrechen</translation>
+    </message>
+    <message>
+        <source>Cancelling…</source>
+        <translation>Wird abgebrochen …</translation>
+    </message>
+    <message>
+        <source>%1 cannot be opened.</source>
+        <translation>%1 kann nicht geöffnet werden.</translation>
+    </message>
+    <message>
+        <source>Scene files (%1);;All files (*)</source>
+        <translation>Szenendateien (%1);;Alle Dateien (*)</translation>
+    </message>
+    <message>
+        <source>Open another scene and lose the changes to this one?</source>
+        <translation>Eine andere Szene öffnen und die Änderungen an dieser verlieren?</translation>
+    </message>
+    <message>
+        <source>Discard Changes</source>
+        <translation>Änderungen verwerfen</translation>
+    </message>
+    <message>
+        <source>Merge into Scene</source>
+        <translation>In Szene einfügen</translation>
+    </message>
+    <message>
+        <source>Scene Modified</source>
+        <translation>Szene geändert</translation>
+    </message>
+    <message>
+        <source>The scene has been modified, and the workbench cannot save scenes.</source>
+        <translation>Die Szene wurde geändert, und die Workbench kann keine Szenen speichern.</translation>
+    </message>
+    <message>
+        <source>Waiting for the running statement to stop…</source>
+        <translation>Warten auf das Ende der laufenden Anweisung …</translation>
+    </message>
+    <message>
+        <source>Quit and lose the changes to the scene?</source>
+        <translation>Beenden und die Änderungen an der Szene verlieren?</translation>
+    </message>
+    <message>
+        <source>Discard Changes and Quit</source>
+        <translation>Änderungen verwerfen und beenden</translation>
+    </message>
+    <message>
+        <source>Workbench[*]</source>
+        <translation>Workbench[*]</translation>
+    </message>
+    <message>
+        <source>%1[*] - Workbench</source>
+        <translation>%1[*] - Workbench</translation>
+    </message>
+    <message>
+        <source>Keyboard Shortcuts</source>
+        <translation>Tastenkürzel</translation>
+    </message>
+    <message>
+        <source>Panel</source>
+        <translation>Bereich</translation>
+    </message>
+    <message>
+        <source>Keys</source>
+        <translation>Tasten</translation>
+    </message>
+    <message>
+        <source>Action</source>
+        <translation>Aktion</translation>
+    </message>
+    <message>
+        <source>About the Workbench</source>
+        <translation>Über die Workbench</translation>
+    </message>
+    <message>
+        <source>&lt;h3&gt;Workbench %1&lt;/h3&gt;&lt;p&gt;A reference host for scene panels: it opens scene files and shows them beside the panels of its plug-ins.&lt;/p&gt;</source>
+        <translation>&lt;h3&gt;Workbench %1&lt;/h3&gt;&lt;p&gt;Ein Referenzprogramm für Szenen-Panels: Es öffnet Szenendateien und zeigt sie neben den Panels seiner Plug-ins.&lt;/p&gt;</translation>
+    </message>
+</context>
+<context>
+    <name>MaterialsView</name>
+    <message>
+        <source>Rename</source>
+        <translation>Umbenennen</translation>
+    </message>
+    <message>
+        <source>Remove Material</source>
+        <translation>Material entfernen</translation>
+    </message>
+</context>
+<context>
+    <name>NamedDrag</name>
+    <message>
+        <source> and %1 more</source>
+        <translation> und %1 weitere</translation>
+    </message>
+</context>
+<context>
+    <name>PythonConsole</name>
+    <message>
+        <source>Python statement</source>
+        <translation>Python-Anweisung</translation>
+    </message>
+    <message>
+        <source>Stop the running statement (Ctrl+C)</source>
+        <translation>Laufende Anweisung anhalten (Strg+C)</translation>
+    </message>
+    <message>
+        <source>Python Console</source>
+        <translation>Python-Konsole</translation>
+    </message>
+    <message>
+        <source>Run Statement</source>
+        <translation>Anweisung ausführen</translation>
+    </message>
+    <message>
+        <source>Break Line</source>
+        <translation>Zeile umbrechen</translation>
+    </message>
+    <message>
+        <source>Complete or Indent</source>
+        <translation>Vervollständigen oder einrücken</translation>
+    </message>
+    <message>
+        <source>Previous Statement</source>
+        <translation>Vorige Anweisung</translation>
+    </message>
+    <message>
+        <source>Next Statement</source>
+        <translation>Nächste Anweisung</translation>
+    </message>
+    <message>
+        <source>Stop Statement</source>
+        <translation>Anweisung anhalten</translation>
+    </message>
+    <message>
+        <source>Clear</source>
+        <translation>Leeren</translation>
+    </message>
+</context>
+<context>
+    <name>SceneTree</name>
+    <message>
+        <source>Rename</source>
+        <translation>Umbenennen</translation>
+    </message>
+    <message>
+        <source>Store Render State…</source>
+        <translation>Render-Zustand speichern …</translation>
+    </message>
+    <message>
+        <source>Delete from Scene…</source>
+        <translation>Aus Szene löschen …</translation>
+    </message>
+    <message>
+        <source>Delete from Scene</source>
+        <translation>Aus Szene löschen</translation>
+    </message>
+    <message numerus="yes">
+        <source>Delete %n node(s), and everything below, from the scene? This cannot be undone.</source>
+        <translation>
+            <numerusform>%n Knoten und alles darunter aus der Szene löschen? Das lässt sich nicht rückgängig machen.</numerusform>
+            <numerusform>%n Knoten und alles darunter aus der Szene löschen? Das lässt sich nicht rückgängig machen.</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>Store Render State</source>
+        <translation>Render-Zustand speichern</translation>
+    </message>
+    <message>
+        <source>Store the current render attributes of the selected drawables and of all below as:</source>
+        <translation>Die aktuellen Render-Attribute der ausgewählten Objekte und aller darunter speichern als:</translation>
+    </message>
+</context>
+<context>
+    <name>SceneTreeModel</name>
+    <message>
+        <source> (hidden by its render attributes)</source>
+        <translation> (durch seine Render-Attribute verborgen)</translation>
+    </message>
+</context>
+<context>
+    <name>mkSelectionManager</name>
+    <message>
+        <source>Select Nodes</source>
+        <translation>Knoten auswählen</translation>
+    </message>
+</context>
+</TS>
