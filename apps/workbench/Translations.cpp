@@ -15,7 +15,8 @@ QStringList foreignLanguages(const QLocale &locale)
 {
     QStringList codes;
     for (QString code : locale.uiLanguages()) {
-        if (code == QLatin1String("C") || code.section(QLatin1Char('-'), 0, 0) == QLatin1String("en")) {
+        if (code == QLatin1String("C")
+            || code.section(QLatin1Char('-'), 0, 0) == QLatin1String("en")) {
             break;
         }
         codes += code.replace(QLatin1Char('-'), QLatin1Char('_'));
