@@ -3,6 +3,7 @@
 #include "MainWindow.h"
 #include "MaterialsModel.h"
 #include "OSGSystem/Geometry.h"
+#include "SceneEdits.h"
 #include "SceneImporter.h"
 #include "SceneTree.h"
 #include "SceneWatcher.h"
@@ -191,7 +192,7 @@ void tst_workbench::treeSelectionIsTheHosts()
     mkSelectionManager::selectNode(added);
     QCOMPARE(selection(), "n199 | n199");
     tree.collapseAll();
-    mkScenegraph::scrollToNodes({ host.node("n150"), mkNodePtr() });
+    QVERIFY(tree.revealNodes({ host.node("n150"), mkNodePtr() }));
     QVERIFY(tree.indexAt(tree.viewport()->rect().center()).data().toString().startsWith("n1"));
     mkScenegraph::removeNode(added);
     watcher.deliver();
@@ -304,7 +305,8 @@ void tst_workbench::materials()
         QVERIFY(!list.setData(list.index(0), name, Qt::EditRole));
     }
     QVERIFY(!mkController::isModified());
-    list.remove(list.index(0));
+    SceneEdits::removeMaterial(list.material(list.index(0)));
+    watcher.deliver();
     QVERIFY(list.rowCount() == 1 && !host.material("blue1"));
     mkMaterials::addMaterial(osg::Material::create());
     watcher.deliver();

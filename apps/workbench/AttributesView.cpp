@@ -1,5 +1,6 @@
 #include "AttributesView.h"
 
+#include "AttributeNames.h"
 #include "SceneWatcher.h"
 #include "mkKernel/mkSelectionManager.h"
 #include "mkOpenSGUtils/mkMaterials.h"
@@ -9,35 +10,6 @@
 #include <QLabel>
 #include <QTreeWidget>
 #include <QVBoxLayout>
-
-namespace {
-
-struct Attribute
-{
-    const char *label;
-    bool osg::RenderAttributeValues::*value;
-};
-
-using Values = osg::RenderAttributeValues;
-
-constexpr Attribute attributes[] = {
-    { QT_TRANSLATE_NOOP("AttributesView", "Visible"), &Values::visible },
-    { QT_TRANSLATE_NOOP("AttributesView", "Visible in alpha"), &Values::visibleInAlpha },
-    { QT_TRANSLATE_NOOP("AttributesView", "Primary visibility"), &Values::primaryVisibility },
-    { QT_TRANSLATE_NOOP("AttributesView", "Visible in reflections"),
-      &Values::visibleInReflections },
-    { QT_TRANSLATE_NOOP("AttributesView", "Visible in refractions"),
-      &Values::visibleInRefractions },
-    { QT_TRANSLATE_NOOP("AttributesView", "Cast shadows"), &Values::castShadows },
-    { QT_TRANSLATE_NOOP("AttributesView", "Receive shadows"), &Values::receiveShadows },
-    { QT_TRANSLATE_NOOP("AttributesView", "Double sided"), &Values::doubleSided },
-    { QT_TRANSLATE_NOOP("AttributesView", "Visible in photons"), &Values::visibleInPhotons },
-    { QT_TRANSLATE_NOOP("AttributesView", "Cast shadows on shadow material"),
-      &Values::castShadowsOnShadowMaterial },
-    { QT_TRANSLATE_NOOP("AttributesView", "Use override material"), &Values::useOverrideMaterial },
-};
-
-} // namespace
 
 AttributesView::AttributesView(SceneWatcher *watcher, QWidget *parent)
     : QWidget(parent)
@@ -57,8 +29,8 @@ AttributesView::AttributesView(SceneWatcher *watcher, QWidget *parent)
     table->header()->setStretchLastSection(false);
     table->header()->setSectionResizeMode(0, QHeaderView::Stretch);
     table->header()->setSectionResizeMode(1, QHeaderView::ResizeToContents);
-    for (const Attribute &attribute : attributes) {
-        new QTreeWidgetItem(table, { tr(attribute.label) });
+    for (const AttributeName &attribute : attributeNames) {
+        new QTreeWidgetItem(table, { attributeText(attribute) });
     }
     new QTreeWidgetItem(table, { tr("Override material") });
 
@@ -66,7 +38,8 @@ AttributesView::AttributesView(SceneWatcher *watcher, QWidget *parent)
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
     layout->addWidget(heading);
-    layout->addWidget(table);
+    layout->addWidget(table, 1);
+    layout->addStretch();
 
     connect(watcher, &SceneWatcher::looksChanged, this, &AttributesView::refresh);
     connect(watcher, &SceneWatcher::materialsChanged, this, &AttributesView::refresh);
@@ -89,16 +62,16 @@ void AttributesView::refresh()
         }
         heading->setText(own ? text : text + tr(": none of its own, the defaults hold"));
     }
-    table->setEnabled(bool(node));
+    table->setVisible(bool(node));
 
-    const Values values = own ? own->getValues() : Values();
+    const osg::RenderAttributeValues values = own ? own->getValues() : osg::RenderAttributeValues();
     int row = 0;
-    for (const Attribute &attribute : attributes) {
+    for (const AttributeName &attribute : attributeNames) {
         const QString text = values.*attribute.value ? tr("On") : tr("Off");
-        table->topLevelItem(row++)->setText(1, node ? text : QString());
+        table->topLevelItem(row++)->setText(1, text);
     }
     const QString material = values.overrideMaterial
                                  ? QString::fromUtf8(mkMaterials::getName(values.overrideMaterial))
                                  : tr("Empty");
-    table->topLevelItem(row)->setText(1, node ? material : QString());
+    table->topLevelItem(row)->setText(1, material);
 }

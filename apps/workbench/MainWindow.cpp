@@ -2,11 +2,12 @@
 
 #include "AttributesView.h"
 #include "LogView.h"
-#include "MaterialsView.h"
+#include "MaterialsPane.h"
 #include "PythonConsole.h"
 #include "RecentFiles.h"
+#include "SceneEdits.h"
 #include "SceneImporter.h"
-#include "SceneTree.h"
+#include "ScenePane.h"
 #include "SceneWatcher.h"
 #include "mkIconManager/mkIconManager.h"
 #include "mkKernel/mkController.h"
@@ -89,6 +90,16 @@ void MainWindow::createEditMenu()
     undo->setShortcut(QKeySequence::Undo);
     redo->setShortcut(QKeySequence::Redo);
     menu->addActions({ undo, redo });
+    menu->addSeparator();
+    menu->addAction(
+        mkIconManager::getIcon("Search", ""), tr("&Find in Scene"), this,
+        [this] {
+            sceneDock->show();
+            sceneDock->raise();
+            scenePane->beginSearch();
+        },
+        QKeySequence::Find);
+    mkShortcut::addKey(tr("Workbench"), Qt::Key_F, Qt::ControlModifier, tr("Find in Scene"));
 }
 
 void MainWindow::createHelpMenu()
@@ -100,10 +111,11 @@ void MainWindow::createHelpMenu()
 
 void MainWindow::createDocks()
 {
-    sceneDock = addDock("Scene", new SceneTree(watcher), "SceneTree", Qt::LeftDockWidgetArea);
+    scenePane = new ScenePane(watcher);
+    sceneDock = addDock("Scene", scenePane, "SceneTree", Qt::LeftDockWidgetArea);
     attributesDock = addDock("Attributes", new AttributesView(watcher), "Attributes",
                              Qt::LeftDockWidgetArea);
-    materialsDock = addDock("Materials", new MaterialsView(watcher), "Material",
+    materialsDock = addDock("Materials", new MaterialsPane(watcher), "Material",
                             Qt::LeftDockWidgetArea);
     logDock = addDock("Log", new LogView, "Log", Qt::BottomDockWidgetArea);
     console = new PythonConsole;
@@ -250,7 +262,7 @@ void MainWindow::merge()
 {
     const QString file = chooseFile(tr("Merge into Scene"));
     if (!file.isEmpty()) {
-        reportFailures(file, [this, &file] { mkScenegraph::mergeScene(read(file)); });
+        reportFailures(file, [this, &file] { SceneEdits::merge(read(file)); });
     }
 }
 

@@ -8,6 +8,7 @@
 class PythonConsole;
 class QMKDockWindowManager;
 class RecentFiles;
+class ScenePane;
 class SceneWatcher;
 
 /// The workbench's window. Plug-ins dock their panels into it between its construction and
@@ -57,6 +58,7 @@ private:
     SceneWatcher *watcher;
     QMKDockWindowManager *docks;
     RecentFiles *recentFiles = nullptr;
+    ScenePane *scenePane = nullptr;
     QDockWidget *sceneDock = nullptr;
     QDockWidget *attributesDock = nullptr;
     QDockWidget *materialsDock = nullptr;

@@ -1,58 +1,18 @@
 #include "MaterialsModel.h"
 
+#include "SceneEdits.h"
 #include "SceneWatcher.h"
-#include "mkKernel/mkController.h"
+#include "Swatch.h"
 #include "mkKernelServices/mkdMaterial.h"
 #include "mkOpenSGUtils/mkMaterials.h"
-#include "mkOpenSGUtils/mkNodeUtils.h"
 
-#include <QGuiApplication>
-#include <QIcon>
 #include <QMimeData>
-#include <QPainter>
-#include <QPalette>
 
 namespace {
-
-constexpr int swatchSize = 16;
 
 QString materialFormat()
 {
     return QStringLiteral("application/mosk-decoupled-materials");
-}
-
-QColor colorOf(const osg::MaterialPtr &material)
-{
-    const auto channel = [&material](std::size_t i) {
-        return qBound(0.0, qreal(material->getColor()[i]), 1.0);
-    };
-    return QColor::fromRgbF(channel(0), channel(1), channel(2), channel(3));
-}
-
-/// The colour over a light and a dark half, so that its transparency shows.
-QIcon swatch(const QColor &color)
-{
-    const qreal scale = qGuiApp->devicePixelRatio();
-    QPixmap pixmap(qRound(swatchSize * scale), qRound(swatchSize * scale));
-    pixmap.setDevicePixelRatio(scale);
-    pixmap.fill(Qt::transparent);
-    QPainter painter(&pixmap);
-    painter.setRenderHint(QPainter::Antialiasing);
-    const QRectF frame(1.5, 1.5, swatchSize - 3, swatchSize - 3);
-    QLinearGradient halves(frame.topLeft(), frame.bottomRight());
-    halves.setColorAt(0.499, Qt::white);
-    halves.setColorAt(0.501, Qt::darkGray);
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(halves);
-    painter.drawRoundedRect(frame, 2, 2);
-    painter.setPen(QPen(QGuiApplication::palette().color(QPalette::Mid), 1));
-    painter.setBrush(color);
-    painter.drawRoundedRect(frame, 2, 2);
-    painter.end();
-    QIcon icon(pixmap);
-    // The style would tint that of a selected row.
-    icon.addPixmap(pixmap, QIcon::Selected);
-    return icon;
 }
 
 } // namespace
@@ -62,6 +22,11 @@ MaterialsModel::MaterialsModel(SceneWatcher *watcher, QObject *parent)
     , materials(mkMaterials::getMaterials())
 {
     connect(watcher, &SceneWatcher::materialsChanged, this, &MaterialsModel::refresh);
+}
+
+osg::MaterialPtr MaterialsModel::material(const QModelIndex &index) const
+{
+    return index.isValid() ? materials[std::size_t(index.row())] : osg::MaterialPtr();
 }
 
 int MaterialsModel::rowCount(const QModelIndex &parent) const
@@ -74,13 +39,13 @@ QVariant MaterialsModel::data(const QModelIndex &index, int role) const
     if (!index.isValid()) {
         return {};
     }
-    const osg::MaterialPtr &material = materials[std::size_t(index.row())];
+    const osg::MaterialPtr shown = material(index);
     switch (role) {
     case Qt::DisplayRole:
     case Qt::EditRole:
-        return QString::fromUtf8(mkMaterials::getName(material));
+        return QString::fromUtf8(mkMaterials::getName(shown));
     case Qt::DecorationRole:
-        return swatch(colorOf(material));
+        return swatch(shown);
     default:
         return {};
     }
@@ -88,30 +53,11 @@ QVariant MaterialsModel::data(const QModelIndex &index, int role) const
 
 bool MaterialsModel::setData(const QModelIndex &index, const QVariant &value, int role)
 {
-    const std::string name = value.toString().toStdString();
-    if (!index.isValid() || role != Qt::EditRole || name.empty()) {
+    if (!index.isValid() || role != Qt::EditRole
+        || !SceneEdits::renameMaterial(material(index), value.toString().toStdString())) {
         return false;
     }
-    const osg::MaterialPtr material = materials[std::size_t(index.row())];
-    if (name == material->getName()) {
-        return false;
-    }
-    std::vector<std::string> taken;
-    for (const osg::MaterialPtr &other : mkMaterials::getMaterials()) {
-        if (other != material) {
-            taken.push_back(other->getName());
-        }
-    }
-    const std::string unique = mkNodeUtils::getUniqueName(name, taken);
-    if (unique == material->getName()) {
-        return false;
-    }
-    material->setName(unique);
-    mkController::setModified(1);
     Q_EMIT dataChanged(index, index);
-    mkMessage message("materialRenamed");
-    message.set("material", material);
-    mkController::sendMessage(message);
     return true;
 }
 
@@ -143,15 +89,6 @@ QMimeData *MaterialsModel::mimeData(const QModelIndexList &indexes) const
 Qt::DropActions MaterialsModel::supportedDragActions() const
 {
     return Qt::CopyAction;
-}
-
-void MaterialsModel::remove(const QModelIndex &index)
-{
-    if (index.isValid()) {
-        mkMaterials::removeMaterial(materials[std::size_t(index.row())]);
-        mkController::setModified(1);
-        refresh();
-    }
 }
 
 void MaterialsModel::refresh()

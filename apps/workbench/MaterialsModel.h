@@ -16,6 +16,9 @@ class MaterialsModel : public QAbstractListModel
 public:
     explicit MaterialsModel(SceneWatcher *watcher, QObject *parent = nullptr);
 
+    /// Null for an invalid index.
+    osg::MaterialPtr material(const QModelIndex &index) const;
+
     int rowCount(const QModelIndex &parent = {}) const override;
     QVariant data(const QModelIndex &index, int role) const override;
     /// Renames the material and tells the modules with the message "materialRenamed". An empty
@@ -25,8 +28,6 @@ public:
     QStringList mimeTypes() const override;
     QMimeData *mimeData(const QModelIndexList &indexes) const override;
     Qt::DropActions supportedDragActions() const override;
-    /// Takes the material out of the document.
-    void remove(const QModelIndex &index);
 
 private:
     void refresh();

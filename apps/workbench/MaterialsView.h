@@ -1,12 +1,15 @@
 #pragma once
 
+#include "OSGSystem/Material.h"
+
 #include <QListView>
 
 class MaterialsModel;
+class QSortFilterProxyModel;
 class SceneWatcher;
 
-/// The list of the document's materials. One can be dragged onto a panel, renamed in place, and
-/// removed.
+/// The list of the document's materials. One can be dragged onto a panel, renamed in place,
+/// deleted, and the nodes that have it can be selected.
 class MaterialsView : public QListView
 {
     Q_OBJECT
@@ -14,9 +17,17 @@ class MaterialsView : public QListView
 public:
     explicit MaterialsView(SceneWatcher *watcher, QWidget *parent = nullptr);
 
+    /// Shows the materials whose names fit what a search field holds.
+    void search(const QString &text);
+
 protected:
     void startDrag(Qt::DropActions supportedActions) override;
 
 private:
+    osg::MaterialPtr currentMaterial() const;
+    void removeCurrent();
+    void selectNodes();
+
     MaterialsModel *materials;
+    QSortFilterProxyModel *shown;
 };

@@ -3,19 +3,14 @@
 #include "NamedDrag.h"
 #include "SceneTreeModel.h"
 #include "SceneWatcher.h"
-#include "mkIconManager/mkIconManager.h"
-#include "mkKernel/mkController.h"
 #include "mkKernel/mkScenegraph.h"
 #include "mkKernel/mkSelectionManager.h"
 #include "mkKernelServices/mkScopedUndo.h"
-#include "mkOpenSGUtils/mkNodeUtils.h"
 
-#include <QAction>
-#include <QContextMenuEvent>
-#include <QInputDialog>
-#include <QMenu>
-#include <QMessageBox>
+#include <QGuiApplication>
+#include <QHeaderView>
 #include <QScopedValueRollback>
+#include <QScrollBar>
 
 #include <algorithm>
 
@@ -24,8 +19,11 @@ namespace {
 /// Levels that are expanded when a scene was opened, and rows below which one is left closed.
 constexpr int expandedLevels = 3;
 constexpr int maxExpandedRows = 500;
+/// Rows of a search that are opened; the others can be opened by hand.
+constexpr int maxFoundRows = 2000;
 /// The view recurses when it lays out expanded rows, so rows deeper than this are not revealed.
 constexpr int maxRevealedDepth = 2000;
+constexpr int maxRevealedNodes = 1000;
 
 /// Rows as few ranges, since a selection model looks at every range.
 QItemSelection rangesOf(QModelIndexList indexes)
@@ -58,46 +56,41 @@ SceneTree::SceneTree(SceneWatcher *sceneWatcher, QWidget *parent)
     setObjectName(QStringLiteral("sceneTree"));
     setModel(nodes);
     setHeaderHidden(true);
+    // Long names scroll, they are not cut.
+    header()->setStretchLastSection(false);
     setUniformRowHeights(true);
     setSelectionMode(ExtendedSelection);
     setEditTriggers(NoEditTriggers);
     setDragDropMode(DragOnly);
     createActions();
 
-    connect(nodes, &QAbstractItemModel::modelReset, this, &SceneTree::sceneReplaced);
+    connect(nodes, &QAbstractItemModel::modelReset, this, &SceneTree::expandFirstLevels);
     connect(watcher, &SceneWatcher::looksChanged, viewport(), QOverload<>::of(&QWidget::update));
     connect(mkSelectionManager::the(), &mkSelectionManager::selectionChanged, this,
             &SceneTree::showHostSelection);
-    connect(mkScenegraph::the(), &mkScenegraph::scrollRequested, this, &SceneTree::revealNodes);
     // Rows that went away took their part of the selection along.
     connect(watcher, &SceneWatcher::childrenChanged, this, &SceneTree::showHostSelection);
-    sceneReplaced();
+    for (QScrollBar *bar : { verticalScrollBar(), horizontalScrollBar() }) {
+        connect(bar, &QScrollBar::rangeChanged, this, &SceneTree::fitColumn);
+    }
+    connect(verticalScrollBar(), &QScrollBar::valueChanged, this, &SceneTree::fitColumn);
+    expandFirstLevels();
 }
 
-void SceneTree::createActions()
+void SceneTree::fitColumn()
 {
-    const auto create = [this](const QString &text, const QKeySequence &shortcut) {
-        auto *const action = new QAction(text, this);
-        action->setShortcut(shortcut);
-        action->setShortcutContext(Qt::WidgetShortcut);
-        addAction(action);
-        return action;
-    };
-    renameAction = create(tr("Rename"), Qt::Key_F2);
-    storeAction = create(tr("Store Render State…"), {});
-    deleteAction = create(tr("Delete from Scene…"), QKeySequence::Delete);
-    deleteAction->setIcon(mkIconManager::getIcon("Delete", ""));
-    connect(renameAction, &QAction::triggered, this, [this] {
-        if (currentIndex().isValid()) {
-            edit(currentIndex());
-        }
-    });
-    connect(storeAction, &QAction::triggered, this, &SceneTree::storeState);
-    connect(deleteAction, &QAction::triggered, this, &SceneTree::deleteSelected);
+    // The names in sight only: that is cheap, and what is out of sight needs no room.
+    const int wanted = std::max(sizeHintForColumn(0), viewport()->width());
+    if (wanted != columnWidth(0)) {
+        setColumnWidth(0, wanted);
+    }
 }
 
-void SceneTree::sceneReplaced()
+void SceneTree::expandFirstLevels()
 {
+    if (nodes->isFiltered()) {
+        return;
+    }
     QModelIndexList level{ nodes->index(0, 0) };
     for (int depth = 0; depth < expandedLevels; ++depth) {
         QModelIndexList next;
@@ -119,6 +112,49 @@ void SceneTree::sceneReplaced()
     }
 }
 
+bool SceneTree::expandBelow(const QModelIndexList &from, int room)
+{
+    // While a layout is pending, expanding costs nothing.
+    scheduleDelayedItemsLayout();
+    QModelIndexList level = from;
+    for (int depth = 0; !level.isEmpty() && depth < maxRevealedDepth; ++depth) {
+        QModelIndexList next;
+        for (const QModelIndex &index : qAsConst(level)) {
+            nodes->fetchMore(index);
+            const int count = nodes->rowCount(index);
+            if (count > room) {
+                executeDelayedItemsLayout();
+                return false;
+            }
+            if (count > 0) {
+                room -= count;
+                expand(index);
+            }
+            for (int row = 0; row < count; ++row) {
+                const QModelIndex child = nodes->index(row, 0, index);
+                if (nodes->hasChildren(child)) {
+                    next += child;
+                }
+            }
+        }
+        level = next;
+    }
+    executeDelayedItemsLayout();
+    return level.isEmpty();
+}
+
+void SceneTree::setFilter(const NodeFilterPtr &filter)
+{
+    {
+        const QScopedValueRollback<bool> guard(syncing, true);
+        nodes->setFilter(filter);
+    }
+    if (filter) {
+        expandBelow({ nodes->index(0, 0) }, maxFoundRows);
+    }
+    showHostSelection();
+}
+
 void SceneTree::selectionChanged(const QItemSelection &selected, const QItemSelection &deselected)
 {
     QTreeView::selectionChanged(selected, deselected);
@@ -131,12 +167,52 @@ void SceneTree::applySelectionToHost()
 {
     const QScopedValueRollback<bool> guard(syncing, true);
     std::vector<mkNodePtr> selected;
+    if (nodes->isFiltered() && (QGuiApplication::keyboardModifiers() & Qt::ControlModifier)) {
+        // A row is added to the selection, or taken out: nodes that have no row here stay in it.
+        for (const mkNodePtr &node : mkSelectionManager::getSelectedNodes()) {
+            if (!nodes->indexOf(node.get()).isValid()) {
+                selected.push_back(node);
+            }
+        }
+    }
     const QModelIndexList indexes = selectionModel()->selectedIndexes();
     for (const QModelIndex &index : indexes) {
         selected.emplace_back(nodes->node(index));
     }
+    selectInHost(selected);
+}
+
+void SceneTree::selectInHost(const std::vector<mkNodePtr> &selected)
+{
     const mkScopedUndo undo(true);
     mkSelectionManager::selectNodes(selected);
+}
+
+void SceneTree::selectAll()
+{
+    std::vector<mkNodePtr> selected;
+    QModelIndexList pending{ nodes->index(0, 0) };
+    while (!pending.isEmpty()) {
+        const QModelIndex index = pending.takeLast();
+        if (nodes->isFiltered() ? nodes->isMatching(index) : index.parent().isValid()) {
+            selected.emplace_back(nodes->node(index));
+        }
+        for (int row = isExpanded(index) ? nodes->rowCount(index) - 1 : -1; row >= 0; --row) {
+            pending += nodes->index(row, 0, index);
+        }
+    }
+    selectInHost(selected);
+}
+
+void SceneTree::selectFirstMatch()
+{
+    QModelIndex index = nodes->index(0, 0);
+    while (index.isValid() && !nodes->isMatching(index)) {
+        index = indexBelow(index);
+    }
+    if (index.isValid()) {
+        setCurrentIndex(index);
+    }
 }
 
 void SceneTree::showHostSelection()
@@ -165,13 +241,17 @@ void SceneTree::showHostSelection()
     viewport()->update();
 }
 
-void SceneTree::revealNodes(const std::vector<mkNodePtr> &wanted)
+bool SceneTree::revealNodes(const std::vector<mkNodePtr> &wanted)
 {
     watcher->deliver();
     QModelIndex first;
     // While a layout is pending, expanding costs nothing.
     scheduleDelayedItemsLayout();
+    int room = maxRevealedNodes;
     for (const mkNodePtr &node : wanted) {
+        if (--room < 0) {
+            break;
+        }
         const QModelIndex index = nodes->indexOf(node.get());
         int depth = 0;
         for (QModelIndex above = index.parent(); above.isValid(); above = above.parent()) {
@@ -190,19 +270,7 @@ void SceneTree::revealNodes(const std::vector<mkNodePtr> &wanted)
     if (first.isValid()) {
         scrollTo(first, PositionAtCenter);
     }
-}
-
-void SceneTree::contextMenuEvent(QContextMenuEvent *event)
-{
-    const bool any = selectionModel()->hasSelection();
-    const bool withRoot = selectionModel()->isSelected(nodes->index(0, 0));
-    renameAction->setEnabled(currentIndex().isValid());
-    storeAction->setEnabled(any);
-    deleteAction->setEnabled(any && !withRoot);
-    QMenu::exec({ renameAction, storeAction, deleteAction }, event->globalPos(), nullptr, this);
-    deleteAction->setEnabled(true);
-    storeAction->setEnabled(true);
-    renameAction->setEnabled(true);
+    return first.isValid();
 }
 
 void SceneTree::startDrag(Qt::DropActions supportedActions)
@@ -212,48 +280,4 @@ void SceneTree::startDrag(Qt::DropActions supportedActions)
         selectionModel()->select(currentIndex(), QItemSelectionModel::ClearAndSelect);
     }
     startNamedDrag(this, supportedActions);
-}
-
-void SceneTree::deleteSelected()
-{
-    std::vector<mkNodePtr> selected = mkScenegraph::getSelectedRootNodes();
-    selected.erase(std::remove_if(selected.begin(), selected.end(),
-                                  [](const mkNodePtr &node) {
-                                      return node == mkScenegraph::getRoot();
-                                  }),
-                   selected.end());
-    if (selected.empty()) {
-        return;
-    }
-    const auto answer = QMessageBox::question(
-        this, tr("Delete from Scene"),
-        tr("Delete %n node(s), and everything below, from the scene? This cannot be undone.",
-           nullptr, int(selected.size())),
-        QMessageBox::Yes | QMessageBox::Cancel, QMessageBox::Cancel);
-    if (answer != QMessageBox::Yes) {
-        return;
-    }
-    mkSelectionManager::clear();
-    for (const mkNodePtr &node : selected) {
-        mkScenegraph::removeNode(node.get());
-    }
-}
-
-void SceneTree::storeState()
-{
-    bool agreed = false;
-    const QString name = QInputDialog::getText(this, tr("Store Render State"),
-                                               tr("Store the current render attributes of the "
-                                                  "selected drawables and of all below as:"),
-                                               QLineEdit::Normal, QString(), &agreed);
-    if (!agreed || name.isEmpty()) {
-        return;
-    }
-    int count = 0;
-    for (const mkNodePtr &selected : mkScenegraph::getSelectedRootNodes()) {
-        count += mkNodeUtils::storeRenderLayerState(selected.get(), name.toStdString());
-    }
-    if (count > 0) {
-        mkController::setModified(1);
-    }
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "NodeFilter.h"
 #include "OSGSystem/Node.h"
 
 #include <QAbstractItemModel>
@@ -12,7 +13,7 @@ class SceneWatcher;
 
 /// The open scene as a tree of nodes. It keeps only the ids of the nodes, so it keeps none of them
 /// alive; names, icons and colours are looked up when they are shown. The children of a node are
-/// read when somebody looks at them.
+/// read when somebody looks at them. With a filter only the nodes that it shows have rows.
 class SceneTreeModel : public QAbstractItemModel
 {
     Q_OBJECT
@@ -24,6 +25,11 @@ public:
     osg::NodePtr node(const QModelIndex &index) const;
     /// The node's row, after reading all levels above it; invalid when it is not in the scene.
     QModelIndex indexOf(const osg::NodePtr &node);
+    /// Null shows all nodes.
+    void setFilter(NodeFilterPtr filter);
+    bool isFiltered() const { return filter != nullptr; }
+    /// True for the nodes that a search has found, not for those above them.
+    bool isMatching(const QModelIndex &index) const;
     /// True while rows come and go because the scene changed, not the user's mind.
     bool isFollowing() const { return following; }
 
@@ -52,6 +58,11 @@ private:
         std::vector<quint32> children;
     };
 
+    bool isShown(const osg::NodePtr &node) const
+    {
+        return !filter || filter->shown.contains(node->getId());
+    }
+    std::vector<quint32> childIds(quint32 id) const;
     bool hasUnreadChildren(const QModelIndex &parent) const;
     void reset();
     void enterRoot();
@@ -64,5 +75,6 @@ private:
     QModelIndex indexOf(quint32 id) const;
 
     QHash<quint32, Entry> entries;
+    NodeFilterPtr filter;
     bool following = false;
 };

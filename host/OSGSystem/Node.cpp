@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <utility>
 
 namespace osg {
 
@@ -70,6 +71,26 @@ bool Node::subChild(const NodePtr &child)
     children.erase(found);
     changed(ChildrenFieldMask, ChangeOrigin::External);
     return true;
+}
+
+void Node::setChildren(const std::vector<NodePtr> &newChildren)
+{
+    const std::vector<NodePtr> before = std::exchange(children, {});
+    for (const NodePtr &child : before) {
+        child->parent = nullptr;
+    }
+    children.reserve(newChildren.size());
+    for (const NodePtr &child : newChildren) {
+        if (!child || child->parent == this || child->isAncestorOf(NodePtr(this))) {
+            continue;
+        }
+        if (child->parent) {
+            child->parent->subChild(child);
+        }
+        child->parent = this;
+        children.push_back(child);
+    }
+    changed(ChildrenFieldMask, ChangeOrigin::External);
 }
 
 bool Node::isAncestorOf(const NodePtr &node) const

@@ -29,6 +29,10 @@ public:
     bool addChild(const NodePtr &child);
     /// Takes `child` out and announces the change; false when it is not a child.
     bool subChild(const NodePtr &child);
+    /// Makes `newChildren` the children, in this order, and announces the change once, at a cost
+    /// that is linear in their number. New ones are taken from their present parents; null,
+    /// repetitions and what would close a circle are left out.
+    void setChildren(const std::vector<NodePtr> &newChildren);
     /// True for the node itself and for everything below it.
     bool isAncestorOf(const NodePtr &node) const;
 

@@ -48,6 +48,15 @@ void addMaterial(const osg::MaterialPtr &material)
     addMaterials({ material });
 }
 
+void insertMaterial(const osg::MaterialPtr &material, std::size_t index)
+{
+    const std::size_t count = all().size();
+    addMaterial(material);
+    if (all().size() > count && index < count) {
+        std::rotate(all().begin() + std::ptrdiff_t(index), all().end() - 1, all().end());
+    }
+}
+
 void addMaterials(const std::vector<osg::MaterialPtr> &materials)
 {
     std::unordered_set<std::uint32_t> known;
@@ -66,12 +75,19 @@ void addMaterials(const std::vector<osg::MaterialPtr> &materials)
         }
         taken.insert(material->getName());
         all().push_back(material);
+        material->changed(osg::AllFields, osg::ChangeOrigin::Internal);
     }
 }
 
 void removeMaterial(const osg::MaterialPtr &material)
 {
-    all().erase(std::remove(all().begin(), all().end(), material), all().end());
+    const auto found = std::find(all().begin(), all().end(), material);
+    if (found != all().end()) {
+        // The handle that was passed may be the one that goes. NOLINTNEXTLINE(performance-*)
+        const osg::MaterialPtr removed = material;
+        all().erase(found);
+        removed->changed(osg::AllFields, osg::ChangeOrigin::Internal);
+    }
 }
 
 void clear()

@@ -2,10 +2,12 @@
 
 #include "mkOpenSGUtils/mkMaterialPtr.h"
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
-/// The document's materials, in order, each under a name of its own.
+/// The document's materials, in order, each under a name of its own. A material announces that it
+/// came or went as a change of its own.
 namespace mkMaterials {
 
 /// The material of this name; null when there is none or `name` is null.
@@ -17,6 +19,8 @@ MK_HOST_API const std::vector<osg::MaterialPtr> &getMaterials();
 /// Adds a material; a name already taken gets a number behind it. Null and known materials are
 /// ignored.
 MK_HOST_API void addMaterial(const osg::MaterialPtr &material);
+/// The same at a place of its own: behind `index` others, or at the end where there are fewer.
+MK_HOST_API void insertMaterial(const osg::MaterialPtr &material, std::size_t index);
 /// The same for many, whose cost is linear as long as their names differ.
 MK_HOST_API void addMaterials(const std::vector<osg::MaterialPtr> &materials);
 /// Takes a material out of the document. Layers that use it keep it alive.

@@ -1,0 +1,121 @@
+#include "NodeLooks.h"
+
+#include "AttributeNames.h"
+#include "Swatch.h"
+#include "mkKernel/mkScenegraph.h"
+#include "mkOpenSGUtils/mkMaterials.h"
+#include "mkOpenSGUtils/mkNodeUtils.h"
+
+#include <QCoreApplication>
+#include <QGuiApplication>
+#include <QPainter>
+#include <QPalette>
+#include <QPixmap>
+
+namespace {
+
+const QColor markColor(0xe0, 0x6c, 0x00);
+constexpr qreal outline = 1.2;
+
+QString translate(const char *text)
+{
+    return QCoreApplication::translate("NodeLooks", text);
+}
+
+osg::MaterialPtr overrideInUse(const osg::RenderAttributeValues &values)
+{
+    return values.useOverrideMaterial ? values.overrideMaterial : osg::MaterialPtr();
+}
+
+bool areDefaults(const osg::RenderAttributeValues &values)
+{
+    const osg::RenderAttributeValues defaults;
+    return !values.overrideMaterial
+           && std::all_of(std::begin(attributeNames), std::end(attributeNames),
+                          [&](const AttributeName &attribute) {
+                              return values.*attribute.value == defaults.*attribute.value;
+                          });
+}
+
+void drawMark(QPainter &painter, const QRectF &place, const QColor &color)
+{
+    painter.setPen(QPen(QGuiApplication::palette().color(QPalette::Base), outline));
+    painter.setBrush(color);
+    painter.drawEllipse(place);
+}
+
+/// The node's own attributes where they are not the defaults; null otherwise.
+osg::RaytracingGeoAttachmentPtr changedAttributes(const osg::NodePtr &node)
+{
+    const osg::RaytracingGeoAttachmentPtr own = mkNodeUtils::getRenderAttributes(node);
+    return own && !areDefaults(own->getValues()) ? own : osg::RaytracingGeoAttachmentPtr();
+}
+
+} // namespace
+
+namespace NodeLooks {
+
+bool isHidden(const osg::NodePtr &node)
+{
+    const auto attributes = mkNodeUtils::getRenderAttributes(node);
+    return attributes && !attributes->getVisible();
+}
+
+QIcon icon(const osg::NodePtr &node)
+{
+    QPixmap pixmap = mkScenegraph::getNodeIcon(node->getCore(), node, true);
+    if (const osg::RaytracingGeoAttachmentPtr own = changedAttributes(node)) {
+        const QSizeF size = QSizeF(pixmap.size()) / pixmap.devicePixelRatio();
+        QPainter painter(&pixmap);
+        painter.setRenderHint(QPainter::Antialiasing);
+        drawMark(painter, QRectF(size.width() - 7, 0.6, 6.4, 6.4), markColor);
+        if (const osg::MaterialPtr material = overrideInUse(own->getValues())) {
+            drawMark(painter, QRectF(size.width() - 8.6, size.height() - 8.6, 8, 8),
+                     opaqueColor(material));
+        }
+    }
+    QIcon icon(pixmap);
+    // The style would tint that of a selected row.
+    icon.addPixmap(pixmap, QIcon::Selected);
+    return icon;
+}
+
+QString toolTip(const osg::NodePtr &node)
+{
+    QString text = QString::fromStdString(mkNodeUtils::getPath(node));
+    const osg::RaytracingGeoAttachmentPtr own = changedAttributes(node);
+    if (!own) {
+        return text;
+    }
+    const osg::RenderAttributeValues &values = own->getValues();
+    QStringList off;
+    for (const AttributeName &attribute : attributeNames) {
+        if (attribute.value != &osg::RenderAttributeValues::useOverrideMaterial
+            && !(values.*attribute.value)) {
+            off += attributeText(attribute);
+        }
+    }
+    if (!off.isEmpty()) {
+        text += QLatin1Char('\n') + translate("Off: %1").arg(off.join(QLatin1String(", ")));
+    }
+    if (values.overrideMaterial) {
+        const QString name = QString::fromUtf8(mkMaterials::getName(values.overrideMaterial));
+        text += QLatin1Char('\n')
+                + (values.useOverrideMaterial ? translate("Override material: %1")
+                                              : translate("Override material, not used: %1"))
+                      .arg(name);
+    }
+    return text;
+}
+
+QColor fadedText()
+{
+    const QPalette palette = QGuiApplication::palette();
+    const QColor text = palette.color(QPalette::Text);
+    const QColor base = palette.color(QPalette::Base);
+    const auto mixed = [](int a, int b) { return (a * 62 + b * 38) / 100; };
+    return QColor(mixed(text.red(), base.red()), mixed(text.green(), base.green()),
+                  mixed(text.blue(), base.blue()));
+}
+
+} // namespace NodeLooks
