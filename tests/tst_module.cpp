@@ -3,24 +3,25 @@
 #include "mkKernel/mkController.h"
 #include "mkKernel/mkModuleBase.h"
 #include "mkQt4Ext/QMKDockWindowManager.h"
-#include "mkUtils/mkTrace.h"
+#include "mkShortcut/mkShortcut.h"
 
-#include <QHeaderView>
+#include <QDialog>
+#include <QDockWidget>
 #include <QLibrary>
 #include <QMenuBar>
 #include <QProcess>
-#include <QScopeGuard>
 #include <QSignalSpy>
 #include <QTemporaryFile>
 #include <QTest>
 
+#include <fstream>
 #include <stdexcept>
 
+#include <dlfcn.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
 namespace {
-
-const QString pluginFile = QStringLiteral(MK_PLUGIN_DIR "/mkRenderLayerModule.so");
 
 /// What arrives at the standard error file while the message is sent.
 QString errorsOf(mkMessage &message)
@@ -36,72 +37,141 @@ QString errorsOf(mkMessage &message)
     return QString::fromUtf8(file.readAll());
 }
 
+using Range = std::pair<std::uintptr_t, std::uintptr_t>;
+
+/// Where the plug-in's library lies in memory; nothing when it is not loaded.
+Range loadedPlugin()
+{
+    Range range;
+    std::ifstream maps("/proc/self/maps");
+    for (std::string line; std::getline(maps, line);) {
+        if (QByteArray(line.c_str()).endsWith("/mkRenderLayerModule.so")) {
+            range.first = range.first ? range.first : std::stoul(line, nullptr, 16);
+            range.second = std::stoul(line.substr(line.find('-') + 1), nullptr, 16);
+        }
+    }
+    return range;
+}
+
+/// Keeps the place of a library that must be unloaded by now closed. Otherwise the next one often
+/// comes back to the same address, where pointers that were left behind happen to be right.
+void bury(const Range &range)
+{
+    QVERIFY(!loadedPlugin().first);
+    void *const place = reinterpret_cast<void *>(range.first);
+    QVERIFY(mmap(place, range.second - range.first, PROT_NONE,
+                 MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED_NOREPLACE, -1, 0)
+            == place);
+}
+
 } // namespace
 
-/// The library's entry points, and the module's life and messages. Each test loads it anew.
+/// The library's entry points, and the module's life and messages. Each test loads it anew, and
+/// buries it afterwards.
 class tst_Module : public QObject
 {
     Q_OBJECT
 
 private Q_SLOTS:
+    void initTestCase();
     void init();
-    void cleanup() { host.reset(); }
+    void cleanup();
     void entryPoints();
     void construction();
     void namedMessages();
-    void hookThatThrows();
     void transformationRepaints();
     void messageIds();
     void stateIdsFollowTheFile();
-    void hookKeepsExceptions();
     void withoutPanel();
-    void unloading();
+    void sessions();
+    void failedStart();
 
 private:
-    static void send(const char *name);
     static mkModuleBase *module() { return mkController::getModules().front(); }
+    void use(bool leaveOpen);
+    QString traces() const;
 
     std::unique_ptr<HostFixture> host;
     QStringList constructionCalls;
+    QString left;
 };
+
+void tst_Module::initTestCase()
+{
+    host = std::make_unique<HostFixture>();
+    host->addLayers();
+    use(false);
+    host->unloadPlugin();
+    left = traces();
+    QVERIFY(left.startsWith("0 modules, 0+0 docks, 0 menu entries, 7 keys"));
+}
 
 void tst_Module::init()
 {
     const HostCalls calls;
-    host = std::make_unique<HostFixture>();
+    host->loadPlugin();
     constructionCalls = calls.lines(
         { "mkController::getMainWindow", "mkController::getDock",
           "mkShortcut::addKey(\"Render Layer\", \"Delete\"", "QMKDockWindowManager::add",
-          "QMKToolBar::addAction(\"Create Layer\"", "mkController::addCB", "mkIconManager::get" });
-    host->addLayer("A", { "a", "b" });
-    host->addLayer("B", { "c" });
-    host->attributes(0, "a")->setOverrideMaterial(host->material("red"));
-    host->rebuild();
+          "QMKToolBar::", "mkController::addCB", "mkIconManager::get" });
+    host->reset();
+    host->addLayers();
 }
 
-void tst_Module::send(const char *name)
+void tst_Module::cleanup()
 {
-    mkMessage message(name);
-    mkController::sendMessage(message);
+    const Range range = loadedPlugin();
+    const HostCalls calls;
+    host->unloadPlugin();
+    QCOMPARE(calls.lines({ "mkController::subCB" }).join(' '),
+             "mkController::subCB(\"materialRenamed\") "
+             "mkController::subCB(\"mkRenderLayerModuleUpdateLayers\") "
+             "mkController::subCB(\"mkTransform::changedTransformation\")");
+    bury(range);
+    for (const char *name : { "materialRenamed", "mkRenderLayerModuleUpdateLayers",
+                              "mkTransform::changedTransformation" }) {
+        host->send(name, host->material("red"), mkMessage::SceneLoaded);
+    }
+    for (int type = QMetaType::User; QMetaType::isRegistered(type); ++type) {
+        QMetaType::destroy(type, QMetaType::create(type));
+    }
+    mkController::updateRender(true);
+    host->settle();
+    QCOMPARE(traces(), left);
+}
+
+/// What the plug-in can leave behind in the host.
+QString tst_Module::traces() const
+{
+    int entries = 0;
+    for (const QAction *menu : host->window()->menuBar()->actions()) {
+        entries += menu->menu()->actions().size();
+    }
+    return QString("%1 modules, %2+%3 docks, %4 menu entries, %5 keys, %6 objects, %7 widgets")
+        .arg(mkController::getModules().size())
+        .arg(host->window()->findChild<QMKDockWindowManager *>()->getDockWidgets().size())
+        .arg(host->window()->findChildren<QDockWidget *>().size())
+        .arg(entries)
+        .arg(mkShortcut::getKeys().size())
+        .arg(host->window()->findChildren<QObject *>().size()
+             + qApp->findChildren<QObject *>().size())
+        .arg(QApplication::allWidgets().size());
 }
 
 void tst_Module::entryPoints()
 {
     QProcess nm;
-    nm.start("nm", { "-D", "--defined-only", "--format=just-symbols", pluginFile });
+    nm.start("nm", { "-D", "--defined-only", "--format=just-symbols", host->pluginFile() });
     QVERIFY(nm.waitForFinished() && nm.exitCode() == 0);
     QCOMPARE(nm.readAll(), "PyInit_mkRenderLayerModule\ngetPluginVersion\ninitPlugin\n");
-
-    QLibrary library(pluginFile);
+    QLibrary library(host->pluginFile());
     const auto getVersion = reinterpret_cast<const char *(*)()>(
         library.resolve("getPluginVersion"));
-    const auto initPlugin = reinterpret_cast<void (*)()>(library.resolve("initPlugin"));
-    const QWidget *const panel = host->panel();
     const HostCalls calls;
     QCOMPARE(getVersion(), "15.3");
-    initPlugin();
+    // Once is enough.
+    library.resolve("initPlugin")();
     QCOMPARE(calls.lines(), QStringList());
-    QCOMPARE(host->panel(), panel);
     library.unload();
 }
 
@@ -120,24 +190,27 @@ void tst_Module::construction()
                                 "mkIconManager::getIcon(\"Delete\", \"\")",
                                 "mkIconManager::getIcon(\"Reset\", \"\")",
                                 "mkIconManager::getIcon(\"Activate\", \"\")",
-                                "QMKToolBar::addAction(\"Create Layer\")",
                                 "mkController::addCB(\"materialRenamed\")",
                                 "mkController::addCB(\"mkRenderLayerModuleUpdateLayers\")",
                                 "mkController::addCB(\"mkTransform::changedTransformation\")" };
+    const QStringList buttons = constructionCalls.filter("QMKToolBar");
+    for (const QString &button : buttons) {
+        QVERIFY(constructionCalls.indexOf(button) == 12 && constructionCalls.removeOne(button));
+    }
+    QCOMPARE(buttons.size(), 6);
     QCOMPARE(constructionCalls, expected);
     QMainWindow *const panel = host->panel();
     QCOMPARE(module()->getWidget(), panel);
     QCOMPARE(module()->getFlags(), quint64(0x8010));
     QCOMPARE(module()->getName() + ' ' + module()->getGroup(), "Render Layer Rendering");
-    QCOMPARE(panel->windowTitle(), "Render Layer");
     QCOMPARE(host->tree()->parentWidget(), panel->centralWidget());
     QCOMPARE(host->tree()->minimumSize(), QSize(0, 120));
     QCOMPARE(host->tree()->sizePolicy().horizontalPolicy(), QSizePolicy::Preferred);
     QCOMPARE(host->tree()->sizePolicy().verticalPolicy(), QSizePolicy::Expanding);
     const auto *const dock = qobject_cast<QMKDockWidget *>(panel->parentWidget());
     QVERIFY(dock && dock->isVisible() && !dock->windowIcon().isNull());
-    QCOMPARE(dock->windowTitle(), "Render Layer");
-    QCOMPARE(host->window()->menuBar()->actions().first()->text(), "Rendering");
+    QCOMPARE(dock->windowTitle() + '|' + host->window()->menuBar()->actions().first()->text(),
+             "Render Layer|Rendering");
 }
 
 void tst_Module::namedMessages()
@@ -163,16 +236,6 @@ void tst_Module::namedMessages()
     send("materialRenamed", "blue", "isMaterialInUse(blue)");
     send("materialRenamed", "", "");
     send("mkTransform::changedTransformation", "", "");
-    send("sceneLoaded", "crimson", "");
-
-    {
-        // Without a store it is not even a failure.
-        const osg::MaterialPtr red = host->material("red");
-        mkScenegraph::setScene({});
-        const LogLines log;
-        HostFixture::send("materialRenamed", red);
-        QCOMPARE(log.lines, QStringList());
-    }
     mkMessage message("materialRenamed");
     message.set("material", 5);
     const HostCalls calls;
@@ -180,22 +243,12 @@ void tst_Module::namedMessages()
              "mkMessage::get : Attribute 'material' has wrong type (is:'int' != "
              "req:'osg::Ptr<osg::Material>')!");
     QCOMPARE(calls.commands(), "");
-}
-
-void tst_Module::hookThatThrows()
-{
-    struct Failing : mkModuleBase
-    {
-        Failing()
-            : mkModuleBase("Failing", "Rendering", mkMessage::SceneLoaded, nullptr)
-        {}
-        void update() override { throw std::runtime_error("no"); }
-    } failing;
+    // Without a store it is not even a failure.
+    const osg::MaterialPtr red = host->material("red");
+    mkScenegraph::setScene({});
     const LogLines log;
-    QSignalSpy rendered(mkController::the(), &mkController::rendered);
-    mkController::updateRender(true);
-    QCOMPARE(rendered.size(), 1);
-    QCOMPARE(log.lines, QStringList("mkController: mkModuleBase::update failed: no"));
+    host->send("materialRenamed", red);
+    QCOMPARE(log.lines, QStringList());
 }
 
 void tst_Module::transformationRepaints()
@@ -212,9 +265,10 @@ void tst_Module::transformationRepaints()
     host->tree()->viewport()->installEventFilter(&watcher);
     do {
         watcher.paints = 0;
-        QTest::qWait(50);
+        host->settle();
+        QCoreApplication::sendPostedEvents();
     } while (watcher.paints > 0);
-    send("mkTransform::changedTransformation");
+    host->send("mkTransform::changedTransformation");
     QTRY_COMPARE(watcher.paints, 1);
 }
 
@@ -233,6 +287,13 @@ void tst_Module::messageIds()
         // Unlike commands this makes the column narrower, too.
         QCOMPARE(host->tree()->columnWidth(0) < 700, wanted);
     }
+    const LogLines log;
+    mkMessage message("any", mkMessage::SceneLoaded);
+    const Interception interception(
+        [](const char *call) { return qstrcmp(call, "osg::traverse") ? void() : throw 1; });
+    QVERIFY(!module()->receivedMessage(message));
+    QCOMPARE(log.lines.join('|'),
+             "mkRenderLayerModule::receivedMessage : An unknown exception occurred!");
 }
 
 void tst_Module::stateIdsFollowTheFile()
@@ -263,49 +324,88 @@ void tst_Module::stateIdsFollowTheFile()
     }
 }
 
-void tst_Module::hookKeepsExceptions()
-{
-    const auto stop = qScopeGuard([] { mkTrace::setInterceptor({}); });
-    const LogLines log;
-    mkMessage message("any", mkMessage::SceneLoaded);
-    for (const char *failing : { "mkRenderLayer::getAttachment", "osg::traverse" }) {
-        mkTrace::setInterceptor(
-            [failing](const char *call) { qstrcmp(call, failing) == 0 ? throw 1 : void(); });
-        QVERIFY(!module()->receivedMessage(message));
-    }
-    const QString line = "mkRenderLayerModule::receivedMessage : An unknown exception occurred!";
-    QCOMPARE(log.lines, QStringList({ line, line }));
-    mkTrace::setInterceptor({});
-    send("mkRenderLayerModuleUpdateLayers");
-    QCOMPARE(host->rows(), "A[a b] B[c]");
-}
-
 void tst_Module::withoutPanel()
 {
-    mkMessage renamed("materialRenamed");
-    renamed.set("material", host->material("red"));
+    const osg::MaterialPtr red = host->material("red");
     delete host->panel();
     QVERIFY(!module()->getWidget());
     const HostCalls calls;
-    mkController::sendMessage(renamed);
-    send("mkRenderLayerModuleUpdateLayers");
-    send("mkTransform::changedTransformation");
+    for (const char *name : { "materialRenamed", "mkRenderLayerModuleUpdateLayers",
+                              "mkTransform::changedTransformation" }) {
+        host->send(name, red);
+    }
     QCOMPARE(calls.lines(), QStringList());
-    mkMessage loaded("any", mkMessage::SceneLoaded);
-    mkController::sendMessage(loaded);
+    host->send("any", red, mkMessage::SceneLoaded);
     QCOMPARE(calls.count("osg::traverse"), 1);
     QCOMPARE(calls.commands(), QString());
 }
 
-void tst_Module::unloading()
+/// A short session; what is in use when the library goes leaves nothing behind.
+void tst_Module::use(bool leaveOpen)
 {
-    const HostCalls calls;
-    host.reset();
-    QCOMPARE(calls.lines({ "mkController::subCB" }).join(' '),
-             "mkController::subCB(\"materialRenamed\") "
-             "mkController::subCB(\"mkRenderLayerModuleUpdateLayers\") "
-             "mkController::subCB(\"mkTransform::changedTransformation\")");
-    QVERIFY(mkController::getModules().empty());
+    host->action("Create Layer")->trigger();
+    host->drop(host->cell("A/b", 0).center(), host->materialFormat, host->materialPayload("red"));
+    host->select({ "A/b" });
+    const ModalAnswers answers(ModalAnswers::agree);
+    host->action("Apply Attributes to Selected ...")->trigger();
+    QCOMPARE(host->values(host->attributes(0, "b")), "00000000000 red");
+    host->openMenu("A/b");
+    if (!leaveOpen) {
+        host->closeMenu();
+    }
+    host->select({ "A" });
+    host->action("Rename Layer")->trigger();
+    QVERIFY(leaveOpen ? host->editor() != nullptr : host->type("A", Qt::Key_Escape));
+}
+
+void tst_Module::sessions()
+{
+    for (int i = 0; i < 20; ++i) {
+        use(i % 2 == 1);
+        cleanup();
+        init();
+    }
+}
+
+/// A start in which a host call throws leaves nothing behind, and can be tried again.
+void tst_Module::failedStart()
+{
+    host->unloadPlugin();
+    const QString nothing = traces();
+    int failing = 0;
+    for (bool failed = true; failed; ++failing) {
+        void *const library = dlopen(qPrintable(host->pluginFile()), RTLD_NOW);
+        const auto initPlugin = reinterpret_cast<void (*)()>(dlsym(library, "initPlugin"));
+        {
+            int calls = 0;
+            const Interception interception([&](const char *) {
+                if (calls++ == failing) {
+                    throw std::runtime_error("hostile");
+                }
+            });
+            try {
+                initPlugin();
+                failed = false;
+            } catch (const std::runtime_error &) {
+                QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+                QCOMPARE(traces(), nothing);
+            }
+        }
+        // Every other library goes without having been started.
+        if (failed && failing % 2 == 0) {
+            initPlugin();
+        }
+        if (host->panel()) {
+            QVERIFY(traces().startsWith("1 modules, 1+1 docks, 1 menu entries, 7 keys"));
+            delete host->panel();
+        }
+        const Range range = loadedPlugin();
+        dlclose(library);
+        bury(range);
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    }
+    QVERIFY(failing > 20);
+    host->loadPlugin();
 }
 
 HOST_TEST_MAIN(tst_Module)

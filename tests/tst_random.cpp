@@ -7,11 +7,8 @@
 #include "mkKernel/mkSelectionManager.h"
 #include "mkKernelServices/mkScopedUndo.h"
 #include "mkOpenSGUtils/mkMaterials.h"
-#include "mkOpenSGUtils/mkNodeUtils.h"
 
 #include <QCheckBox>
-#include <QDialog>
-#include <QLineEdit>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QTest>
@@ -52,13 +49,13 @@ QString nameOf(const osg::NodePtr &node)
     return QString::fromStdString(node->getName());
 }
 
-Nodes selectedRootNodes()
+Nodes plain(const std::vector<mkNodePtr> &nodes)
 {
-    Nodes nodes;
-    for (const mkNodePtr &node : mkScenegraph::getSelectedRootNodes()) {
-        nodes.push_back(node.get());
+    Nodes found;
+    for (const mkNodePtr &node : nodes) {
+        found.push_back(node.get());
     }
-    return nodes;
+    return found;
 }
 
 /// One random sequence: each step is done to the model and to the real panel.
@@ -152,15 +149,10 @@ private:
         return all.empty() ? osg::MaterialPtr() : all[choice % all.size()];
     }
 
-    /// Drops onto the row, or sometimes onto empty space.
     void drop(const QString &format, const QByteArray &bytes)
     {
-        const bool space = step.b % 9 == 0;
-        tell("drop " + bytes.toHex() + " on " + (space ? "nothing" : path(target)));
-        const QPoint point = space ? host.emptySpace() : host.cell(item(target), 1).center();
-        if (!space || !tree->itemAt(point)) {
-            host.drop(point, format, bytes);
-        }
+        tell("drop " + bytes.toHex() + " on " + path(target));
+        host.drop(host.cell(item(target), 1).center(), format, bytes);
     }
 
     /// What the menu offers; the key or the button in the tool bar does the same.
@@ -179,9 +171,10 @@ private:
             { full ? "" : "Duplicate Layer", [&] { model.duplicateLayers(); }, Qt::Key_D },
             { "Move Up", [&] { model.move(-1, selection); }, Qt::Key_Up },
             { "Move Down", [&] { model.move(1, selection); }, Qt::Key_Down },
-            { "Select Nodes", [] {}, Qt::Key_N },
+            { "Select Nodes", [&] { chosenNodes = model.nodesOf(selection); }, Qt::Key_N },
             { "Select All", [&] { model.selectAll(); }, Qt::Key_A },
-            { "Add Selected Nodes", [&] { model.addNodes(selectedRootNodes()); } },
+            { "Add Selected Nodes",
+              [&] { model.addNodes(plain(mkScenegraph::getSelectedRootNodes())); } },
             { "Cleanup", [&] { model.cleanup(); } },
             { "Clear Override Material", [&] { model.clearMaterials(); } },
             { "Activate Layer", [] {} },
@@ -197,6 +190,17 @@ private:
             host.key(chosen.key, Qt::ControlModifier);
         } else if (step.b % 3 == 1 || !host.clickTool(chosen.name)) {
             host.action(chosen.name)->trigger();
+        }
+        if (chosen.name == QString("Select Nodes") && !selection.empty()) {
+            const auto listed = [](const Nodes &nodes) {
+                QStringList texts;
+                for (const osg::NodePtr &node : nodes) {
+                    texts += QString("%1 #%2").arg(nameOf(node)).arg(node->getId());
+                }
+                return texts.join(' ');
+            };
+            compare("nodes", listed(plain(mkSelectionManager::getSelectedNodes())),
+                    listed(chosenNodes));
         }
     }
 
@@ -254,6 +258,33 @@ private:
         model.store[0].members[1].attributes->material = host.material("red");
     }
 
+    void editScene()
+    {
+        const osg::NodePtr node = anyNode(step.a);
+        if (step.b % 3 == 0 && sceneNodes().size() < manyNodes) {
+            tell("add a node below " + nameOf(node));
+            const osg::NodePtr added = osg::Node::create();
+            added->setName(anyName(step.b).toStdString());
+            added->setCore(osg::Geometry::create());
+            node->addChild(added);
+        } else if (step.b % 3 == 1) {
+            tell("rename node " + nameOf(node));
+            node->setName(anyName(step.b).toStdString());
+            // A container that may get the id of a row's node.
+            const osg::MaterialPtr material = osg::Material::create();
+            material->setName("extra");
+            if (mkMaterials::getMaterials().size() < 5) {
+                mkMaterials::addMaterial(material);
+            }
+        } else if (node != mkScenegraph::getRoot()) {
+            tell("move " + nameOf(node) + " below " + nameOf(anyNode(step.b)));
+            anyNode(step.b)->addChild(node);
+            if (step.b % 4 == 0) {
+                mkMaterials::removeMaterial(anyMaterial(step.a));
+            }
+        }
+    }
+
     void storeBehindThePanel()
     {
         if (model.store.empty()) {
@@ -271,75 +302,54 @@ private:
         const osg::NodePtr memberNode(member ? member->node : nullptr);
         tell(QString("behind the panel, layer %1: ").arg(name));
         QString &line = story.last();
-        switch (step.b / 7 % 8) {
-        case 0:
+        const unsigned kind = step.b / 7 % 8;
+        if (kind == 0) {
             line += "remove the first of its name";
             model.store.remove(model.layerNamed(name));
             store->subLayer(name.toStdString());
-            break;
-        case 1:
+        } else if (kind == 1 && model.store.size() < manyLayers) {
             line += "add another layer";
-            if (model.store.size() < manyLayers) {
-                model.store.push_back({ "B" });
-                store->addLayer("B");
-            }
-            break;
-        case 2:
+            model.store.push_back({ "B" });
+            store->addLayer("B");
+        } else if (kind == 2) {
             line += "rename it " + anyName(step.b % 6);
             model.store[layer].name = anyName(step.b % 6);
             store->setLayerName(index, anyName(step.b % 6).toStdString());
-            break;
-        case 3:
+        } else if (kind == 3) {
             line += "add " + nameOf(node);
             model.storeAddNode(layer, node.get());
             store->addNode(index, node);
-            break;
-        case 4:
+        } else if (kind == 4) {
             line += "move it down";
             model.storeMoveLayer(layer, 1);
             store->moveDownLayer(index);
-            break;
-        case 5:
-            if (member) {
-                line += "take out " + nameOf(memberNode);
-                model.storeSubNode(layer, memberNode.get());
-                store->subNode(index, memberNode);
-            }
-            break;
-        case 6:
-            if (member) {
-                line += "lose the attributes of " + nameOf(memberNode);
-                member->attributes.reset();
-                real->replaceAttributes(memberNode, osg::NullFC);
-            }
-            break;
-        default:
-            if (member && member->attributes) {
-                line += "edit " + nameOf(memberNode);
-                const int column = 1 + int(step.a % 11);
-                const osg::RaytracingGeoAttachmentPtr attributes(real->findAttributes(memberNode));
-                HostFixture::flag(attributes, column) ^= true;
-                attributes->setOverrideMaterial(anyMaterial(step.a));
-                QString &flags = member->attributes->flags;
-                flags[column - 1] = flags[column - 1] == '1' ? '0' : '1';
-                member->attributes->material = anyMaterial(step.a);
-            }
+        } else if (kind == 5 && member) {
+            line += "take out " + nameOf(memberNode);
+            model.storeSubNode(layer, memberNode.get());
+            store->subNode(index, memberNode);
+        } else if (kind == 6 && member) {
+            line += "lose the attributes of " + nameOf(memberNode);
+            member->attributes.reset();
+            real->replaceAttributes(memberNode, osg::NullFC);
+        } else if (kind == 7 && member && member->attributes) {
+            line += "edit " + nameOf(memberNode);
+            const int column = 1 + int(step.a % 11);
+            const osg::RaytracingGeoAttachmentPtr attributes(real->findAttributes(memberNode));
+            HostFixture::flag(attributes, column) ^= true;
+            attributes->setOverrideMaterial(anyMaterial(step.a));
+            QString &flags = member->attributes->flags;
+            flags[column - 1] = flags[column - 1] == '1' ? '0' : '1';
+            member->attributes->material = anyMaterial(step.a);
         }
     }
 
     void script()
     {
         const QString name = anyName(step.b);
-        const QString node = "mkHost.findNode('" + name + "')";
-        const QString use = step.b % 2 == 0 ? "True" : "False";
         const QStringList statements{
             "createRenderLayer('" + name + "')",
             "activateRenderLayer('" + name + "')",
             "addNodesToRenderLayer(mkHost.getSelectedNodes(), '" + name + "')",
-            "setNodeVisibilityFlags(" + node + ", *[False, True] * 5, " + use + ", 'red')",
-            "resetNodeVisibilityFlags(" + node + ")",
-            "activateRenderLayerState('" + name + "')",
-            "resetRenderLayers()",
         };
         const int chosen = int(step.a) % statements.size();
         if (chosen == 0 && model.store.size() >= manyLayers) {
@@ -351,22 +361,16 @@ private:
         } else if (chosen == 1) {
             const Rows found = model.where([&](int row) { return model.rows[row].text == name; });
             model.selectOnly(found.empty() ? -1 : found.last());
-        } else if (chosen == 2) {
-            for (const mkNodePtr &selected : mkSelectionManager::getSelectedNodes()) {
+        } else {
+            for (const osg::NodePtr &node : plain(mkSelectionManager::getSelectedNodes())) {
                 if (model.layerNamed(name) >= 0) {
-                    model.storeAddNode(model.layerNamed(name), selected.get().get());
+                    model.storeAddNode(model.layerNamed(name), node.get());
                 }
                 model.changed(false);
             }
         }
         if (!mkScript::run(statements[chosen].toUtf8())) {
             wrong += "the script failed";
-        }
-        const osg::NodePtr found = host.node(name);
-        if (chosen == 3 && found) {
-            const bool red = use == "True" && host.material("red");
-            compare("flags", host.values(mkNodeUtils::getRenderAttributes(found)),
-                    "0101010101" + QString(use == "True" ? "1 " : "0 ") + (red ? "red" : "Empty"));
         }
     }
 
@@ -423,6 +427,7 @@ private:
     /// How the next dialog is answered, and how many there were.
     std::function<void(QWidget *)> answer;
     int dialogs = 0;
+    Nodes chosenNodes;
     /// What is not as it should be after the step.
     QStringList wrong;
 
@@ -489,31 +494,19 @@ private:
                                                              : osg::MaterialPtr();
             const std::string name = dragged ? dragged->getName() : "unknown";
             // A drag carries only the name: of two materials with one name, the first is dropped.
-            osg::MaterialPtr material = mkMaterials::findMaterial(name.c_str()).get();
-            QByteArray bytes = HostFixture::materialPayload(QString::fromStdString(name));
-            if (step.b % 7 == 0) {
-                bytes.chop(int(step.b % unsigned(bytes.size())) + 1);
-                material = osg::NullFC;
-            }
-            tell("material " + QString::fromStdString(name));
-            if (step.b % 9 != 0) {
-                model.dropMaterial(target, material);
-            }
-            drop(HostFixture::materialFormat, bytes);
+            model.dropMaterial(target, mkMaterials::findMaterial(name.c_str()).get());
+            drop(HostFixture::materialFormat,
+                 HostFixture::materialPayload(QString::fromStdString(name)));
         },
         [this] {
-            const char *const payloads[] = { "0000000100000000", "ffffffff", "0000000000000005",
-                                             "000001", "" };
-            const QByteArray bytes = QByteArray::fromHex(payloads[step.b % 8 % 5]);
-            const bool good = bytes.size() >= 4 && bytes.left(4) != QByteArray(4, '\0');
-            const Nodes nodes = selectedRootNodes();
-            drop(HostFixture::nodeFormat, bytes);
-            if (step.b % 9 != 0) {
-                if (good) {
-                    model.dropNodes(target, nodes);
-                }
-                model.modified = true;
+            const bool good = step.b % 3 != 0;
+            const Nodes nodes = plain(mkScenegraph::getSelectedRootNodes());
+            drop(HostFixture::nodeFormat,
+                 QByteArray::fromHex(good ? "0000000100000000" : "0000000000000005"));
+            if (good) {
+                model.dropNodes(target, nodes);
             }
+            model.modified = true;
         },
     };
     const Steps others{
@@ -559,7 +552,7 @@ private:
                 for (int i = 0; i < flags.size(); ++i) {
                     boxes.values()[i]->setChecked(flags[i] == '1');
                 }
-                agreed ? ModalAnswers::agree(modal) : qobject_cast<QDialog *>(modal)->reject();
+                agreed ? ModalAnswers::agree(modal) : void(modal->close());
             };
             if (!order().empty()) {
                 model.warnings = 1;
@@ -603,35 +596,9 @@ private:
             // A removed node lives on only in the layers that hold it.
             mkUndo::stack()->clear();
         },
-        [this] {
-            if (sceneNodes().size() < manyNodes) {
-                tell("add a node below " + nameOf(anyNode(step.a)));
-                const osg::NodePtr added = osg::Node::create();
-                added->setName(anyName(step.b).toStdString());
-                added->setCore(osg::Geometry::create());
-                anyNode(step.a)->addChild(added);
-            }
-        },
-        [this] {
-            tell("rename node " + nameOf(anyNode(step.a)));
-            anyNode(step.a)->setName(anyName(step.b).toStdString());
-            // A container that may get the id of a row's node.
-            const osg::MaterialPtr material = osg::Material::create();
-            material->setName("extra");
-            if (mkMaterials::getMaterials().size() < 5) {
-                mkMaterials::addMaterial(material);
-            }
-        },
-        [this] {
-            const osg::NodePtr node = anyNode(step.a);
-            tell("move " + nameOf(node) + " below " + nameOf(anyNode(step.b)));
-            if (node != mkScenegraph::getRoot()) {
-                anyNode(step.b)->addChild(node);
-            }
-            if (step.b % 4 == 0) {
-                mkMaterials::removeMaterial(anyMaterial(step.a));
-            }
-        },
+        [this] { editScene(); },
+        [this] { editScene(); },
+        [this] { editScene(); },
         [this] {
             if (step.b % 3 == 0) {
                 tell("save");

@@ -10,40 +10,17 @@
 #include "mkOpenSGUtils/mkMaterials.h"
 #include "mkOpenSGUtils/mkNodeUtils.h"
 #include "mkQt4Ext/QMKDockWindowManager.h"
-#include "mkUtils/mkLog.h"
-#include "mkUtils/mkTrace.h"
 
 #include <QApplication>
-#include <QDialogButtonBox>
 #include <QDropEvent>
+#include <QItemDelegate>
 #include <QLineEdit>
-#include <QLoggingCategory>
-#include <QMessageBox>
 #include <QMimeData>
-#include <QPushButton>
 #include <QScopeGuard>
 #include <QTest>
 #include <QToolBar>
-#include <QTreeWidgetItemIterator>
 
 namespace {
-
-QStringList &hostCalls()
-{
-    static QStringList lines;
-    return lines;
-}
-
-QtMessageHandler previousHandler = nullptr;
-
-void recordHostCall(QtMsgType type, const QMessageLogContext &context, const QString &text)
-{
-    if (qstrcmp(context.category, "mk.host") == 0) {
-        hostCalls() += text;
-    } else if (previousHandler) {
-        previousHandler(type, context, text);
-    }
-}
 
 osg::NodePtr addChild(const osg::NodePtr &parent, const char *name, const osg::NodeCorePtr &core)
 {
@@ -54,11 +31,19 @@ osg::NodePtr addChild(const osg::NodePtr &parent, const char *name, const osg::N
     return node;
 }
 
-QString pathOf(const QTreeWidgetItem *item)
+/// Notes where it is to paint an icon.
+class IconPlace : public QItemDelegate
 {
-    const QString text = item->text(0);
-    return item->parent() ? item->parent()->text(0) + '/' + text : text;
-}
+public:
+    mutable QRect place;
+
+protected:
+    void drawDecoration(QPainter *, const QStyleOptionViewItem &, const QRect &rect,
+                        const QPixmap &) const override
+    {
+        place = rect;
+    }
+};
 
 } // namespace
 
@@ -172,6 +157,15 @@ void HostFixture::addLayer(const QString &name, const QStringList &nodes, bool e
     store()->setCollapseState(index, expanded ? 1 : 0);
 }
 
+void HostFixture::addLayers()
+{
+    addLayer("A", { "a", "b" });
+    addLayer("B", { "c", "d" });
+    addLayer("C", { "a", "e" }, false);
+    attributes(0, "a")->setOverrideMaterial(material("red"));
+    rebuild();
+}
+
 void HostFixture::send(const std::string &name, const osg::MaterialPtr &material, std::uint64_t id)
 {
     mkMessage message(name, id);
@@ -203,107 +197,6 @@ void HostFixture::settle()
 {
     QCoreApplication::processEvents();
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-}
-
-QTreeWidgetItem *HostFixture::row(const QString &path) const
-{
-    for (QTreeWidgetItemIterator it(tree()); *it; ++it) {
-        if (pathOf(*it) == path) {
-            return *it;
-        }
-    }
-    return nullptr;
-}
-
-QString HostFixture::rows() const
-{
-    QStringList layers;
-    for (int i = 0; i < tree()->topLevelItemCount(); ++i) {
-        const QTreeWidgetItem *const layer = tree()->topLevelItem(i);
-        QStringList nodes;
-        for (int j = 0; j < layer->childCount(); ++j) {
-            nodes += layer->child(j)->text(0);
-        }
-        layers += layer->text(0) + '[' + nodes.join(' ') + ']';
-    }
-    return layers.join(' ');
-}
-
-QString HostFixture::stored()
-{
-    QStringList layers;
-    const osg::RenderLayersPtr content = store()->getAttachment();
-    for (std::size_t i = 0; i < content->getLayers().size(); ++i) {
-        QStringList nodes;
-        for (const osg::NodePtr &member : content->getLayer(i)->getNodes()) {
-            nodes += mkNodeUtils::getName(member);
-        }
-        layers += content->getLayer(i)->getName().c_str() + ('[' + nodes.join(' ') + ']');
-    }
-    return layers.join(' ');
-}
-
-QString HostFixture::selected() const
-{
-    QStringList paths;
-    for (QTreeWidgetItemIterator it(tree()); *it; ++it) {
-        if ((*it)->isSelected()) {
-            paths += pathOf(*it) + (*it == tree()->currentItem() ? "*" : "");
-        }
-    }
-    return paths.join(' ');
-}
-
-osg::RaytracingGeoAttachmentPtr HostFixture::attributes(unsigned layer, const QString &member) const
-{
-    return store()->getAttributes(layer, node(member));
-}
-
-bool &HostFixture::flag(const osg::RaytracingGeoAttachmentPtr &attributes, int column)
-{
-    using Attributes = osg::RaytracingGeoAttachmentBase;
-    static constexpr bool &(Attributes::*getters[])() = {
-        &Attributes::getVisible,
-        &Attributes::getVisibleInAlpha,
-        &Attributes::getPrimaryVisibility,
-        &Attributes::getVisibleInReflections,
-        &Attributes::getVisibleInRefractions,
-        &Attributes::getCastShadows,
-        &Attributes::getReceiveShadows,
-        &Attributes::getDoubleSided,
-        &Attributes::getVisibleInPhotons,
-        &Attributes::getCastShadowsOnShadowMaterial,
-        &Attributes::getUseOverrideMaterial,
-    };
-    return ((*attributes).*getters[column - 1])();
-}
-
-QString HostFixture::values(const osg::RaytracingGeoAttachmentPtr &attributes)
-{
-    if (!attributes) {
-        return "none";
-    }
-    QString text;
-    for (int column = 1; column <= 11; ++column) {
-        text += flag(attributes, column) ? '1' : '0';
-    }
-    const osg::MaterialPtr material = attributes->getOverrideMaterial();
-    return text + ' ' + (material ? mkMaterials::getName(material) : "Empty");
-}
-
-QString HostFixture::cells(const QTreeWidgetItem *item)
-{
-    QString text;
-    for (int column = 1; column <= 11; ++column) {
-        const QString shown = item->text(column);
-        const bool on = item->data(column, Qt::UserRole).toBool();
-        const bool agrees = shown.isEmpty() ? !item->data(column, Qt::UserRole).isValid()
-                                            : shown == (on ? "On" : "Off");
-        text += !agrees ? '?' : shown.isEmpty() ? ' ' : on ? '1' : '0';
-    }
-    const QString material = item->text(12);
-    const bool icon = !item->data(12, Qt::DecorationRole).value<QIcon>().isNull();
-    return text + ' ' + material + (icon == (material.isEmpty() || material == "Empty") ? "!" : "");
 }
 
 void HostFixture::select(const QStringList &paths) const
@@ -368,11 +261,6 @@ void HostFixture::click(QPoint point, Qt::KeyboardModifiers modifiers) const
     QTest::mouseClick(tree()->viewport(), Qt::LeftButton, modifiers, point);
 }
 
-void HostFixture::click(const QString &path, int column, Qt::KeyboardModifiers modifiers) const
-{
-    click(cell(path, column).center(), modifiers);
-}
-
 void HostFixture::doubleClick(const QTreeWidgetItem *item, int column) const
 {
     const QPoint point = cell(item, column).center();
@@ -380,10 +268,15 @@ void HostFixture::doubleClick(const QTreeWidgetItem *item, int column) const
     QTest::mouseDClick(tree()->viewport(), Qt::LeftButton, {}, point);
 }
 
-QPoint HostFixture::clearButton(const QTreeWidgetItem *item) const
+QRect HostFixture::clearIcon(const QTreeWidgetItem *item) const
 {
     const QRect place = cell(item, 12);
-    return { place.left() + 10, place.center().y() };
+    QAbstractItemDelegate *const delegate = tree()->itemDelegateForColumn(12);
+    IconPlace icon;
+    tree()->setItemDelegateForColumn(12, &icon);
+    tree()->viewport()->grab(place);
+    tree()->setItemDelegateForColumn(12, delegate);
+    return icon.place;
 }
 
 QLineEdit *HostFixture::editor() const
@@ -445,114 +338,14 @@ void HostFixture::key(int keyCode, Qt::KeyboardModifiers modifiers) const
     QTest::keyClick(tree(), Qt::Key(keyCode), modifiers);
 }
 
-HostCalls::HostCalls()
+void HostFixture::trigger(const QString &text) const
 {
-    clear();
-    previousHandler = qInstallMessageHandler(recordHostCall);
-    QLoggingCategory::setFilterRules(QStringLiteral("mk.host.debug=true"));
-}
-
-HostCalls::~HostCalls()
-{
-    QLoggingCategory::setFilterRules(QString());
-    qInstallMessageHandler(previousHandler);
-    previousHandler = nullptr;
-}
-
-QStringList HostCalls::lines(const QStringList &names) const
-{
-    QStringList matching;
-    for (const QString &line : qAsConst(hostCalls())) {
-        const auto begins = [&line](const QString &name) { return line.startsWith(name); };
-        if (names.isEmpty() || std::any_of(names.begin(), names.end(), begins)) {
-            matching += line;
-        }
+    if (QAction *const entry = action(text)) {
+        QMenu *const menu = openMenu(tree()->topLevelItem(0));
+        QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(entry).center());
+    } else if (!text.startsWith("tool ") || !clickTool(text.mid(5))) {
+        const int keys = QKeySequence(text)[0];
+        key(keys & ~int(Qt::KeyboardModifierMask),
+            Qt::KeyboardModifiers(keys & int(Qt::KeyboardModifierMask)));
     }
-    return matching;
-}
-
-QString HostCalls::commands() const
-{
-    QStringList commands;
-    for (QString line : lines({ "mkRenderLayer::", "mkController::", "mkSelectionManager::",
-                                "mkScopedUndo::", "mkScenegraph::scrollToNodes" })) {
-        line.remove(0, line.indexOf("::") + 2).remove('"');
-        if (line == "isEmpty()") {
-            commands += "rebuild";
-        } else if (!line.startsWith("get")) {
-            commands += line;
-        }
-    }
-    return commands.join(' ');
-}
-
-void HostCalls::clear()
-{
-    hostCalls().clear();
-}
-
-LogLines::LogLines()
-    : listener(mkLog::addListener([this](mkLog::Severity, const QString &line) { lines += line; }))
-{}
-
-LogLines::~LogLines()
-{
-    mkLog::removeListener(listener);
-}
-
-Announcements::Announcements(const osg::RaytracingGeoAttachmentPtr &attributes)
-    : watched(attributes)
-{
-    osg::WinThreadBase::setCurrentChangeList(&list);
-}
-
-Announcements::~Announcements()
-{
-    osg::WinThreadBase::setCurrentChangeList(nullptr);
-}
-
-void Announcements::containerChanged(const osg::FieldContainerPtr &container,
-                                     const osg::BitVector &which, osg::ChangeOrigin origin)
-{
-    if (container == watched) {
-        const auto &told = list.getChanged();
-        const bool good = origin == osg::ChangeOrigin::External && !told.empty()
-                          && told.back() == osg::ChangeList::Entry(container, which);
-        lines += HostFixture::values(watched) + ' ' + mkTrace::traceText(which) + (good ? "" : "?");
-    }
-}
-
-ModalAnswers::ModalAnswers(std::function<void(QWidget *)> answer)
-{
-    timer.setInterval(5);
-    QObject::connect(&timer, &QTimer::timeout, &timer, [this, answer = std::move(answer)] {
-        QWidget *const modal = QApplication::activeModalWidget();
-        if (!modal || !modal->isVisible()) {
-            answered.clear();
-        } else if (modal != answered) {
-            answered = modal;
-            ++opened;
-            answer(modal);
-        }
-    });
-    timer.start();
-}
-
-void ModalAnswers::agree(QWidget *modal)
-{
-    if (auto *const box = qobject_cast<QMessageBox *>(modal)) {
-        box->buttons().first()->click();
-    } else {
-        modal->findChild<QDialogButtonBox *>()->button(QDialogButtonBox::Ok)->click();
-    }
-}
-
-int runHostTest(int argc, char **argv, const std::function<std::unique_ptr<QObject>()> &create)
-{
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    }
-    const QApplication application(argc, argv);
-    const std::unique_ptr<QObject> test = create();
-    return QTest::qExec(test.get(), argc, argv);
 }

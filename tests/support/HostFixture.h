@@ -1,6 +1,7 @@
 #pragma once
 
-#include "OSGSystem/ChangeList.h"
+#include "HostWatch.h"
+
 #include "mkKernel/mkScenegraph.h"
 #include "mkMicroKernel/mkPluginLoader.h"
 #include "mkOpenSGUtils/mkRenderLayer.h"
@@ -8,13 +9,9 @@
 #include <QAction>
 #include <QMainWindow>
 #include <QMenu>
-#include <QPointer>
 #include <QStatusBar>
-#include <QTimer>
 #include <QTreeWidget>
 
-#include <functional>
-#include <map>
 #include <memory>
 
 class QLineEdit;
@@ -53,6 +50,8 @@ public:
 
     /// Puts a layer with these nodes straight into the store. The tree does not know yet.
     void addLayer(const QString &name, const QStringList &nodes = {}, bool expanded = true);
+    /// A with a, b; B with c, d; C with a, e, closed; and "red" on A's a. The tree shows them.
+    void addLayers();
     /// Has the host's message rebuild the tree.
     static void rebuild() { send("mkRenderLayerModuleUpdateLayers"); }
     static void send(const std::string &name, const osg::MaterialPtr &material = osg::NullFC,
@@ -97,11 +96,15 @@ public:
     QRect cell(const QString &path, int column) const { return cell(row(path), column); }
     void click(QPoint point, Qt::KeyboardModifiers modifiers = {}) const;
     /// A left click, or double click, in the middle of a cell.
-    void click(const QString &path, int column, Qt::KeyboardModifiers modifiers = {}) const;
+    void click(const QString &path, int column, Qt::KeyboardModifiers modifiers = {}) const
+    {
+        click(cell(path, column).center(), modifiers);
+    }
     void doubleClick(const QTreeWidgetItem *item, int column) const;
     void doubleClick(const QString &path, int column) const { doubleClick(row(path), column); }
-    /// Where the material in a row is taken off.
-    QPoint clearButton(const QTreeWidgetItem *item) const;
+    /// Where the icon that takes the material off a row is painted.
+    QRect clearIcon(const QTreeWidgetItem *item) const;
+    QPoint clearButton(const QTreeWidgetItem *item) const { return clearIcon(item).center(); }
     /// Where a name is typed; null when none is.
     QLineEdit *editor() const;
     /// Replaces what is typed, ends it with a key and settles; false when no name is typed.
@@ -117,73 +120,13 @@ public:
     /// Clicks a button of the panel's tool bar; false when there is none with this text.
     bool clickTool(const QString &text) const;
     void key(int key, Qt::KeyboardModifiers modifiers = {}) const;
+    /// Clicks on an entry of the context menu, opened over the first layer, or on a button of the
+    /// tool bar, "tool Delete"; or else presses the keys that the text names.
+    void trigger(const QString &text) const;
 
 private:
     std::unique_ptr<QMainWindow> mainWindow;
     mkPluginLoader loader;
-};
-
-/// Records the host calls made while it lives, one "name(arguments)" line each.
-class HostCalls
-{
-public:
-    HostCalls();
-    ~HostCalls();
-
-    /// The calls so far whose line starts with one of `names`; without names, all.
-    QStringList lines(const QStringList &names = {}) const;
-    int count(const QString &name) const { return lines({ name }).size(); }
-    /// What commands did to the store, the host's selection and the document, without class names
-    /// and quotes: "addLayer(Layer) rebuild setModified(1)". A question whether the store is empty
-    /// stands for the rebuild that begins with it.
-    QString commands() const;
-    static void clear();
-};
-
-/// Records the host's log while it lives.
-class LogLines
-{
-public:
-    LogLines();
-    ~LogLines();
-    QStringList lines;
-
-private:
-    int listener;
-};
-
-/// Records how edits of these attributes are announced while it lives, which also collects changes.
-/// Each announcement has the values at that time and the fields, "11111111110 red all", and "?"
-/// when it is not from outside, or the change list has not been told before.
-class Announcements : public osg::ChangeObserver
-{
-public:
-    explicit Announcements(const osg::RaytracingGeoAttachmentPtr &attributes);
-    ~Announcements() override;
-    void containerChanged(const osg::FieldContainerPtr &container, const osg::BitVector &which,
-                          osg::ChangeOrigin origin) override;
-
-    QStringList lines;
-    osg::ChangeList list;
-
-private:
-    osg::RaytracingGeoAttachmentPtr watched;
-};
-
-/// Answers modal dialogs: `answer` is called with each modal widget that opens while this lives,
-/// `count` is how many there were. Answers must close the widget.
-class ModalAnswers
-{
-public:
-    explicit ModalAnswers(std::function<void(QWidget *)> answer);
-    int count() const { return opened; }
-    /// An answer: the first button of a message box, or the OK of a dialog.
-    static void agree(QWidget *modal);
-
-private:
-    QTimer timer;
-    QPointer<QWidget> answered;
-    int opened = 0;
 };
 
 int runHostTest(int argc, char **argv, const std::function<std::unique_ptr<QObject>()> &create);

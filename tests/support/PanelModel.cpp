@@ -373,6 +373,31 @@ void PanelModel::materialRenamed(const osg::MaterialPtr &material)
     }
 }
 
+std::vector<osg::NodePtr> PanelModel::nodesOf(const Rows &order) const
+{
+    const Rows layers = selected(false);
+    Rows wanted;
+    if (selected(true).size() + layers.size() < 2) {
+        wanted = order.mid(0, 1);
+    } else {
+        std::copy_if(order.begin(), order.end(), std::back_inserter(wanted), [this](int row) {
+            return rows[row].isNode() && rows[layerOf(row)].open && !rows[layerOf(row)].selected;
+        });
+        wanted += layers;
+    }
+    std::vector<osg::NodePtr> nodes;
+    for (const int top : qAsConst(wanted)) {
+        for (const int row : rows[top].isNode() ? Rows{ top } : below(top)) {
+            const osg::NodePtr node = resolve(row);
+            if (mkScenegraph::isInScene(node)
+                && std::find(nodes.begin(), nodes.end(), node) == nodes.end()) {
+                nodes.push_back(node);
+            }
+        }
+    }
+    return nodes;
+}
+
 void PanelModel::rebuild(bool keepSelection)
 {
     ++rebuilds;

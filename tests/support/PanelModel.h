@@ -86,6 +86,8 @@ public:
     void dropMaterial(int row, const osg::MaterialPtr &material);
     void cleanup();
     void materialRenamed(const osg::MaterialPtr &material);
+    /// What Select Nodes makes the host's selection.
+    std::vector<osg::NodePtr> nodesOf(const Rows &order) const;
     void rebuild(bool keepSelection);
     /// Rebuilds after a change of the document.
     void changed(bool keepSelection);

@@ -1,0 +1,119 @@
+// What the panel and the store show, as text.
+
+#include "HostFixture.h"
+
+#include "mkOpenSGUtils/mkMaterials.h"
+#include "mkOpenSGUtils/mkNodeUtils.h"
+
+#include <QTreeWidgetItemIterator>
+
+namespace {
+
+QString pathOf(const QTreeWidgetItem *item)
+{
+    const QString text = item->text(0);
+    return item->parent() ? item->parent()->text(0) + '/' + text : text;
+}
+
+} // namespace
+
+QTreeWidgetItem *HostFixture::row(const QString &path) const
+{
+    for (QTreeWidgetItemIterator it(tree()); *it; ++it) {
+        if (pathOf(*it) == path) {
+            return *it;
+        }
+    }
+    return nullptr;
+}
+
+QString HostFixture::rows() const
+{
+    QStringList layers;
+    for (int i = 0; i < tree()->topLevelItemCount(); ++i) {
+        const QTreeWidgetItem *const layer = tree()->topLevelItem(i);
+        QStringList nodes;
+        for (int j = 0; j < layer->childCount(); ++j) {
+            nodes += layer->child(j)->text(0);
+        }
+        layers += layer->text(0) + '[' + nodes.join(' ') + ']';
+    }
+    return layers.join(' ');
+}
+
+QString HostFixture::stored()
+{
+    QStringList layers;
+    const osg::RenderLayersPtr content = store()->getAttachment();
+    for (std::size_t i = 0; i < content->getLayers().size(); ++i) {
+        QStringList nodes;
+        for (const osg::NodePtr &member : content->getLayer(i)->getNodes()) {
+            nodes += mkNodeUtils::getName(member);
+        }
+        layers += content->getLayer(i)->getName().c_str() + ('[' + nodes.join(' ') + ']');
+    }
+    return layers.join(' ');
+}
+
+QString HostFixture::selected() const
+{
+    QStringList paths;
+    for (QTreeWidgetItemIterator it(tree()); *it; ++it) {
+        if ((*it)->isSelected()) {
+            paths += pathOf(*it) + (*it == tree()->currentItem() ? "*" : "");
+        }
+    }
+    return paths.join(' ');
+}
+
+osg::RaytracingGeoAttachmentPtr HostFixture::attributes(unsigned layer, const QString &member) const
+{
+    return store()->getAttributes(layer, node(member));
+}
+
+bool &HostFixture::flag(const osg::RaytracingGeoAttachmentPtr &attributes, int column)
+{
+    using Attributes = osg::RaytracingGeoAttachmentBase;
+    static constexpr bool &(Attributes::*getters[])() = {
+        &Attributes::getVisible,
+        &Attributes::getVisibleInAlpha,
+        &Attributes::getPrimaryVisibility,
+        &Attributes::getVisibleInReflections,
+        &Attributes::getVisibleInRefractions,
+        &Attributes::getCastShadows,
+        &Attributes::getReceiveShadows,
+        &Attributes::getDoubleSided,
+        &Attributes::getVisibleInPhotons,
+        &Attributes::getCastShadowsOnShadowMaterial,
+        &Attributes::getUseOverrideMaterial,
+    };
+    return ((*attributes).*getters[column - 1])();
+}
+
+QString HostFixture::values(const osg::RaytracingGeoAttachmentPtr &attributes)
+{
+    if (!attributes) {
+        return "none";
+    }
+    QString text;
+    for (int column = 1; column <= 11; ++column) {
+        text += flag(attributes, column) ? '1' : '0';
+    }
+    const osg::MaterialPtr material = attributes->getOverrideMaterial();
+    return text + ' ' + (material ? mkMaterials::getName(material) : "Empty");
+}
+
+QString HostFixture::cells(const QTreeWidgetItem *item)
+{
+    QString text;
+    for (int column = 1; column <= 11; ++column) {
+        const QString shown = item->text(column);
+        const bool on = item->data(column, Qt::UserRole).toBool();
+        const bool agrees = shown.isEmpty() ? !item->data(column, Qt::UserRole).isValid()
+                                            : shown == (on ? "On" : "Off");
+        text += !agrees ? '?' : shown.isEmpty() ? ' ' : on ? '1' : '0';
+    }
+    const QString material = item->text(12);
+    const bool icon = !item->data(12, Qt::DecorationRole).value<QIcon>().isNull();
+    return text + ' ' + material + (icon == (material.isEmpty() || material == "Empty") ? "!" : "");
+}
