@@ -1,8 +1,7 @@
 #pragma once
 
+#include "mkEmbree.h"
 #include "mkRaySnapshot.h"
-
-#include <embree3/rtcore.h>
 
 #include <limits>
 #include <unordered_map>
@@ -88,7 +87,9 @@ private:
     void refresh(const mkRaySnapshot *before);
     void check() const;
     static void filter(const RTCFilterFunctionNArguments *arguments);
-    void prepare(Context &context, RTCRay &embreeRay, const mkRay &ray, std::uint32_t kinds) const;
+    RTCFilterFunctionN filterFor(const Context &context) const;
+    static void prepare(Context &context, RTCRay &embreeRay, const mkRay &ray, std::uint32_t kinds);
+    bool isBlocked(Context &context, RTCRay &embreeRay) const;
 
     struct Built
     {
