@@ -18,8 +18,8 @@
 
 namespace {
 
-constexpr QLatin1String treeItemFormat("application/mosk-tree-item");
-constexpr QLatin1String materialFormat("application/mosk-decoupled-materials");
+const QLatin1String treeItemFormat("application/mosk-tree-item");
+const QLatin1String materialFormat("application/mosk-decoupled-materials");
 
 mkdMaterial readDroppedMaterial(const QMimeData *data, const QString &format)
 {
