@@ -33,23 +33,20 @@ public:
                                                   QString(), mkIconManager::getIcon("Material", ""),
                                                   tr("Materials by name"), Qt::NoDockWidgetArea,
                                                   true, nullptr);
-        mkController::addCB(materialRenamed, &fillOnMessage);
-        fill();
+        mkController::addCB(materialRenamed, &fill);
     }
 
-    ~mkMaterialListModule() override { mkController::subCB(materialRenamed, &fillOnMessage); }
+    ~mkMaterialListModule() override { mkController::subCB(materialRenamed, &fill); }
 
     // The messages that the constructor names come here.
-    bool receivedMessage(mkMessage &) override
+    bool receivedMessage(mkMessage &message) override
     {
-        fill();
+        fill(message);
         return false;
     }
 
 private:
-    static void fillOnMessage(mkMessage &) { fill(); }
-
-    static void fill()
+    static void fill(mkMessage &)
     {
         if (!list) {
             return;
