@@ -153,15 +153,18 @@ std::shared_ptr<const mkRayEnvironment> mkRayEnvironment::studio()
             for (std::size_t x = 0; x < width; ++x) {
                 const V3f direction = directionOf(
                     { (float(x) + 0.5F) / float(width), (float(y) + 0.5F) / float(height) });
-                const float room = 0.22F + 0.16F * (direction.y + 1) / 2;
+                const float room = 0.1F + 0.06F * (direction.y + 1);
+                const auto box = [&](const C3f &light, float azimuth, float elevation,
+                                     float halfWidth, float halfHeight) {
+                    return light * softBox(direction, azimuth, elevation, halfWidth, halfHeight);
+                };
                 // The key light high on the left behind the usual eye, a fill on the right, a
-                // strip that draws the edges from behind, and a ceiling.
-                pixels.push_back(
-                    C3f(1, 1.01F, 1.03F) * room
-                    + C3f(1, 0.97F, 0.92F) * 5 * softBox(direction, -2.4F, 0.8F, 0.42F, 0.3F)
-                    + C3f(0.9F, 0.96F, 1) * 1.6F * softBox(direction, 1.7F, 0.45F, 0.3F, 0.45F)
-                    + C3f(1, 1, 1) * 3 * softBox(direction, 0.5F, 0.6F, 0.6F, 0.08F)
-                    + C3f(1, 1, 1) * 1.2F * softBox(direction, 0, 1.57F, 0.6F, 0.35F));
+                // strip that draws edges from behind, and the ceiling.
+                pixels.push_back(C3f(1, 1.01F, 1.03F) * room
+                                 + box({ 4.2F, 4.1F, 3.9F }, -2.3F, 0.8F, 0.42F, 0.3F)
+                                 + box({ 0.9F, 0.96F, 1 }, 1.7F, 0.45F, 0.3F, 0.45F)
+                                 + box({ 2, 2, 2 }, 0.5F, 0.6F, 0.6F, 0.08F)
+                                 + box({ 0.7F, 0.7F, 0.7F }, 0, 1.57F, 0.6F, 0.35F));
             }
         }
         return std::make_shared<const mkRayEnvironment>(width, height, std::move(pixels));

@@ -3,6 +3,8 @@
 #include "mkKernel/mkModuleBase.h"
 #include "mkRaySession.h"
 
+#include <tbb/global_control.h>
+
 #include <QPointer>
 
 class mkRayViewPanel;
@@ -41,6 +43,20 @@ public:
     bool waitForView(int samples, const Proceed &proceed);
 
 private:
+    /// TBB's threads, which must have ended before the library that they run in is unloaded.
+    class Workers
+    {
+    public:
+        Workers()
+            : handle(tbb::attach())
+        {}
+        ~Workers() { tbb::finalize(handle, std::nothrow); }
+
+    private:
+        tbb::task_scheduler_handle handle;
+    };
+
+    Workers workers;
     mkRaySession session;
     QPointer<mkRayViewPanel> panel;
 };
