@@ -193,9 +193,8 @@ void tst_RayAttributes::attribute_data()
     QTest::addColumn<QPair<float, float>>("on");
     QTest::addColumn<Changes>("off");
     const auto row = [](const char *name, const std::function<Scene()> &make,
-                        QPair<float, float> on, const Changes &off) {
-        QTest::newRow(name) << make << on << off;
-    };
+                        QPair<float, float> on,
+                        const Changes &off) { QTest::newRow(name) << make << on << off; };
     row("direct", direct, { 0.8F, 1 },
         { { "Visible", nothing },
           { "PrimaryVisibility", nothing },

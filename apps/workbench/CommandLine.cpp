@@ -46,6 +46,14 @@ bool CommandLine::preparePlatform(int argc, char **argv)
     return hasDisplay;
 }
 
+bool CommandLine::readPictures(const QString &sizeText, const QString &samplesText)
+{
+    const QStringList sides = sizeText.split(QLatin1Char('x'));
+    pictureSize = { sides.value(0).toInt(), sides.value(1).toInt() };
+    samples = samplesText.toInt();
+    return sides.size() == 2 && !pictureSize.isEmpty() && samples > 0;
+}
+
 CommandLine CommandLine::parse(const QStringList &arguments)
 {
     // The parser would take what follows "--" for more scenes.
@@ -75,7 +83,16 @@ CommandLine CommandLine::parse(const QStringList &arguments)
                                                "given several times. MK_PLUGIN_PATH lists more, "
                                                "separated by colons."),
                                      translate("directory"));
-    parser.addOptions({ help, version, script, batch, snapshot, plugins });
+    const QCommandLineOption layers(QStringLiteral("render-layers"),
+                                    translate("Render a picture of each render layer into this "
+                                              "directory, once the scripts are done."),
+                                    translate("directory"));
+    const QCommandLineOption size(QStringLiteral("size"), translate("Size of these pictures."),
+                                  translate("WIDTHxHEIGHT"), QStringLiteral("960x540"));
+    const QCommandLineOption samples(QStringLiteral("samples"),
+                                     translate("Samples for each of their pixels."),
+                                     translate("number"), QStringLiteral("64"));
+    parser.addOptions({ help, version, script, batch, snapshot, plugins, layers, size, samples });
     parser.addPositionalArgument(QStringLiteral("scene"), translate("Scene file to open."),
                                  QStringLiteral("[scene]"));
 
@@ -96,6 +113,14 @@ CommandLine CommandLine::parse(const QStringList &arguments)
         result.done = true;
         result.status = 1;
     }
+    if (!result.done && !result.readPictures(parser.value(size), parser.value(samples))) {
+        std::fprintf(stderr, "workbench: %s\n",
+                     qUtf8Printable(translate("--size takes two numbers, as in 960x540, and "
+                                              "--samples takes one, all above 0.")));
+        result.done = true;
+        result.status = 1;
+    }
+    result.layerDirectory = parser.value(layers);
     result.scene = scenes.value(0);
     result.scripts = parser.values(script);
     result.scriptArguments = separator < 0 ? QStringList() : arguments.mid(separator + 1);

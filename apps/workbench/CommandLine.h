@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QSize>
 #include <QString>
 #include <QStringList>
 
@@ -23,7 +24,14 @@ struct CommandLine
     /// The directories to load plug-ins from, those that the user named first, so that they win.
     QStringList plugins;
     QString snapshot;
+    /// Where pictures of the render layers go; empty for none.
+    QString layerDirectory;
+    QSize pictureSize;
+    int samples = 0;
     bool batch = false;
     bool done = false;
     int status = 0;
+
+private:
+    bool readPictures(const QString &sizeText, const QString &samplesText);
 };

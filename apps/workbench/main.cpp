@@ -1,4 +1,5 @@
 #include "CommandLine.h"
+#include "LayerPictures.h"
 #include "MainWindow.h"
 #include "UnattendedDialogs.h"
 #include "mkKernel/mkScript.h"
@@ -31,7 +32,10 @@ bool openAndRun(const CommandLine &commandLine, MainWindow &window)
     return std::all_of(commandLine.scripts.begin(), commandLine.scripts.end(),
                        [&commandLine](const QString &script) {
                            return mkScript::runFile(script, commandLine.scriptArguments);
-                       });
+                       })
+           && (commandLine.layerDirectory.isEmpty()
+               || renderLayerPictures(commandLine.layerDirectory, commandLine.pictureSize,
+                                      commandLine.samples));
 }
 
 bool takeSnapshot(MainWindow &window, const QString &file)

@@ -11,19 +11,32 @@ class RaytracingGeoAttachment;
 using RaytracingGeoAttachmentPtr = Ptr<RaytracingGeoAttachment>;
 
 /// The render attributes' values. A new one has the host's defaults: everything on, no override
-/// material and none used.
+/// material and none used. Each says what a renderer does with the node's surfaces, and for a light
+/// `visible` whether it shines. Rays that pass go on as if the surface were not there.
 struct RenderAttributeValues
 {
+    /// Off: no ray meets the surface.
     bool visible = true;
+    /// Off: it is seen, but leaves the picture's alpha as what lies behind it.
     bool visibleInAlpha = true;
+    /// Off: camera rays pass. Its reflections, refractions, shadows and indirect light stay.
     bool primaryVisibility = true;
+    /// Off: reflected rays pass.
     bool visibleInReflections = true;
+    /// Off: refracted rays pass.
     bool visibleInRefractions = true;
+    /// Off: shadow rays pass.
     bool castShadows = true;
+    /// Off: it is lit as if nothing were in the way of lights and of the environment's light.
     bool receiveShadows = true;
+    /// Off: its back faces let every ray pass.
     bool doubleSided = true;
+    /// Off: indirect diffuse rays pass, and with them the caustics that it would make.
     bool visibleInPhotons = true;
+    /// Off: the environment's shadow on shadow materials ignores it. Without castShadows it does
+    /// so anyway.
     bool castShadowsOnShadowMaterial = true;
+    /// On: it is shaded with the override material, if there is one.
     bool useOverrideMaterial = false;
     MaterialPtr overrideMaterial;
 };

@@ -25,8 +25,8 @@ inline osg::Ptr<osg::Geometry> ball()
             const std::uint32_t first = ring * (2 * rings + 1) + step;
             const std::uint32_t below = first + 2 * rings + 1;
             if (ring < rings && step < 2 * rings) {
-                geometry->indices.insert(geometry->indices.end(), { first, below, below + 1, first,
-                                                                    below + 1, first + 1 });
+                geometry->indices.insert(geometry->indices.end(),
+                                         { first, below, below + 1, first, below + 1, first + 1 });
             }
         }
     }
@@ -62,9 +62,8 @@ inline osg::NodePtr addChild(const osg::NodePtr &parent, const char *name,
 }
 
 /// Below a transformation that moves it and makes it larger.
-inline osg::NodePtr place(const osg::NodePtr &root, const char *name,
-                          const osg::NodeCorePtr &core, const osg::MaterialPtr &look, float x,
-                          float y, float z, float size = 1)
+inline osg::NodePtr place(const osg::NodePtr &root, const char *name, const osg::NodeCorePtr &core,
+                          const osg::MaterialPtr &look, float x, float y, float z, float size = 1)
 {
     const auto transform = osg::Transform::create();
     transform->setMatrix({ size, 0, 0, x, 0, size, 0, y, 0, 0, size, z, 0, 0, 0, 1 });
