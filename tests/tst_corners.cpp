@@ -110,7 +110,9 @@ void tst_Corners::widthOfFirstColumn()
         [tree] { tree->setFont(QFont("Sans", 30)); },
         [tree, &style] { tree->setStyle(style.get()); },
         [tree] { tree->setIndentation(90); },
-        [tree] { tree->setIconSize({ 4, 4 }); },
+        [tree] {
+            tree->setIconSize({ 4, 4 });
+        },
         [this] { host->node("a")->setName("x"); },
         [this] { host->row("D")->setHidden(true); },
         [this] { host->row("A")->setText(0, QString(30, 'w')); },
@@ -130,8 +132,8 @@ void tst_Corners::widthOfFirstColumn()
     }
 }
 
-/// What is moved, renamed, toggled or cleaned up leaves the document as it was, whatever throws; and
-/// the rows are the store's again as soon as events are handled.
+/// What is moved, renamed, toggled or cleaned up leaves the document as it was, whatever throws;
+/// and the rows are the store's again as soon as events are handled.
 void tst_Corners::failuresWithinCommands()
 {
     const std::vector<std::pair<QString, Act>> commands{
@@ -150,13 +152,14 @@ void tst_Corners::failuresWithinCommands()
             init();
             host->select({ selected });
             calls = 0;
-            striking({},
-                     [&] {
-                         if (calls++ == place) {
-                             throw std::runtime_error("no");
-                         }
-                     },
-                     command);
+            striking(
+                {},
+                [&] {
+                    if (calls++ == place) {
+                        throw std::runtime_error("no");
+                    }
+                },
+                command);
             host->settle();
             QCOMPARE(host->rows(), HostFixture::stored());
             QVERIFY(!mkController::isModified());
@@ -194,7 +197,9 @@ void tst_Corners::keysOfTheDialog()
             QTest::keyClick(modal->focusWidget(), Qt::Key_Space);
             QVERIFY(modal->isVisible());
             if (cancelled) {
-                modal->findChild<QDialogButtonBox *>()->button(QDialogButtonBox::Cancel)->setFocus();
+                modal->findChild<QDialogButtonBox *>()
+                    ->button(QDialogButtonBox::Cancel)
+                    ->setFocus();
                 QTest::keyClick(modal->focusWidget(), Qt::Key_Space);
             } else {
                 QTest::keyClick(modal->focusWidget(), Qt::Key_Return);
@@ -226,16 +231,17 @@ void tst_Corners::panelClosedByHost()
                 init();
                 host->selectInHost({ "d" });
                 calls = 0;
-                striking({},
-                         [&] {
-                             if (calls++ == place) {
-                                 delete host->panel();
-                                 if (throwing) {
-                                     throw std::runtime_error("no");
-                                 }
-                             }
-                         },
-                         act);
+                striking(
+                    {},
+                    [&] {
+                        if (calls++ == place) {
+                            delete host->panel();
+                            if (throwing) {
+                                throw std::runtime_error("no");
+                            }
+                        }
+                    },
+                    act);
                 host->settle();
                 QVERIFY(place >= calls || !host->panel());
             }

@@ -4,6 +4,7 @@
 
 #include <QFile>
 #include <QGuiApplication>
+#include <QHash>
 #include <QPainter>
 #include <QPixmapCache>
 #include <QSvgRenderer>
@@ -25,20 +26,21 @@ QString resourcePath(const std::string &name)
 
 QPixmap render(const std::string &name, int size)
 {
+    // Views ask for the icon of each row that they show, and to find it by text would take long.
+    static QHash<QPair<QByteArray, int>, QPixmapCache::Key> keys;
     const qreal scale = qGuiApp->devicePixelRatio();
-    const QString key = QStringLiteral("mkIconManager/%1/%2/%3")
-                            .arg(QString::fromStdString(name))
-                            .arg(size)
-                            .arg(scale);
+    const auto known = keys.constFind(
+        { QByteArray::fromRawData(name.data(), int(name.size())), size });
     QPixmap pixmap;
-    if (!QPixmapCache::find(key, &pixmap)) {
+    if (known == keys.constEnd() || !QPixmapCache::find(*known, &pixmap)
+        || pixmap.devicePixelRatio() != scale) {
         pixmap = QPixmap(qRound(size * scale), qRound(size * scale));
         pixmap.setDevicePixelRatio(scale);
         pixmap.fill(Qt::transparent);
         QPainter painter(&pixmap);
         QSvgRenderer(resourcePath(name)).render(&painter, QRectF(0, 0, size, size));
         painter.end();
-        QPixmapCache::insert(key, pixmap);
+        keys.insert({ QByteArray::fromStdString(name), size }, QPixmapCache::insert(pixmap));
     }
     return pixmap;
 }

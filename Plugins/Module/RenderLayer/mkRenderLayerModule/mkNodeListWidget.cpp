@@ -6,6 +6,7 @@
 #include "mkNodeItem.h"
 #include "mkOverrideMaterialItemDelegate.h"
 #include "mkRenderAttributes.h"
+#include "mkRowDelegate.h"
 #include "mkShortcut/mkShortcut.h"
 
 #include <QHeaderView>
@@ -38,6 +39,7 @@ mkNodeListWidget::mkNodeListWidget(QWidget *parent, Qt::WindowFlags flags)
     setFocusPolicy(Qt::StrongFocus);
     setRootIsDecorated(true);
 
+    setItemDelegate(new mkRowDelegate(this));
     overrideMaterialDelegate = new mkOverrideMaterialItemDelegate(this);
     setItemDelegateForColumn(mkColumn::OverrideMaterial, overrideMaterialDelegate);
 

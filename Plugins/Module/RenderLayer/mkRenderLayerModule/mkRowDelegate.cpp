@@ -1,0 +1,57 @@
+#include "mkRowDelegate.h"
+
+#include <QAbstractItemView>
+#include <QEvent>
+#include <QPixmap>
+
+namespace {
+
+/// The names of so many nodes, and no more.
+constexpr int mostSizes = 20000;
+
+} // namespace
+
+mkRowDelegate::mkRowDelegate(QAbstractItemView *view)
+    : QStyledItemDelegate(view)
+{
+    view->installEventFilter(this);
+}
+
+QSize mkRowDelegate::sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const
+{
+    const auto has = [&index](int role) { return index.data(role).isValid(); };
+    const QVariant text = index.data(Qt::DisplayRole);
+    const QVariant icon = index.data(Qt::DecorationRole);
+    if (text.type() != QVariant::String || (icon.isValid() && icon.type() != QVariant::Pixmap)
+        || option.features.testFlag(QStyleOptionViewItem::WrapText) || has(Qt::SizeHintRole)
+        || has(Qt::FontRole) || has(Qt::CheckStateRole)) {
+        return QStyledItemDelegate::sizeHint(option, index);
+    }
+    QSize iconSize;
+    if (icon.isValid()) {
+        const auto pixmap = icon.value<QPixmap>();
+        iconSize = pixmap.size() / pixmap.devicePixelRatio();
+    }
+    const Key key{ text.toString(), { iconSize.width(), iconSize.height() } };
+    const auto found = sizes.constFind(key);
+    if (found != sizes.constEnd()) {
+        return found.value();
+    }
+    const QSize size = QStyledItemDelegate::sizeHint(option, index);
+    if (sizes.size() == mostSizes) {
+        sizes.clear();
+    }
+    sizes.insert(key, size);
+    return size;
+}
+
+bool mkRowDelegate::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched != parent()) {
+        return QStyledItemDelegate::eventFilter(watched, event);
+    }
+    if (event->type() == QEvent::StyleChange || event->type() == QEvent::FontChange) {
+        sizes.clear();
+    }
+    return false;
+}
