@@ -1,6 +1,7 @@
 #include "HostFixture.h"
 
 #include "mkKernel/mkController.h"
+#include "mkKernel/mkScript.h"
 #include "mkUtils/mkTrace.h"
 
 #include <QDialogButtonBox>
@@ -42,6 +43,7 @@ private Q_SLOTS:
     void keysOfTheDialog();
     void panelClosedByHost();
     void rowsTakenDown();
+    void scriptInterrupted();
     void unsubscribing();
 
 private:
@@ -50,7 +52,7 @@ private:
     /// icons: views ask for those.
     static void striking(const QByteArray &call, const Act &strike, const Act &act);
 
-    std::unique_ptr<HostFixture> host = std::make_unique<HostFixture>();
+    std::unique_ptr<HostFixture> host = std::make_unique<HostFixture>(true);
 };
 
 void tst_Corners::init()
@@ -267,6 +269,20 @@ void tst_Corners::rowsTakenDown()
     heard = 0;
     host->rebuild();
     QCOMPARE(heard, 1);
+}
+
+/// What was added by then stays, and is shown.
+void tst_Corners::scriptInterrupted()
+{
+    const auto off = qScopeGuard([] { mkScript::setHeartbeat({}); });
+    mkScript::setHeartbeat([] { mkScript::interrupt(); });
+    const HostCalls calls;
+    const bool ended = mkScript::run("nodes = [mkHost.findNode(name) for name in 'de']\n"
+                                     "addNodesToRenderLayer(nodes * 50000, 'A')");
+    QVERIFY(!ended && calls.count("mkRenderLayer::addNode") > 2);
+    QCOMPARE(host->stored(), QStringLiteral("A[a b c d e] B[d e] C[g1]"));
+    QCOMPARE(host->rows(), host->stored());
+    QVERIFY(mkController::isModified());
 }
 
 /// Else messages would be delivered to a library that is gone.

@@ -88,6 +88,17 @@ constexpr char activateStateDoc[] =
     "@type name: string";
 // clang-format on
 
+/// Between two nodes a script can be interrupted; those that were added stay, and are shown.
+void addNodes(const std::vector<mkNodePtr> &nodes, const char *layerName)
+{
+    for (const mkNodePtr &node : nodes) {
+        mkRenderLayerModule::addNodesToRenderLayer({ node }, layerName);
+        if (PyErr_CheckSignals() != 0) {
+            python::throw_error_already_set();
+        }
+    }
+}
+
 /// The shorter forms of setNodeVisibilityFlags: each fills in the first flag that is missing. The
 /// keywords carry no defaults of their own, so that what is passed must be an unbroken run from the
 /// first parameter.
@@ -138,8 +149,8 @@ BOOST_PYTHON_MODULE(mkRenderLayerModule)
     const python::docstring_options options(true, false);
     python::def("createRenderLayer", &mkRenderLayerModule::createRenderLayer, arg("name"),
                 activateDoc, GuiThreadOnly());
-    python::def("addNodesToRenderLayer", &mkRenderLayerModule::addNodesToRenderLayer,
-                (arg("nodes"), arg("layerName")), addNodesDoc, GuiThreadOnly());
+    python::def("addNodesToRenderLayer", &addNodes, (arg("nodes"), arg("layerName")), addNodesDoc,
+                GuiThreadOnly());
     python::def("activateRenderLayer", &mkRenderLayerModule::activateRenderLayer, arg("name"),
                 activateDoc, GuiThreadOnly());
     python::def("resetRenderLayers", &mkRenderLayerModule::resetRenderLayers, resetDoc,

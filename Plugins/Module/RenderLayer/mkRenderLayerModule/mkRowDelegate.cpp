@@ -19,12 +19,11 @@ mkRowDelegate::mkRowDelegate(QAbstractItemView *view)
 
 QSize mkRowDelegate::sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const
 {
-    const auto has = [&index](int role) { return index.data(role).isValid(); };
+    // Rows carry nothing else that would change a cell's size.
     const QVariant text = index.data(Qt::DisplayRole);
     const QVariant icon = index.data(Qt::DecorationRole);
-    if (text.type() != QVariant::String || (icon.isValid() && icon.type() != QVariant::Pixmap)
-        || option.features.testFlag(QStyleOptionViewItem::WrapText) || has(Qt::SizeHintRole)
-        || has(Qt::FontRole) || has(Qt::CheckStateRole)) {
+    if (option.features.testFlag(QStyleOptionViewItem::WrapText)
+        || (icon.isValid() && icon.type() != QVariant::Pixmap)) {
         return QStyledItemDelegate::sizeHint(option, index);
     }
     QSize iconSize;
