@@ -15,7 +15,7 @@ BenchHost::BenchHost()
     : window(std::make_unique<QMainWindow>())
 {
     mkController::setMainWindow(window.get());
-    new QMKDockWindowManager(window.get());
+    mkController::setDockWindowManager(new QMKDockWindowManager(window.get()));
     mkScenegraph::newScene("empty");
     initPlugin();
     window->resize(1500, 900);

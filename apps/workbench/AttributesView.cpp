@@ -1,11 +1,11 @@
 #include "AttributesView.h"
 
-#include "AttributeNames.h"
 #include "SceneWatcher.h"
 #include "mkKernel/mkSelectionManager.h"
 #include "mkOpenSGUtils/mkMaterials.h"
 #include "mkOpenSGUtils/mkNodeUtils.h"
 
+#include <QCoreApplication>
 #include <QHeaderView>
 #include <QLabel>
 #include <QTreeWidget>
@@ -29,8 +29,9 @@ AttributesView::AttributesView(SceneWatcher *watcher, QWidget *parent)
     table->header()->setStretchLastSection(false);
     table->header()->setSectionResizeMode(0, QHeaderView::Stretch);
     table->header()->setSectionResizeMode(1, QHeaderView::ResizeToContents);
-    for (const AttributeName &attribute : attributeNames) {
-        new QTreeWidgetItem(table, { attributeText(attribute) });
+    for (const osg::RenderAttribute &attribute : osg::renderAttributes) {
+        new QTreeWidgetItem(table,
+                            { QCoreApplication::translate("RenderAttributes", attribute.label) });
     }
     new QTreeWidgetItem(table, { tr("Override material") });
 
@@ -64,9 +65,9 @@ void AttributesView::refresh()
     }
     table->setVisible(bool(node));
 
-    const osg::RenderAttributeValues values = own ? own->getValues() : osg::RenderAttributeValues();
+    const auto values = own ? own->getValues() : osg::RenderAttributeValues();
     int row = 0;
-    for (const AttributeName &attribute : attributeNames) {
+    for (const osg::RenderAttribute &attribute : osg::renderAttributes) {
         const QString text = values.*attribute.value ? tr("On") : tr("Off");
         table->topLevelItem(row++)->setText(1, text);
     }

@@ -42,6 +42,7 @@ MainWindow::MainWindow(bool isUnattended)
     , docks(new QMKDockWindowManager(this))
 {
     mkController::setMainWindow(this);
+    mkController::setDockWindowManager(docks);
     mkScenegraph::setReader([this](const QString &file) { return read(file); });
     setWindowIcon(mkIconManager::getIcon("Workbench", ""));
     setDockNestingEnabled(true);

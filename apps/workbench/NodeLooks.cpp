@@ -1,6 +1,5 @@
 #include "NodeLooks.h"
 
-#include "AttributeNames.h"
 #include "Swatch.h"
 #include "mkKernel/mkScenegraph.h"
 #include "mkOpenSGUtils/mkMaterials.h"
@@ -31,8 +30,8 @@ bool areDefaults(const osg::RenderAttributeValues &values)
 {
     const osg::RenderAttributeValues defaults;
     return !values.overrideMaterial
-           && std::all_of(std::begin(attributeNames), std::end(attributeNames),
-                          [&](const AttributeName &attribute) {
+           && std::all_of(osg::renderAttributes.begin(), osg::renderAttributes.end(),
+                          [&](const osg::RenderAttribute &attribute) {
                               return values.*attribute.value == defaults.*attribute.value;
                           });
 }
@@ -89,10 +88,10 @@ QString toolTip(const osg::NodePtr &node)
     }
     const osg::RenderAttributeValues &values = own->getValues();
     QStringList off;
-    for (const AttributeName &attribute : attributeNames) {
+    for (const osg::RenderAttribute &attribute : osg::renderAttributes) {
         if (attribute.value != &osg::RenderAttributeValues::useOverrideMaterial
             && !(values.*attribute.value)) {
-            off += attributeText(attribute);
+            off += QCoreApplication::translate("RenderAttributes", attribute.label);
         }
     }
     if (!off.isEmpty()) {

@@ -1,6 +1,5 @@
 #include "mkKernel/mkScript.h"
 
-#include "mkPython/mkHostModule.h"
 #include "mkUtils/mkLog.h"
 #include "mkUtils/mkTrace.h"
 
@@ -9,183 +8,96 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QScopeGuard>
+#include <QScopedValueRollback>
 
-#include <chrono>
-#include <condition_variable>
+#include <atomic>
+#include <cerrno>
 #include <csignal>
-#include <cstdint>
+#include <cstring>
+#include <ctime>
 #include <exception>
-#include <mutex>
-#include <pthread.h>
 #include <thread>
+#include <unistd.h>
 #include <utility>
+
+#ifndef sigev_notify_thread_id
+#define sigev_notify_thread_id _sigev_un._tid
+#endif
 
 namespace {
 
 namespace python = boost::python;
 
-constexpr std::chrono::milliseconds heartbeatInterval(50);
+constexpr long heartbeatNanoseconds = 50'000'000;
 
 bool stopped = false;
+std::thread::id guiThread;
 int exitStatus = 0;
+/// How many statements run, one within the other.
+std::atomic<int> depth{ 0 };
+std::atomic<bool> interrupted{ false };
+std::function<void()> heartbeat;
+bool withinBeat = false;
 
-/// What Python calls this signal's handler for. Nobody else uses it, and by default it does
-/// nothing.
-constexpr int attentionSignal = SIGURG;
+/// Calls the interpreter's attention to interrupts and heartbeats: sends the GUI thread a signal
+/// that nobody else uses, because nothing else reaches Python code that waits in a system call. The
+/// call returns, Python runs its handler, and goes on waiting unless that raises.
+namespace attention {
 
-/// The thread that calls the interpreter's attention to interrupts and heartbeats while a statement
-/// runs. It sends the GUI thread a signal, because nothing else reaches Python code that waits in a
-/// system call: the call returns, Python runs its handler, and goes on waiting unless that raises.
-class Attention
+constexpr int signalNumber = SIGURG;
+timer_t timer = {};
+
+void setActive(bool active)
 {
-public:
-    /// Lives as long as the process, which may end without a word to it.
-    static Attention &the()
-    {
-        static auto *const attention = new Attention;
-        return *attention;
-    }
+    const timespec interval{ 0, active ? heartbeatNanoseconds : 0 };
+    const itimerspec times{ interval, interval };
+    timer_settime(timer, 0, &times, nullptr);
+}
 
-    /// To be called on the GUI thread, which Python takes for its main thread.
-    void start()
-    {
-        static PyMethodDef handler{ "attend", &Attention::attend, METH_VARARGS, nullptr };
-        const python::object signal = python::import("signal");
-        signal.attr("signal")(attentionSignal,
-                              python::object(python::handle<>(PyCFunction_New(&handler, nullptr))));
-        // The module has taken SIGINT. Ctrl+C in a terminal ends the program, as ever.
-        signal.attr("signal")(SIGINT, python::object(signal.attr("SIG_DFL")));
-        guiThread = pthread_self();
-        thread = std::thread(&Attention::work, this);
-    }
-
-    void stop()
-    {
-        change([this] { ending = true; });
-        if (thread.joinable()) {
-            thread.join();
-        }
-    }
-
-    void enterStatement()
-    {
-        change([this] {
-            if (depth++ == 0) {
-                ++statement;
-                interrupted = false;
-            }
-        });
-    }
-
-    void leaveStatement()
-    {
-        change([this] { --depth; });
-    }
-
-    int getDepth()
-    {
-        const std::lock_guard<std::mutex> lock(mutex);
-        return depth;
-    }
-
-    void interrupt()
-    {
-        change([this] {
-            interrupted = depth > 0;
-            // At the end of a heartbeat it is seen anyway.
-            urgent = interrupted && !withinBeat;
-        });
-    }
-
-    void setHeartbeat(std::function<void()> function)
-    {
-        heartbeat = std::move(function);
-        change([this] { beating = bool(heartbeat); });
-    }
-
-private:
-    template <typename Change>
-    void change(const Change &apply)
-    {
-        {
-            const std::lock_guard<std::mutex> lock(mutex);
-            apply();
-        }
-        changed.notify_one();
-    }
-
-    void work()
-    {
-        std::unique_lock<std::mutex> lock(mutex);
-        while (!ending) {
-            changed.wait(lock,
-                         [this] { return ending || (depth > 0 && (beating || interrupted)); });
-            const std::uint64_t current = statement;
-            const auto over = [this, current] {
-                return ending || depth == 0 || statement != current;
-            };
-            changed.wait_for(lock, heartbeatInterval,
-                             [this, over] { return over() || std::exchange(urgent, false); });
-            // An interrupt may be missed just before a system call; then the next one is seen.
-            if (!over()) {
-                calledFor = current;
-                pthread_kill(guiThread, attentionSignal);
-            }
-        }
-    }
-
-    /// Called by the interpreter on the GUI thread, between two instructions or from within a
-    /// waiting system call.
-    static PyObject *attend(PyObject *, PyObject *)
-    {
+/// Called by the interpreter on the GUI thread, between two instructions or from within a waiting
+/// system call.
+PyObject *attend(PyObject *, PyObject *)
+{
+    if (depth > 0 && !withinBeat && heartbeat) {
+        const QScopedValueRollback<bool> beating(withinBeat, true);
+        setActive(false);
         try {
-            the().beat();
+            // A copy: it may be replaced while it runs.
+            const auto current = heartbeat;
+            current();
         } catch (const std::exception &failure) {
             mkLog::error("mkScript: The heartbeat failed: %s", failure.what());
         } catch (...) {
             mkLog::error("mkScript: The heartbeat failed!");
         }
-        bool interrupting = false;
-        the().change([&] { interrupting = std::exchange(the().interrupted, false); });
-        if (interrupting) {
-            PyErr_SetNone(PyExc_KeyboardInterrupt);
-            return nullptr;
-        }
-        return Py_NewRef(Py_None);
+        setActive(true);
     }
-
-    void beat()
-    {
-        // The call may have been meant for a statement that has ended since.
-        bool due = false;
-        change([this, &due] {
-            due = !withinBeat && depth > 0 && calledFor == statement;
-            withinBeat = withinBeat || due;
-        });
-        if (due) {
-            const auto done = qScopeGuard([this] { change([this] { withinBeat = false; }); });
-            if (const std::function<void()> current = heartbeat) {
-                current();
-            }
-        }
+    if (interrupted.exchange(false)) {
+        PyErr_SetNone(PyExc_KeyboardInterrupt);
+        return nullptr;
     }
+    return Py_NewRef(Py_None);
+}
 
-    /// For the GUI thread only.
-    std::function<void()> heartbeat;
-    std::mutex mutex;
-    std::condition_variable changed;
-    int depth = 0;
-    std::uint64_t statement = 0;
-    std::uint64_t calledFor = 0;
-    bool interrupted = false;
-    bool urgent = false;
-    bool beating = false;
-    bool withinBeat = false;
-    bool ending = false;
-    pthread_t guiThread = {};
-    std::thread thread;
-};
+/// To be called on the GUI thread, which Python takes for its main thread.
+void prepare()
+{
+    sigevent event = {};
+    event.sigev_notify = SIGEV_THREAD_ID;
+    event.sigev_signo = signalNumber;
+    event.sigev_notify_thread_id = gettid();
+    if (timer_create(CLOCK_MONOTONIC, &event, &timer) != 0) {
+        mkLog::error("mkScript: Scripts cannot be interrupted: %s", std::strerror(errno));
+    }
+    static PyMethodDef handler{ "attend", &attend, METH_VARARGS, nullptr };
+    const python::object signal = python::import("signal");
+    signal.attr("signal")(signalNumber,
+                          python::object(python::handle<>(PyCFunction_New(&handler, nullptr))));
+    // Python has taken SIGINT. Ctrl+C in a terminal ends the program, as ever.
+    signal.attr("signal")(SIGINT, python::object(signal.attr("SIG_DFL")));
+}
+
+} // namespace attention
 
 /// Flushes what Python buffers. A script may have put anything in the streams' place.
 void flushStreams()
@@ -232,11 +144,17 @@ int reportException()
 class Statement
 {
 public:
-    Statement() { Attention::the().enterStatement(); }
+    Statement()
+    {
+        if (depth++ == 0) {
+            interrupted = false;
+            attention::setActive(true);
+        }
+    }
     ~Statement()
     {
-        Attention::the().leaveStatement();
-        if (!mkScript::isBusy()) {
+        if (--depth == 0) {
+            attention::setActive(false);
             flushStreams();
         }
     }
@@ -312,10 +230,9 @@ void start()
     if (Py_IsInitialized()) {
         return;
     }
-    PyImport_AppendInittab("mkHost", &PyInit_mkHost);
+    guiThread = std::this_thread::get_id();
     PyConfig config;
     PyConfig_InitPythonConfig(&config);
-    config.install_signal_handlers = 0;
     config.parse_argv = 0;
     const PyStatus status = Py_InitializeFromConfig(&config);
     PyConfig_Clear(&config);
@@ -324,8 +241,7 @@ void start()
                      status.err_msg ? status.err_msg : "unknown reason");
         return;
     }
-    call([] { Attention::the().start(); });
-    run("import mkHost");
+    call(&attention::prepare);
 }
 
 void stop()
@@ -335,7 +251,6 @@ void stop()
     }
     call([] { python::import("atexit").attr("_run_exitfuncs")(); });
     setHeartbeat({});
-    Attention::the().stop();
     stopped = true;
 }
 
@@ -417,19 +332,24 @@ int getExitStatus()
     return exitStatus;
 }
 
+bool isGuiThread()
+{
+    return guiThread == std::thread::id() || guiThread == std::this_thread::get_id();
+}
+
 bool isBusy()
 {
-    return Attention::the().getDepth() > 0;
+    return depth > 0;
 }
 
 void interrupt()
 {
-    Attention::the().interrupt();
+    interrupted = depth > 0;
 }
 
-void setHeartbeat(std::function<void()> heartbeat)
+void setHeartbeat(std::function<void()> function)
 {
-    Attention::the().setHeartbeat(std::move(heartbeat));
+    heartbeat = std::move(function);
 }
 
 } // namespace mkScript

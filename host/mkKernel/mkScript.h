@@ -43,6 +43,8 @@ MK_HOST_API bool call(const std::function<void()> &body);
 /// SystemExit carried, or 1.
 MK_HOST_API int getExitStatus();
 
+/// True on the thread that started the interpreter, or before anybody did.
+MK_HOST_API bool isGuiThread();
 /// True while a statement runs: anything that the operations above started.
 MK_HOST_API bool isBusy();
 /// Makes the running statement raise KeyboardInterrupt, also while it waits, as in time.sleep();
@@ -52,7 +54,7 @@ MK_HOST_API void interrupt();
 
 /// A function that is called on the GUI thread about twenty times a second while a statement runs
 /// or waits, between two of its instructions; an application keeps its windows alive with it. Short
-/// statements never see it, and it costs running ones nothing: a thread asks the interpreter for
+/// statements never see it, and it costs running ones nothing: a timer asks the interpreter for
 /// the call, by the signal SIGURG. Statements within the function get no calls of their own. An
 /// empty one switches it off.
 MK_HOST_API void setHeartbeat(std::function<void()> heartbeat);

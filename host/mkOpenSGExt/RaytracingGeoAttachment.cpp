@@ -4,6 +4,31 @@
 
 namespace osg {
 
+using Values = RenderAttributeValues;
+
+const std::array<RenderAttribute, 11> renderAttributes{ {
+    { "visible", QT_TRANSLATE_NOOP("RenderAttributes", "Visible"), &Values::visible },
+    { "visibleInAlpha", QT_TRANSLATE_NOOP("RenderAttributes", "Visible in alpha"),
+      &Values::visibleInAlpha },
+    { "primaryVisibility", QT_TRANSLATE_NOOP("RenderAttributes", "Primary visibility"),
+      &Values::primaryVisibility },
+    { "visibleInReflections", QT_TRANSLATE_NOOP("RenderAttributes", "Visible in reflections"),
+      &Values::visibleInReflections },
+    { "visibleInRefractions", QT_TRANSLATE_NOOP("RenderAttributes", "Visible in refractions"),
+      &Values::visibleInRefractions },
+    { "castShadows", QT_TRANSLATE_NOOP("RenderAttributes", "Cast shadows"), &Values::castShadows },
+    { "receiveShadows", QT_TRANSLATE_NOOP("RenderAttributes", "Receive shadows"),
+      &Values::receiveShadows },
+    { "doubleSided", QT_TRANSLATE_NOOP("RenderAttributes", "Double sided"), &Values::doubleSided },
+    { "visibleForPhotons", QT_TRANSLATE_NOOP("RenderAttributes", "Visible in photons"),
+      &Values::visibleInPhotons },
+    { "visibleForShadowMaterial",
+      QT_TRANSLATE_NOOP("RenderAttributes", "Cast shadows on shadow material"),
+      &Values::castShadowsOnShadowMaterial },
+    { "useOverrideMaterial", QT_TRANSLATE_NOOP("RenderAttributes", "Use override material"),
+      &Values::useOverrideMaterial },
+} };
+
 const FieldContainerType RaytracingGeoAttachmentBase::_type("RaytracingGeoAttachment",
                                                             &Attachment::_type,
                                                             FieldContainerType::Group::Own);

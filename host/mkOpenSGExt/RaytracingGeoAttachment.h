@@ -41,6 +41,18 @@ struct RenderAttributeValues
     MaterialPtr overrideMaterial;
 };
 
+/// A flag among them: the keyword of setNodeVisibilityFlags in scripts, what views call it (to be
+/// translated in the context "RenderAttributes"), and the value.
+struct RenderAttribute
+{
+    const char *keyword;
+    const char *label;
+    bool RenderAttributeValues::*value;
+};
+
+/// In the order of the parameters of setNodeVisibilityFlags.
+MK_HOST_API extern const std::array<RenderAttribute, 11> renderAttributes;
+
 /// The fields of RaytracingGeoAttachment. Setters do not announce anything; whoever edits fields
 /// does so once, when done.
 class MK_HOST_API RaytracingGeoAttachmentBase : public Attachment
@@ -99,7 +111,6 @@ public:
     void storeState(const std::string &name, std::uint32_t layerId = 0);
     /// Makes the state of exactly this name current; false, and no change, when there is none.
     bool restoreState(const std::string &name);
-    bool hasState(const std::string &name) const { return states.count(name) > 0; }
     /// The layer id kept with a state; 0 for none.
     std::uint32_t getStateLayerId(const std::string &name) const;
     /// Sets the current values to the defaults. Stored states stay.

@@ -1,65 +1,38 @@
-#include "mkPython/mkHostModule.h"
+// The built-in module `mkHost`: what the host itself offers to scripts.
 
 #include "OSGSystem/Geometry.h"
 #include "mkKernel/mkController.h"
 #include "mkKernel/mkScenegraph.h"
+#include "mkKernel/mkScript.h"
 #include "mkKernel/mkSelectionManager.h"
 #include "mkKernelServices/mkScopedUndo.h"
+#include "mkMicroKernel/mkPythonRegister.h"
 #include "mkOpenSGUtils/mkMaterials.h"
 #include "mkOpenSGUtils/mkNodeUtils.h"
 #include "mkPython/mkPythonNode.h"
+#include "mkPython/mkPythonSupport.h"
 #include "mkUtils/mkLog.h"
-
-#include <boost/python.hpp>
-
-#include <QCoreApplication>
-#include <QThread>
 
 #include <string_view>
 
 namespace {
 
 namespace python = boost::python;
+using mkPython::define;
+using mkPython::raise;
 using osg::RaytracingGeoAttachment;
 using osg::RaytracingGeoAttachmentPtr;
 using osg::RenderLayerPtr;
-using Values = osg::RenderAttributeValues;
-
-/// The flags under the keywords of setNodeVisibilityFlags, so that what is read can be passed on.
-struct Flag
-{
-    const char *keyword;
-    bool Values::*value;
-};
-constexpr Flag flags[] = {
-    { "visible", &Values::visible },
-    { "visibleInAlpha", &Values::visibleInAlpha },
-    { "primaryVisibility", &Values::primaryVisibility },
-    { "visibleInReflections", &Values::visibleInReflections },
-    { "visibleInRefractions", &Values::visibleInRefractions },
-    { "castShadows", &Values::castShadows },
-    { "receiveShadows", &Values::receiveShadows },
-    { "doubleSided", &Values::doubleSided },
-    { "visibleForPhotons", &Values::visibleInPhotons },
-    { "visibleForShadowMaterial", &Values::castShadowsOnShadowMaterial },
-    { "useOverrideMaterial", &Values::useOverrideMaterial },
-};
-
-[[noreturn]] void raise(PyObject *type, const std::string &text)
-{
-    PyErr_SetString(type, text.c_str());
-    throw python::error_already_set();
-}
 
 python::object toDictionary(const RaytracingGeoAttachmentPtr &attributes)
 {
     if (!attributes) {
         return {};
     }
-    const Values &values = attributes->getValues();
+    const osg::RenderAttributeValues &values = attributes->getValues();
     python::dict dictionary;
-    for (const Flag &flag : flags) {
-        dictionary[flag.keyword] = values.*flag.value;
+    for (const osg::RenderAttribute &attribute : osg::renderAttributes) {
+        dictionary[attribute.keyword] = values.*attribute.value;
     }
     dictionary["overrideMaterial"] = mkMaterials::getName(values.overrideMaterial);
     return std::move(dictionary);
@@ -237,26 +210,6 @@ python::object getLayerAttributes(const std::string &layerName, const mkPythonNo
     return toDictionary(RaytracingGeoAttachmentPtr(layer->findAttributes(node.get())));
 }
 
-/// Call policy: a thread that a script started gets an exception, where it would bring Qt down.
-struct GuiThreadOnly : python::default_call_policies
-{
-    template <typename Arguments>
-    static bool precall(const Arguments &)
-    {
-        if (QThread::currentThread() == QCoreApplication::instance()->thread()) {
-            return true;
-        }
-        PyErr_SetString(PyExc_RuntimeError, "The host is for the main thread only.");
-        return false;
-    }
-};
-
-template <typename Function, typename... Rest>
-void define(const char *name, Function function, const Rest &...rest)
-{
-    python::def(name, function, rest..., GuiThreadOnly());
-}
-
 constexpr char moduleDoc[] =
     "The host as scripts see it.\n\n"
     "The scene's nodes and materials, the selection, the log, and the render layers for "
@@ -384,3 +337,15 @@ BOOST_PYTHON_MODULE(mkHost)
     defineLog();
     defineRenderLayers();
 }
+
+namespace {
+
+const mkPythonRegister registration([](mkPythonRegisterFactory::Level level) {
+    if (level == mkPythonRegisterFactory::BeforeInterpreter) {
+        PyImport_AppendInittab("mkHost", &PyInit_mkHost);
+    } else if (level == mkPythonRegisterFactory::AfterInterpreter) {
+        mkScript::run("import mkHost");
+    }
+});
+
+} // namespace

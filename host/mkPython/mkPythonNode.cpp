@@ -2,8 +2,7 @@
 
 #include "mkKernel/mkScenegraph.h"
 #include "mkOpenSGUtils/mkNodeUtils.h"
-
-#include <boost/python.hpp>
+#include "mkPython/mkPythonSupport.h"
 
 #include <new>
 
@@ -13,13 +12,8 @@ namespace python = boost::python;
 using python::converter::rvalue_from_python_stage1_data;
 using python::converter::rvalue_from_python_storage;
 
+using mkPython::raise;
 using Nodes = std::vector<mkNodePtr>;
-
-[[noreturn]] void raise(PyObject *type, const std::string &text)
-{
-    PyErr_SetString(type, text.c_str());
-    throw python::error_already_set();
-}
 
 std::string getName(const mkPythonNode &self)
 {

@@ -1,6 +1,5 @@
 #include "mkQt4Ext/QMKDockWindowManager.h"
 
-#include "mkKernel/mkController.h"
 #include "mkUtils/mkTrace.h"
 
 #include <QAction>
@@ -14,9 +13,7 @@
 QMKDockWindowManager::QMKDockWindowManager(QMainWindow *mainWindow)
     : QObject(mainWindow)
     , window(mainWindow)
-{
-    mkController::setDockWindowManager(this);
-}
+{}
 
 QMKDockWidget *QMKDockWindowManager::add(const char *name, const QString &group, QWidget *widget,
                                          const QString &toolclip, const QIcon &icon,

@@ -24,7 +24,7 @@ class MK_HOST_API QMKDockWindowManager : public QObject
     Q_OBJECT
 
 public:
-    /// `window` is also the parent. Registers itself with the controller.
+    /// `window` is also the parent.
     explicit QMKDockWindowManager(QMainWindow *window);
 
     /// Docks `widget`, which then belongs to the dock window.

@@ -54,7 +54,7 @@ HostFixture::HostFixture(bool python)
     : mainWindow(std::make_unique<QMainWindow>())
 {
     mkController::setMainWindow(mainWindow.get());
-    new QMKDockWindowManager(mainWindow.get());
+    mkController::setDockWindowManager(new QMKDockWindowManager(mainWindow.get()));
     mkScenegraph::newScene("empty");
     loader.load(pluginFile());
     if (python) {
