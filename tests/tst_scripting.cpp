@@ -384,10 +384,12 @@ void tst_Scripting::scripts()
         QCOMPARE(ok, status == 0);
     };
     const QString before = py("(sys.argv, sys.path)");
-    run("import sys, os\r\nseen = sys.argv, __name__, os.path.isabs(__file__), "
-        "os.path.samefile(sys.path[0], os.path.dirname(__file__))",
+    run("import sys, os\r\n"
+        "assert sys.argv == ['script.py', '--layer', 'Bäume'] and __name__ == '__main__'\n"
+        "assert os.path.isabs(__file__) and sys.path[0] == os.path.dirname(__file__)\n"
+        "kept = createRenderLayer",
         0, "");
-    expect({ { "(sys.argv, sys.path)", before } });
+    expect({ { "kept", "NameError" }, { "(sys.argv, sys.path)", before } });
     run("# -*- coding: latin-1 -*-\nassert '\xe4' == '\\xe4'", 0, "");
     run("raise SystemExit", 0, "");
     run("import sys\nsys.exit(3)", 3, "");

@@ -54,12 +54,9 @@ bool CommandLine::readPictures(const QString &sizeText, const QString &samplesTe
     return sides.size() == 2 && !pictureSize.isEmpty() && samples > 0;
 }
 
-CommandLine CommandLine::parse(const QStringList &arguments)
+CommandLine CommandLine::parse(const QStringList &arguments,
+                               const QList<QByteArray> &scriptArguments)
 {
-    // The parser would take what follows "--" for more scenes.
-    const int separator = arguments.indexOf(QLatin1String("--"));
-    const QStringList own = arguments.mid(0, separator);
-
     QCommandLineParser parser;
     parser.setApplicationDescription(translate("Opens a scene beside the panels of the plug-ins."));
     const QCommandLineOption help({ QStringLiteral("h"), QStringLiteral("help") },
@@ -73,7 +70,7 @@ CommandLine CommandLine::parse(const QStringList &arguments)
                                     translate("file"));
     const QCommandLineOption batch(QStringLiteral("batch"),
                                    translate("Show no window: run the scripts, then exit, with "
-                                             "status 1 if something failed."));
+                                             "the status that python would have."));
     const QCommandLineOption snapshot(QStringLiteral("snapshot"),
                                       translate("Write a picture of the window once the scene is "
                                                 "open and the scripts are done, then exit."),
@@ -97,7 +94,7 @@ CommandLine CommandLine::parse(const QStringList &arguments)
                                  QStringLiteral("[scene]"));
 
     CommandLine result;
-    const bool valid = parser.parse(own);
+    const bool valid = parser.parse(arguments);
     const QStringList scenes = parser.positionalArguments();
     if (parser.isSet(help)) {
         std::printf("%s", qUtf8Printable(parser.helpText()));
@@ -123,7 +120,7 @@ CommandLine CommandLine::parse(const QStringList &arguments)
     result.layerDirectory = parser.value(layers);
     result.scene = scenes.value(0);
     result.scripts = parser.values(script);
-    result.scriptArguments = separator < 0 ? QStringList() : arguments.mid(separator + 1);
+    result.scriptArguments = scriptArguments;
     result.plugins = parser.values(plugins)
                      + qEnvironmentVariable("MK_PLUGIN_PATH")
                            .split(QDir::listSeparator(), Qt::SkipEmptyParts)

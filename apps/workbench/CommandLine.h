@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QSize>
 #include <QString>
 #include <QStringList>
@@ -10,17 +11,18 @@ struct CommandLine
     /// Chooses a platform without a display where the arguments, or the lack of a display, call
     /// for it; false for the latter. To be called before the application object is made.
     static bool preparePlatform(int argc, char **argv);
-    /// Reads the arguments without those that Qt has taken. For --help and --version it prints
-    /// what was asked for, for wrong arguments what is wrong; `done` is true then, and `status`
-    /// what the program exits with.
-    static CommandLine parse(const QStringList &arguments);
+    /// Reads the arguments without those that Qt has taken, and keeps those of scripts. For --help
+    /// and --version it prints what was asked for, for wrong arguments what is wrong; `done` is
+    /// true then, and `status` what the program exits with.
+    static CommandLine parse(const QStringList &arguments,
+                             const QList<QByteArray> &scriptArguments);
 
     /// Nobody is there to answer questions.
     bool isUnattended() const { return batch || !snapshot.isEmpty(); }
 
     QString scene;
     QStringList scripts;
-    QStringList scriptArguments;
+    QList<QByteArray> scriptArguments;
     /// The directories to load plug-ins from, those that the user named first, so that they win.
     QStringList plugins;
     QString snapshot;

@@ -10,18 +10,22 @@
 #include <QTimer>
 
 #include <algorithm>
+#include <csignal>
 #include <cstdio>
-#include <iterator>
 #include <memory>
 #include <optional>
 
 namespace {
 
-/// Opens the scene and runs the scripts that the command line names; false at the first failure.
-bool openAndRun(const CommandLine &commandLine, MainWindow &window)
+/// That of the python program.
+constexpr int lostOutputStatus = 120;
+
+/// Opens the scene and runs the scripts that the command line names, up to the first failure.
+/// Returns the exit status.
+int openAndRun(const CommandLine &commandLine, MainWindow &window)
 {
     if (!commandLine.scene.isEmpty() && !window.openFile(commandLine.scene)) {
-        return false;
+        return 1;
     }
     if (commandLine.isUnattended()) {
         // Without a window, Ctrl+C in the terminal is the only way to stop a script.
@@ -29,13 +33,16 @@ bool openAndRun(const CommandLine &commandLine, MainWindow &window)
                       "_signal.signal(_signal.SIGINT, _signal.default_int_handler)\n"
                       "del _signal");
     }
-    return std::all_of(commandLine.scripts.begin(), commandLine.scripts.end(),
-                       [&commandLine](const QString &script) {
-                           return mkScript::runFile(script, commandLine.scriptArguments);
-                       })
-           && (commandLine.layerDirectory.isEmpty()
-               || renderLayerPictures(commandLine.layerDirectory, commandLine.pictureSize,
-                                      commandLine.samples));
+    for (const QString &script : commandLine.scripts) {
+        if (!mkScript::runFile(script, commandLine.scriptArguments)) {
+            return mkScript::getExitStatus();
+        }
+    }
+    return commandLine.layerDirectory.isEmpty()
+                   || renderLayerPictures(commandLine.layerDirectory, commandLine.pictureSize,
+                                          commandLine.samples)
+               ? 0
+               : 1;
 }
 
 bool takeSnapshot(MainWindow &window, const QString &file)
@@ -57,10 +64,13 @@ int run(const CommandLine &commandLine, MainWindow &window)
         window.show();
     }
     if (commandLine.isUnattended()) {
-        const bool done = openAndRun(commandLine, window)
-                          && (commandLine.snapshot.isEmpty()
-                              || takeSnapshot(window, commandLine.snapshot));
-        return done ? 0 : 1;
+        int status = openAndRun(commandLine, window);
+        if (status == 0 && !commandLine.snapshot.isEmpty()
+            && !takeSnapshot(window, commandLine.snapshot)) {
+            status = 1;
+        }
+        mkScript::joinThreads();
+        return status;
     }
     QTimer::singleShot(0, &window, [&] { openAndRun(commandLine, window); });
     return QApplication::exec();
@@ -77,16 +87,15 @@ int main(int argc, char **argv)
     int ownCount = int(
         std::find_if(argv, argv + argc, [](const char *text) { return qstrcmp(text, "--") == 0; })
         - argv);
-    QStringList scriptArguments;
-    std::transform(argv + ownCount, argv + argc, std::back_inserter(scriptArguments),
-                   [](const char *text) { return QString::fromLocal8Bit(text); });
+    // Python is to have the very bytes.
+    const QList<QByteArray> scriptArguments(argv + qMin(ownCount + 1, argc), argv + argc);
     const QApplication application(ownCount, argv);
     QCoreApplication::setOrganizationName(QStringLiteral("mkRenderLayerModule"));
     QCoreApplication::setApplicationName(QStringLiteral("workbench"));
     QCoreApplication::setApplicationVersion(QStringLiteral(WORKBENCH_VERSION));
 
-    const CommandLine commandLine = CommandLine::parse(QCoreApplication::arguments()
-                                                       + scriptArguments);
+    const CommandLine commandLine = CommandLine::parse(QCoreApplication::arguments(),
+                                                       scriptArguments);
     if (commandLine.done) {
         return commandLine.status;
     }
@@ -103,12 +112,19 @@ int main(int argc, char **argv)
     mkPluginLoader loader;
     mkScenegraph::newScene("scene");
     auto window = std::make_unique<MainWindow>(commandLine.isUnattended());
-    mkMicroKernel::start(loader, commandLine.plugins);
+    const bool started = mkMicroKernel::start(loader, commandLine.plugins);
     window->completeLayout();
-    const int status = run(commandLine, *window);
-    mkScript::stop();
+    int status = started || !commandLine.isUnattended() ? run(commandLine, *window) : 1;
+    if (!mkScript::stop() && commandLine.isUnattended() && status >= 0) {
+        status = lostOutputStatus;
+    }
     // The panels' classes live in the plug-ins.
     window.reset();
     loader.unloadAll();
+    if (status == -SIGINT) {
+        // A shell that runs the program in a loop is to see that it was interrupted.
+        std::signal(SIGINT, SIG_DFL);
+        std::raise(SIGINT);
+    }
     return status;
 }

@@ -1,13 +1,10 @@
 #include "mkKernel/mkScript.h"
 
+#include "mkPython/mkPythonSupport.h"
 #include "mkUtils/mkLog.h"
 #include "mkUtils/mkTrace.h"
 
-#include <boost/python.hpp>
-
-#include <QDir>
 #include <QFile>
-#include <QFileInfo>
 #include <QScopedValueRollback>
 
 #include <atomic>
@@ -99,24 +96,100 @@ void prepare()
 
 } // namespace attention
 
-/// Flushes what Python buffers. A script may have put anything in the streams' place.
-void flushStreams()
+/// The same also while a script file has another `__main__`.
+python::object scriptNamespace()
 {
+    static PyObject *const names = PyModule_GetDict(PyImport_AddModule("__main__"));
+    return python::object(python::borrowed(names));
+}
+
+void evaluate(PyObject *code)
+{
+    const python::object names = scriptNamespace();
+    const python::handle<> result(PyEval_EvalCode(code, names.ptr(), names.ptr()));
+}
+
+python::object toPath(const QByteArray &path)
+{
+    return python::object(
+        python::handle<>(PyUnicode_DecodeFSDefaultAndSize(path.constData(), path.size())));
+}
+
+/// A function of running.py.
+python::object running(const char *name)
+{
+    static const auto *const functions = new python::dict(mkPython::load("running.py"));
+    return (*functions)[name];
+}
+
+/// Flushes what Python buffers; false when something cannot be written. A script may have put
+/// anything in the streams' place, or closed them.
+bool flushStreams(bool report = false)
+{
+    bool done = true;
     for (const char *name : { "stdout", "stderr" }) {
         PyObject *const stream = PySys_GetObject(name);
-        if (stream && stream != Py_None) {
-            Py_XDECREF(PyObject_CallMethod(stream, "flush", nullptr));
-            PyErr_Clear();
+        if (!stream || stream == Py_None) {
+            continue;
+        }
+        const python::handle<> closed(python::allow_null(PyObject_GetAttrString(stream, "closed")));
+        if (closed && PyObject_IsTrue(closed.get()) == 1) {
+            continue;
+        }
+        PyErr_Clear();
+        const python::handle<> result(
+            python::allow_null(PyObject_CallMethod(stream, "flush", nullptr)));
+        if (!result) {
+            done = false;
+            // Where the standard error is lost, there is nowhere to say so.
+            report &&qstrcmp(name, "stdout") == 0 ? PyErr_WriteUnraisable(stream) : PyErr_Clear();
         }
     }
+    return done;
+}
+
+/// What a script has printed so far comes before what the host logs now.
+void flushBeforeLine()
+{
+    if (depth == 0 || PyGILState_Check() == 0) {
+        return;
+    }
+    PyObject *type = nullptr;
+    PyObject *value = nullptr;
+    PyObject *traceback = nullptr;
+    PyErr_Fetch(&type, &value, &traceback);
+    flushStreams();
+    PyErr_Restore(type, value, traceback);
+}
+
+/// Leaves the host's own frames out of the pending exception's traceback.
+void dropOwnFrames()
+{
+    PyObject *type = nullptr;
+    PyObject *value = nullptr;
+    PyObject *traceback = nullptr;
+    PyErr_Fetch(&type, &value, &traceback);
+    PyErr_NormalizeException(&type, &value, &traceback);
+    if (traceback) {
+        PyException_SetTraceback(value, traceback);
+    }
+    try {
+        running("drop_own_frames")(python::object(python::borrowed(value)));
+    } catch (const python::error_already_set &) {
+        PyErr_Clear();
+    }
+    Py_XDECREF(traceback);
+    PyErr_Restore(type, value, PyException_GetTraceback(value));
 }
 
 /// Takes the pending exception and returns its exit status.
 int reportException()
 {
     if (!PyErr_ExceptionMatches(PyExc_SystemExit)) {
+        const bool interrupt = PyErr_ExceptionMatches(PyExc_KeyboardInterrupt) != 0;
+        dropOwnFrames();
         PyErr_Print();
-        return 1;
+        return interrupt ? -SIGINT : 1;
     }
     // PyErr_Print() would end the program.
     PyObject *type = nullptr;
@@ -134,7 +207,9 @@ int reportException()
         return 0;
     }
     if (PyLong_Check(code.get())) {
-        return int(PyLong_AsUnsignedLongLongMask(code.get()));
+        const int status = int(PyLong_AsLong(code.get()));
+        PyErr_Clear();
+        return status & 0xff;
     }
     PySys_FormatStderr("%S\n", code.get());
     return 1;
@@ -162,65 +237,6 @@ public:
     Statement &operator=(const Statement &) = delete;
 };
 
-python::dict scriptNamespace()
-{
-    return python::extract<python::dict>(python::import("__main__").attr("__dict__"));
-}
-
-void evaluate(PyObject *code)
-{
-    const python::dict names = scriptNamespace();
-    const python::handle<> result(PyEval_EvalCode(code, names.ptr(), names.ptr()));
-}
-
-python::object toPath(const QString &file)
-{
-    return python::object(
-        python::handle<>(PyUnicode_DecodeFSDefault(QFile::encodeName(file).constData())));
-}
-
-/// What a script expects to find about itself, for as long as it runs.
-class ScriptSurroundings
-{
-public:
-    ScriptSurroundings(const QString &file, const QStringList &arguments)
-        : sys(python::import("sys"))
-        , names(scriptNamespace())
-        , previousArguments(sys.attr("argv"))
-        , previousFile(names.get("__file__"))
-        , directory(toPath(QFileInfo(file).absolutePath()))
-    {
-        python::list all;
-        all.append(toPath(file));
-        for (const QString &argument : arguments) {
-            all.append(toPath(argument));
-        }
-        sys.attr("argv") = all;
-        names["__file__"] = toPath(QFileInfo(file).absoluteFilePath());
-        sys.attr("path").attr("insert")(0, directory);
-    }
-
-    void restore()
-    {
-        sys.attr("argv") = previousArguments;
-        if (previousFile.is_none()) {
-            names.attr("pop")("__file__", python::object());
-        } else {
-            names["__file__"] = previousFile;
-        }
-        if (PySequence_Contains(python::object(sys.attr("path")).ptr(), directory.ptr()) == 1) {
-            sys.attr("path").attr("remove")(directory);
-        }
-    }
-
-private:
-    python::object sys;
-    python::dict names;
-    python::object previousArguments;
-    python::object previousFile;
-    python::object directory;
-};
-
 } // namespace
 
 namespace mkScript {
@@ -234,6 +250,8 @@ void start()
     PyConfig config;
     PyConfig_InitPythonConfig(&config);
     config.parse_argv = 0;
+    // Not the first python3 on the path, which may be another one.
+    PyConfig_SetBytesString(&config, &config.program_name, MK_PYTHON);
     const PyStatus status = Py_InitializeFromConfig(&config);
     PyConfig_Clear(&config);
     if (PyStatus_Exception(status)) {
@@ -242,16 +260,37 @@ void start()
         return;
     }
     call(&attention::prepare);
+    mkLog::setBeforeLine(&flushBeforeLine);
 }
 
-void stop()
+void joinThreads()
+{
+    call([] {
+        const python::object threading = python::import("threading");
+        try {
+            threading.attr("_shutdown")();
+        } catch (const python::error_already_set &) {
+            PyErr_WriteUnraisable(threading.ptr());
+        }
+    });
+}
+
+bool stop()
 {
     if (!isRunning()) {
-        return;
+        return true;
     }
-    call([] { python::import("atexit").attr("_run_exitfuncs")(); });
+    bool flushed = true;
+    call([&flushed] {
+        python::import("atexit").attr("_run_exitfuncs")();
+        // Files that scripts left open are closed.
+        PyGC_Collect();
+        flushed = flushStreams(true);
+    });
     setHeartbeat({});
+    mkLog::setBeforeLine({});
     stopped = true;
+    return flushed;
 }
 
 bool isRunning()
@@ -272,7 +311,12 @@ bool run(const char *statements)
     });
 }
 
-bool runFile(const QString &file, const QStringList &arguments)
+void keepNames()
+{
+    call([] { running("keep_names")(scriptNamespace()); });
+}
+
+bool runFile(const QString &file, const QList<QByteArray> &arguments)
 {
     exitStatus = 1;
     if (!isRunning()) {
@@ -287,26 +331,13 @@ bool runFile(const QString &file, const QStringList &arguments)
     }
     const QByteArray source = script.readAll();
     return call([&] {
-        ScriptSurroundings surroundings(file, arguments);
-        try {
-            // The builtin, unlike the C function, heeds every byte and the encoding line.
-            const python::object bytes(
-                python::handle<>(PyBytes_FromStringAndSize(source.constData(), source.size())));
-            const python::object code =
-                python::import("builtins")
-                    .attr("compile")(bytes, toPath(QFileInfo(file).absoluteFilePath()), "exec", 0,
-                                     true);
-            evaluate(code.ptr());
-        } catch (const python::error_already_set &) {
-            PyObject *type = nullptr;
-            PyObject *value = nullptr;
-            PyObject *traceback = nullptr;
-            PyErr_Fetch(&type, &value, &traceback);
-            surroundings.restore();
-            PyErr_Restore(type, value, traceback);
-            throw;
+        const python::object bytes(
+            python::handle<>(PyBytes_FromStringAndSize(source.constData(), source.size())));
+        python::list all;
+        for (const QByteArray &argument : arguments) {
+            all.append(toPath(argument));
         }
-        surroundings.restore();
+        running("run_file")(toPath(QFile::encodeName(file)), bytes, all);
     });
 }
 

@@ -2,14 +2,16 @@
 
 #include "mkHostExport.h"
 
-#include <QStringList>
+#include <QByteArray>
+#include <QList>
+#include <QString>
 
 #include <functional>
 #include <string>
 
-/// The host's embedded Python interpreter. Scripts and the console share one namespace, that of
-/// `__main__`. GUI thread only, but for interrupt(); threads that scripts start get to run only
-/// while a statement does.
+/// The host's embedded Python interpreter. Statements and the console share one namespace, that of
+/// `__main__`; script files have namespaces of their own. GUI thread only, but for interrupt();
+/// threads that scripts start get to run only while a statement does.
 ///
 /// A C++ exception that leaves a function called from Python becomes a Python exception. A Python
 /// exception never leaves this interface: it is printed with its traceback through Python's own
@@ -20,12 +22,14 @@ namespace mkScript {
 /// namespace, and the converters for node handles. Calling it again does nothing. When it cannot
 /// start, the log says why and isRunning() stays false.
 MK_HOST_API void start();
+/// Waits for the threads that scripts started, other than daemons, as the python program does.
+MK_HOST_API void joinThreads();
 /// Runs what scripts registered with `atexit`, flushes Python's streams, and from then on no
-/// Python is run any more. Threads that scripts started are not waited for. To be called before
-/// plug-ins are unloaded, since scripts hold functions of theirs. The interpreter is not finalised:
-/// Boost.Python keeps references for good and does not survive that. Hence it cannot be started
-/// again.
-MK_HOST_API void stop();
+/// Python is run any more; false when output is lost, with the reason on the standard error. To be
+/// called before plug-ins are unloaded, since scripts hold functions of theirs. Threads that
+/// scripts started are not waited for. The interpreter is not finalised: Boost.Python keeps
+/// references for good and does not survive that. Hence it cannot be started again.
+MK_HOST_API bool stop();
 /// True between start() and stop().
 MK_HOST_API bool isRunning();
 
@@ -33,14 +37,19 @@ MK_HOST_API bool isRunning();
 /// sys.stderr; SystemExit ends them quietly and is false for a status that is not 0. False without
 /// an interpreter or with null.
 MK_HOST_API bool run(const char *statements);
-/// Runs a script file in the same way. While it runs, `__file__` is its absolute path, sys.argv
-/// holds `file` and `arguments`, and its directory leads sys.path. False, with the reason on
-/// sys.stderr, when it cannot be read.
-MK_HOST_API bool runFile(const QString &file, const QStringList &arguments = {});
+/// Takes the names that are in the scripts' namespace now for those that each script file starts
+/// with. To be called once plug-ins have brought theirs.
+MK_HOST_API void keepNames();
+/// Runs a script file as the python program does, in a namespace of its own under the name
+/// `__main__`. While it runs, `__file__` is its absolute path, sys.argv holds `file` and
+/// `arguments` (bytes of the file system's encoding), and its directory, symbolic links resolved,
+/// leads sys.path. The modules that it imported from there are forgotten afterwards. False, with
+/// the reason on sys.stderr, when it cannot be read.
+MK_HOST_API bool runFile(const QString &file, const QList<QByteArray> &arguments = {});
 /// Carries out `body`, which evaluates Python code by other means, in the same way.
 MK_HOST_API bool call(const std::function<void()> &body);
 /// The exit status of the last of these, as the python program would have it: 0, what
-/// SystemExit carried, or 1.
+/// SystemExit carried, 1, or -SIGINT after a KeyboardInterrupt.
 MK_HOST_API int getExitStatus();
 
 /// True on the thread that started the interpreter, or before anybody did.

@@ -4,13 +4,16 @@
 #include "mkMicroKernel/mkPluginLoader.h"
 #include "mkMicroKernel/mkPythonRegister.h"
 
-void mkMicroKernel::start(mkPluginLoader &loader, const QStringList &pluginDirectories)
+bool mkMicroKernel::start(mkPluginLoader &loader, const QStringList &pluginDirectories)
 {
+    bool found = true;
     for (const QString &directory : pluginDirectories) {
-        loader.loadAll(directory);
+        found = loader.loadAll(directory) && found;
     }
     mkPythonRegisterFactory::run(mkPythonRegisterFactory::BeforeInterpreter);
     mkScript::start();
     mkPythonRegisterFactory::run(mkPythonRegisterFactory::AfterInterpreter);
+    mkScript::keepNames();
     loader.initAll();
+    return found;
 }

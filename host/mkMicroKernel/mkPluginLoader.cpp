@@ -53,19 +53,20 @@ struct mkPluginLoader::Plugin
 mkPluginLoader::mkPluginLoader() = default;
 mkPluginLoader::~mkPluginLoader() = default;
 
-void mkPluginLoader::loadAll(const QString &directory)
+bool mkPluginLoader::loadAll(const QString &directory)
 {
     const QDir dir(directory);
     if (!dir.exists()) {
         mkLog::error("mkPluginLoader: There is no plug-in directory '%s'!",
                      qUtf8Printable(directory));
-        return;
+        return false;
     }
     const QFileInfoList files = dir.entryInfoList({ QStringLiteral("*.so") }, QDir::Files,
                                                   QDir::Name);
     for (const QFileInfo &file : files) {
         load(file.absoluteFilePath());
     }
+    return true;
 }
 
 bool mkPluginLoader::load(const QString &file)

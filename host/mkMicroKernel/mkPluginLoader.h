@@ -19,9 +19,9 @@ public:
     /// Leaves the libraries loaded.
     ~mkPluginLoader();
 
-    /// Loads every library in `directory`, in alphabetical order. Of several with one file name,
-    /// also in other directories, only the first is loaded.
-    void loadAll(const QString &directory);
+    /// Loads every library in `directory`, in alphabetical order; false when there is no directory.
+    /// Of several with one file name, also in other directories, only the first is loaded.
+    bool loadAll(const QString &directory);
     /// Loads one library; false when it was left out, also because one of its name is loaded.
     bool load(const QString &file);
     /// Initialises the libraries loaded since the last call, then tells all modules.

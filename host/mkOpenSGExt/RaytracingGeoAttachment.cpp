@@ -67,6 +67,20 @@ bool RaytracingGeoAttachment::restoreState(const std::string &name)
     return true;
 }
 
+bool RaytracingGeoAttachment::removeState(const std::string &name)
+{
+    return states.erase(name) > 0;
+}
+
+std::vector<std::string> RaytracingGeoAttachment::getStateNames() const
+{
+    std::vector<std::string> names;
+    for (const auto &state : states) {
+        names.push_back(state.first);
+    }
+    return names;
+}
+
 std::uint32_t RaytracingGeoAttachment::getStateLayerId(const std::string &name) const
 {
     const auto found = states.find(name);

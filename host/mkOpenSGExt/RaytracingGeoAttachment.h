@@ -4,6 +4,7 @@
 
 #include <map>
 #include <string>
+#include <vector>
 
 namespace osg {
 
@@ -111,6 +112,9 @@ public:
     void storeState(const std::string &name, std::uint32_t layerId = 0);
     /// Makes the state of exactly this name current; false, and no change, when there is none.
     bool restoreState(const std::string &name);
+    /// Forgets the state of this name; false when there is none.
+    bool removeState(const std::string &name);
+    std::vector<std::string> getStateNames() const;
     /// The layer id kept with a state; 0 for none.
     std::uint32_t getStateLayerId(const std::string &name) const;
     /// Sets the current values to the defaults. Stored states stay.

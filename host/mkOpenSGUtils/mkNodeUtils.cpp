@@ -73,17 +73,51 @@ RaytracingGeoAttachmentPtr getOrMakeRenderAttributes(const osg::NodePtr &node)
     return own;
 }
 
-int storeRenderLayerState(const osg::NodePtr &root, const std::string &name)
+namespace {
+
+void forEachDrawable(const osg::NodePtr &root,
+                     const std::function<void(const osg::NodePtr &)> &visit)
 {
-    int count = 0;
     osg::traverse(root, [&](const osg::NodePtr &node) {
         if (osg::Ptr<osg::DrawableBase>(node->getCore())) {
-            getOrMakeRenderAttributes(node)->storeState(name);
-            ++count;
+            visit(node);
         }
         return osg::Action::Continue;
     });
+}
+
+} // namespace
+
+int storeRenderLayerState(const osg::NodePtr &root, const std::string &name)
+{
+    int count = 0;
+    forEachDrawable(root, [&](const osg::NodePtr &node) {
+        getOrMakeRenderAttributes(node)->storeState(name);
+        ++count;
+    });
     return count;
+}
+
+int removeRenderLayerState(const osg::NodePtr &root, const std::string &name)
+{
+    int count = 0;
+    forEachDrawable(root, [&](const osg::NodePtr &node) {
+        const RaytracingGeoAttachmentPtr own = getRenderAttributes(node);
+        count += own && own->removeState(name) ? 1 : 0;
+    });
+    return count;
+}
+
+std::set<std::string> getRenderLayerStates(const osg::NodePtr &root)
+{
+    std::set<std::string> names;
+    forEachDrawable(root, [&names](const osg::NodePtr &node) {
+        if (const RaytracingGeoAttachmentPtr own = getRenderAttributes(node)) {
+            const std::vector<std::string> some = own->getStateNames();
+            names.insert(some.begin(), some.end());
+        }
+    });
+    return names;
 }
 
 void applyRenderLayerAttributes(const osg::NodePtr &node,

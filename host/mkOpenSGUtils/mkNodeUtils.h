@@ -3,6 +3,7 @@
 #include "OSGSystem/Node.h"
 #include "mkOpenSGExt/RaytracingGeoAttachment.h"
 
+#include <set>
 #include <string>
 #include <vector>
 
@@ -25,6 +26,11 @@ MK_HOST_API osg::RaytracingGeoAttachmentPtr getOrMakeRenderAttributes(const osg:
 /// Stores the current attributes of every drawable from `root` down under a name, in place of what
 /// was stored under it. Returns the number of drawables.
 MK_HOST_API int storeRenderLayerState(const osg::NodePtr &root, const std::string &name);
+/// Forgets the state of this name on every drawable from `root` down that has it. Returns the
+/// number of these.
+MK_HOST_API int removeRenderLayerState(const osg::NodePtr &root, const std::string &name);
+/// The names of the states stored on drawables from `root` down.
+MK_HOST_API std::set<std::string> getRenderLayerStates(const osg::NodePtr &root);
 
 /// Writes the values of `attributes` into the attachment of the node and of every node below it,
 /// made where missing, and announces each change. Nothing when either is null.

@@ -3,6 +3,7 @@
 #include "mkOpenSGUtils/mkNodeUtils.h"
 #include "mkUtils/mkTrace.h"
 
+#include <algorithm>
 #include <unordered_set>
 
 using osg::RaytracingGeoAttachment;
@@ -99,11 +100,19 @@ void mkRenderLayer::addNode(const std::string &layerName, const osg::NodePtr &no
     addNode(content->findLayer(layerName), node);
 }
 
-void mkRenderLayer::addNode(const RenderLayerPtr &target, const osg::NodePtr &node)
+std::size_t mkRenderLayer::addNodes(unsigned index, const std::vector<osg::NodePtr> &nodes)
 {
-    if (target && node && node != root && !target->contains(node)) {
-        target->addNode(node, RaytracingGeoAttachment::make());
-    }
+    mkTrace::call("mkRenderLayer::addNodes", index, unsigned(nodes.size()));
+    const RenderLayerPtr target = layer(index);
+    return std::size_t(std::count_if(nodes.begin(), nodes.end(), [&](const osg::NodePtr &node) {
+        return addNode(target, node);
+    }));
+}
+
+bool mkRenderLayer::addNode(const RenderLayerPtr &target, const osg::NodePtr &node)
+{
+    return target && node && node != root && !target->contains(node)
+           && target->addNode(node, RaytracingGeoAttachment::make());
 }
 
 void mkRenderLayer::subNode(unsigned index, const osg::NodePtr &node)

@@ -35,6 +35,8 @@ public:
     /// scene root are refused.
     void addNode(unsigned index, const osg::NodePtr &node);
     void addNode(const std::string &layerName, const osg::NodePtr &node);
+    /// Appends, in their order, those of `nodes` that are not refused; returns their number.
+    std::size_t addNodes(unsigned index, const std::vector<osg::NodePtr> &nodes);
     void subNode(unsigned index, const osg::NodePtr &node);
     void moveUpNode(unsigned index, const osg::NodePtr &node);
     void moveDownNode(unsigned index, const osg::NodePtr &node);
@@ -61,7 +63,7 @@ public:
 
 private:
     osg::RenderLayerPtr layer(unsigned index) const;
-    void addNode(const osg::RenderLayerPtr &target, const osg::NodePtr &node);
+    bool addNode(const osg::RenderLayerPtr &target, const osg::NodePtr &node);
     static void activateNode(const osg::RenderLayerPtr &target, const osg::NodePtr &node);
 
     osg::NodePtr root;

@@ -13,10 +13,19 @@ std::map<int, mkLog::Listener> &listeners()
     return all;
 }
 
+std::function<void()> &beforeLine()
+{
+    static std::function<void()> function;
+    return function;
+}
+
 void Q_ATTRIBUTE_FORMAT_PRINTF(3, 0)
     write(mkLog::Severity severity, const char *prefix, const char *format, va_list arguments)
 {
     const QString line = QString::vasprintf(format, arguments);
+    if (beforeLine()) {
+        beforeLine()();
+    }
     std::fprintf(stderr, "%s%s\n", prefix, line.toUtf8().constData());
     // A copy: listeners may come and go while they are told.
     const auto current = listeners();
@@ -53,6 +62,11 @@ void error(const char *format, ...)
     va_start(arguments, format);
     write(Severity::Error, "error: ", format, arguments);
     va_end(arguments);
+}
+
+void setBeforeLine(std::function<void()> function)
+{
+    beforeLine() = std::move(function);
 }
 
 int addListener(Listener listener)
