@@ -7,6 +7,8 @@
 #include <QApplication>
 #include <QPlainTextEdit>
 #include <QRegularExpression>
+#include <QSettings>
+#include <QTemporaryDir>
 #include <QTest>
 #include <QTextBlock>
 #include <QTimer>
@@ -18,6 +20,7 @@ class tst_PythonConsole : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void initTestCase() { qputenv("XDG_CONFIG_HOME", settings.path().toUtf8()); }
     void init();
     void cleanup();
     void statements();
@@ -37,6 +40,7 @@ private:
     QString typed() const { return input()->toPlainText(); }
     QString shown() const { return transcript()->toPlainText(); }
 
+    QTemporaryDir settings;
     HostFixture host{ true };
     std::unique_ptr<MainWindow> window;
 };
@@ -44,6 +48,7 @@ private:
 void tst_PythonConsole::init()
 {
     host.reset();
+    QSettings().remove("consoleHistory");
     window = std::make_unique<MainWindow>(false);
     window->completeLayout();
     window->show();
@@ -95,7 +100,7 @@ void tst_PythonConsole::statements()
     answers("1 / 0\n2\n", ">>> 1 / 0\n" + traceback + "ZeroDivisionError: …\n>>> 2\n2\n");
     answers("x = = 1\n", ">>> x = = 1\n  File \"<console>\", line 1\n…\nSyntaxError: …\n");
     answers("input('who? ')\n", ">>> …\nwho? " + traceback + "…EOFError: The Python console …\n");
-    answers("exit()\n4\n", ">>> …\nSystemExit(None): close the window …\n>>> 4\n4\n");
+    answers("exit()\n4\n", ">>> …\nSystemExit(None): exit() ends …\n>>> 4\n4\n");
     answers("help()\n5\n", ">>> …\nhelp> …>>> 5\n5\n");
     // What would bring the program down.
     answers("import threading as t\nt.excepthook = lambda args: print(args.exc_value)\n"
@@ -151,9 +156,9 @@ void tst_PythonConsole::completion()
     type("x = mkHost.getM\t");
     QCOMPARE(typed(), "x = mkHost.getMaterial");
     type("\t");
-    QCOMPARE(shown(), "mkHost.getMaterialColor(  mkHost.getMaterialNames(");
+    QCOMPARE(shown(), "mkHost.getMaterialColor(  mkHost.getMaterialNames()  mkHost.getMaterials()");
     type("N\t");
-    QCOMPARE(typed(), "x = mkHost.getMaterialNames(");
+    QCOMPARE(typed(), "x = mkHost.getMaterialNames()");
     input()->clear();
     type("\tnothing.of.the.sort\t 1 + \tcreateR\t");
     QCOMPARE(typed(), "    nothing.of.the.sort 1 + createRenderLayer(");

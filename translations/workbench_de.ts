@@ -4,50 +4,6 @@
 <context>
     <name>AttributesView</name>
     <message>
-        <source>Visible</source>
-        <translation>Sichtbar</translation>
-    </message>
-    <message>
-        <source>Visible in alpha</source>
-        <translation>Sichtbar in Alpha</translation>
-    </message>
-    <message>
-        <source>Primary visibility</source>
-        <translation>Primär sichtbar</translation>
-    </message>
-    <message>
-        <source>Visible in reflections</source>
-        <translation>Sichtbar in Spiegelungen</translation>
-    </message>
-    <message>
-        <source>Visible in refractions</source>
-        <translation>Sichtbar in Brechungen</translation>
-    </message>
-    <message>
-        <source>Cast shadows</source>
-        <translation>Wirft Schatten</translation>
-    </message>
-    <message>
-        <source>Receive shadows</source>
-        <translation>Empfängt Schatten</translation>
-    </message>
-    <message>
-        <source>Double sided</source>
-        <translation>Doppelseitig</translation>
-    </message>
-    <message>
-        <source>Visible in photons</source>
-        <translation>Sichtbar für Photonen</translation>
-    </message>
-    <message>
-        <source>Cast shadows on shadow material</source>
-        <translation>Wirft Schatten auf Schattenmaterial</translation>
-    </message>
-    <message>
-        <source>Use override material</source>
-        <translation>Ersatzmaterial verwenden</translation>
-    </message>
-    <message>
         <source>Attribute</source>
         <translation>Attribut</translation>
     </message>
@@ -237,16 +193,63 @@
         <source>&lt;h3&gt;Workbench %1&lt;/h3&gt;&lt;p&gt;A reference host for scene panels: it opens scene files and shows them beside the panels of its plug-ins.&lt;/p&gt;</source>
         <translation>&lt;h3&gt;Workbench %1&lt;/h3&gt;&lt;p&gt;Ein Referenzprogramm für Szenen-Panels: Es öffnet Szenendateien und zeigt sie neben den Panels seiner Plug-ins.&lt;/p&gt;</translation>
     </message>
+    <message>
+        <source>&amp;Find in Scene</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Find in Scene</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>MaterialsPane</name>
+    <message>
+        <source>Search materials</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The scene has no materials.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>No material fits.</source>
+        <translation type="unfinished"></translation>
+    </message>
 </context>
 <context>
     <name>MaterialsView</name>
     <message>
-        <source>Rename</source>
-        <translation>Umbenennen</translation>
+        <source>Rename	%1</source>
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <source>Remove Material</source>
-        <translation>Material entfernen</translation>
+        <source>Select Nodes</source>
+        <translation type="unfinished">Knoten auswählen</translation>
+    </message>
+    <message>
+        <source>Delete Material	%1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Delete Material</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 is in use. Delete it?</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Delete</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>1 node has this material.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 nodes have this material.</source>
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>
@@ -300,6 +303,91 @@
     </message>
 </context>
 <context>
+    <name>RenderAttributes</name>
+    <message>
+        <source>Visible</source>
+        <translation type="unfinished">Sichtbar</translation>
+    </message>
+    <message>
+        <source>Visible in alpha</source>
+        <translation type="unfinished">Sichtbar in Alpha</translation>
+    </message>
+    <message>
+        <source>Primary visibility</source>
+        <translation type="unfinished">Primär sichtbar</translation>
+    </message>
+    <message>
+        <source>Visible in reflections</source>
+        <translation type="unfinished">Sichtbar in Spiegelungen</translation>
+    </message>
+    <message>
+        <source>Visible in refractions</source>
+        <translation type="unfinished">Sichtbar in Brechungen</translation>
+    </message>
+    <message>
+        <source>Cast shadows</source>
+        <translation type="unfinished">Wirft Schatten</translation>
+    </message>
+    <message>
+        <source>Receive shadows</source>
+        <translation type="unfinished">Empfängt Schatten</translation>
+    </message>
+    <message>
+        <source>Double sided</source>
+        <translation type="unfinished">Doppelseitig</translation>
+    </message>
+    <message>
+        <source>Visible in photons</source>
+        <translation type="unfinished">Sichtbar für Photonen</translation>
+    </message>
+    <message>
+        <source>Cast shadows on shadow material</source>
+        <translation type="unfinished">Wirft Schatten auf Schattenmaterial</translation>
+    </message>
+    <message>
+        <source>Use override material</source>
+        <translation type="unfinished">Ersatzmaterial verwenden</translation>
+    </message>
+</context>
+<context>
+    <name>ScenePane</name>
+    <message>
+        <source>Search by kind or material</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Search nodes</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Words in names: wheel front
+Whole names with wildcards: wheel_*
+Kinds and materials: kind:mesh material:rubber</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Searching… %1 nodes</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Kind</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Material</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>No node fits.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 of %2 nodes</source>
+        <comment>found, all</comment>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
     <name>SceneTree</name>
     <message>
         <source>Rename</source>
@@ -310,21 +398,6 @@
         <translation>Render-Zustand speichern …</translation>
     </message>
     <message>
-        <source>Delete from Scene…</source>
-        <translation>Aus Szene löschen …</translation>
-    </message>
-    <message>
-        <source>Delete from Scene</source>
-        <translation>Aus Szene löschen</translation>
-    </message>
-    <message numerus="yes">
-        <source>Delete %n node(s), and everything below, from the scene? This cannot be undone.</source>
-        <translation>
-            <numerusform>%n Knoten und alles darunter aus der Szene löschen? Das lässt sich nicht rückgängig machen.</numerusform>
-            <numerusform>%n Knoten und alles darunter aus der Szene löschen? Das lässt sich nicht rückgängig machen.</numerusform>
-        </translation>
-    </message>
-    <message>
         <source>Store Render State</source>
         <translation>Render-Zustand speichern</translation>
     </message>
@@ -332,12 +405,108 @@
         <source>Store the current render attributes of the selected drawables and of all below as:</source>
         <translation>Die aktuellen Render-Attribute der ausgewählten Objekte und aller darunter speichern als:</translation>
     </message>
+    <message>
+        <source>Scene and Materials</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Rename	%1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Delete from Scene	%1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Delete</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Select All</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Select Children</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Select by Material</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Expand Below</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Collapse Below</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The selected nodes have no children.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Nothing selected has a material.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>1 node has this material.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 nodes have the material, or one of the materials, of what was selected.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>There are too many nodes below to expand them all.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Stored the render state of 1 node.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Stored the render state of %1 nodes.</source>
+        <translation type="unfinished"></translation>
+    </message>
 </context>
 <context>
-    <name>SceneTreeModel</name>
+    <name>ScriptRunner</name>
     <message>
-        <source> (hidden by its render attributes)</source>
-        <translation> (durch seine Render-Attribute verborgen)</translation>
+        <source>Workbench</source>
+        <translation type="unfinished">Workbench</translation>
+    </message>
+    <message>
+        <source>Run Script</source>
+        <translation>Skript ausführen</translation>
+    </message>
+    <message>
+        <source>&amp;Run Script…</source>
+        <translation>Skript &amp;ausführen…</translation>
+    </message>
+    <message>
+        <source>Recent S&amp;cripts</source>
+        <translation>Zuletzt ausgeführte S&amp;kripte</translation>
+    </message>
+    <message>
+        <source>Python scripts (*.py);;All files (*)</source>
+        <translation>Python-Skripte (*.py);;Alle Dateien (*)</translation>
+    </message>
+    <message>
+        <source>A statement is running. Stop it first.</source>
+        <translation>Eine Anweisung läuft. Halten Sie sie zuerst an.</translation>
+    </message>
+    <message>
+        <source>Running %1…</source>
+        <translation>%1 läuft…</translation>
+    </message>
+    <message>
+        <source>%1 is done.</source>
+        <translation>%1 ist fertig.</translation>
+    </message>
+    <message>
+        <source>%1 has failed: see the Python Console.</source>
+        <translation>%1 ist fehlgeschlagen: siehe Python-Konsole.</translation>
     </message>
 </context>
 <context>

@@ -9,6 +9,7 @@
 #include "SceneImporter.h"
 #include "ScenePane.h"
 #include "SceneWatcher.h"
+#include "ScriptRunner.h"
 #include "mkIconManager/mkIconManager.h"
 #include "mkKernel/mkController.h"
 #include "mkKernel/mkScript.h"
@@ -75,10 +76,17 @@ void MainWindow::createFileMenu()
     QMenu *const menu = menuBar()->addMenu(tr("&File"));
     menu->addAction(mkIconManager::getIcon("Open", ""), tr("&Open…"), this,
                     &MainWindow::chooseAndOpen, QKeySequence::Open);
-    recentFiles = new RecentFiles(tr("Open &Recent"), menu);
+    recentFiles = new RecentFiles(tr("Open &Recent"), QStringLiteral("recentFiles"), menu);
     menu->addMenu(recentFiles);
     connect(recentFiles, &RecentFiles::chosen, this, &MainWindow::openRecent);
     menu->addAction(tr("&Merge into Scene…"), this, &MainWindow::merge);
+    menu->addSeparator();
+    auto *const scripts = new ScriptRunner(this);
+    scripts->addActions(menu);
+    connect(scripts, &ScriptRunner::started, this, [this] {
+        consoleDock->show();
+        consoleDock->raise();
+    });
     menu->addSeparator();
     menu->addAction(tr("&Quit"), this, &MainWindow::close, QKeySequence::Quit);
 }
@@ -120,7 +128,7 @@ void MainWindow::createDocks()
                             Qt::LeftDockWidgetArea);
     logDock = addDock("Log", new LogView, "Log", Qt::BottomDockWidgetArea);
     console = new PythonConsole;
-    addDock("Python Console", console, "Console", Qt::BottomDockWidgetArea);
+    consoleDock = addDock("Python Console", console, "Console", Qt::BottomDockWidgetArea);
 }
 
 QDockWidget *MainWindow::addDock(const char *name, QWidget *widget, const char *icon,

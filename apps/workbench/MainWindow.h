@@ -62,6 +62,7 @@ private:
     QDockWidget *sceneDock = nullptr;
     QDockWidget *attributesDock = nullptr;
     QDockWidget *materialsDock = nullptr;
+    QDockWidget *consoleDock = nullptr;
     QDockWidget *logDock = nullptr;
     PythonConsole *console = nullptr;
     /// Tries again to close, which a running statement has put off.

@@ -15,6 +15,7 @@
 #include <QRegularExpression>
 #include <QScopeGuard>
 #include <QScrollBar>
+#include <QSettings>
 #include <QStyle>
 #include <QTextBlock>
 #include <QToolButton>
@@ -62,6 +63,11 @@ int lineHeightOf(const QTextDocument *document)
     return qCeil(block.layout()->lineAt(0).height());
 }
 
+QString historyKey()
+{
+    return QStringLiteral("consoleHistory");
+}
+
 QString commonStart(const QStringList &texts)
 {
     QString start = texts.first();
@@ -83,6 +89,8 @@ PythonConsole::PythonConsole(QWidget *parent)
     , stopButton(new QToolButton(this))
 {
     setObjectName(QStringLiteral("pythonConsole"));
+    history = QSettings().value(historyKey()).toStringList();
+    historyPlace = history.size();
     // One sheet in the colour of the editors.
     setBackgroundRole(QPalette::Base);
     setAutoFillBackground(true);
@@ -208,6 +216,14 @@ bool PythonConsole::inputKey(int key, Qt::KeyboardModifiers modifiers)
             return true;
         }
         return false;
+    case Qt::Key_D:
+        if (modifiers == Qt::ControlModifier && input->document()->isEmpty() && session
+            && !mkScript::isBusy()) {
+            session->execute(QStringLiteral("print(exit)"));
+            refresh();
+            return true;
+        }
+        return false;
     default:
         return false;
     }
@@ -232,6 +248,7 @@ void PythonConsole::submit()
     if (!source.isEmpty() && (history.isEmpty() || history.last() != source)) {
         history += source;
         history = history.mid(qMax(0, history.size() - maxHistory));
+        QSettings().setValue(historyKey(), history);
     }
     historyPlace = history.size();
     draft.clear();

@@ -19,7 +19,8 @@ class mkPythonSession;
 ///
 /// Return runs the input once it is complete, Shift+Return breaks the line; Up and Down go through
 /// the history, Tab completes or indents, Ctrl+C stops a running statement or empties the input,
-/// Ctrl+L empties the transcript.
+/// Ctrl+L empties the transcript, Ctrl+D says how to leave. The history is kept in the user's
+/// settings.
 class PythonConsole : public QWidget
 {
     Q_OBJECT

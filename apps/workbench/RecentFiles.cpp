@@ -7,24 +7,26 @@ namespace {
 
 constexpr int maxFiles = 10;
 
-QString settingsKey()
-{
-    return QStringLiteral("recentFiles");
-}
-
-QStringList storedFiles()
-{
-    return QSettings().value(settingsKey()).toStringList();
-}
-
 } // namespace
 
-RecentFiles::RecentFiles(const QString &title, QWidget *parent)
+RecentFiles::RecentFiles(const QString &title, const QString &key, QWidget *parent)
     : QMenu(title, parent)
+    , settingsKey(key)
 {
     setToolTipsVisible(true);
     connect(this, &QMenu::aboutToShow, this, &RecentFiles::fill);
     fill();
+}
+
+QStringList RecentFiles::storedFiles() const
+{
+    return QSettings().value(settingsKey).toStringList();
+}
+
+QString RecentFiles::directory() const
+{
+    const QStringList files = storedFiles();
+    return files.isEmpty() ? QString() : QFileInfo(files.first()).absolutePath();
 }
 
 void RecentFiles::add(const QString &file)
@@ -44,7 +46,7 @@ void RecentFiles::remove(const QString &file)
 
 void RecentFiles::store(const QStringList &files)
 {
-    QSettings().setValue(settingsKey(), files);
+    QSettings().setValue(settingsKey, files);
     fill();
 }
 

@@ -69,7 +69,7 @@ int run(const CommandLine &commandLine, MainWindow &window)
             && !takeSnapshot(window, commandLine.snapshot)) {
             status = 1;
         }
-        mkScript::joinThreads();
+        mkScript::finish();
         return status;
     }
     QTimer::singleShot(0, &window, [&] { openAndRun(commandLine, window); });

@@ -263,7 +263,7 @@ void start()
     mkLog::setBeforeLine(&flushBeforeLine);
 }
 
-void joinThreads()
+void finish()
 {
     call([] {
         const python::object threading = python::import("threading");
@@ -272,6 +272,8 @@ void joinThreads()
         } catch (const python::error_already_set &) {
             PyErr_WriteUnraisable(threading.ptr());
         }
+        python::import("atexit").attr("_run_exitfuncs")();
+        PyGC_Collect();
     });
 }
 
@@ -283,8 +285,6 @@ bool stop()
     bool flushed = true;
     call([&flushed] {
         python::import("atexit").attr("_run_exitfuncs")();
-        // Files that scripts left open are closed.
-        PyGC_Collect();
         flushed = flushStreams(true);
     });
     setHeartbeat({});

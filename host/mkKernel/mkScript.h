@@ -22,8 +22,10 @@ namespace mkScript {
 /// namespace, and the converters for node handles. Calling it again does nothing. When it cannot
 /// start, the log says why and isRunning() stays false.
 MK_HOST_API void start();
-/// Waits for the threads that scripts started, other than daemons, as the python program does.
-MK_HOST_API void joinThreads();
+/// What the python program does once its script has ended: waits for the threads that scripts
+/// started, other than daemons, runs what they registered with `atexit`, and lets go of what
+/// nobody holds any more, so that files are closed.
+MK_HOST_API void finish();
 /// Runs what scripts registered with `atexit`, flushes Python's streams, and from then on no
 /// Python is run any more; false when output is lost, with the reason on the standard error. To be
 /// called before plug-ins are unloaded, since scripts hold functions of theirs. Threads that

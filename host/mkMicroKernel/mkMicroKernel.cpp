@@ -13,7 +13,6 @@ bool mkMicroKernel::start(mkPluginLoader &loader, const QStringList &pluginDirec
     mkPythonRegisterFactory::run(mkPythonRegisterFactory::BeforeInterpreter);
     mkScript::start();
     mkPythonRegisterFactory::run(mkPythonRegisterFactory::AfterInterpreter);
-    mkScript::keepNames();
     loader.initAll();
     return found;
 }

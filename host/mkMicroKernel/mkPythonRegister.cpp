@@ -1,5 +1,6 @@
 #include "mkMicroKernel/mkPythonRegister.h"
 
+#include "mkKernel/mkScript.h"
 #include "mkUtils/mkLog.h"
 
 #include <algorithm>
@@ -31,6 +32,9 @@ void mkPythonRegisterFactory::run(Level level)
         } catch (...) {
             mkLog::error("mkPythonRegisterFactory::run: Level %d failed!", int(level));
         }
+    }
+    if (level == AfterInterpreter) {
+        mkScript::keepNames();
     }
 }
 

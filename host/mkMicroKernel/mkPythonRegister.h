@@ -15,7 +15,8 @@ public:
     using Function = std::function<void(Level)>;
 
     /// Calls every registered function with `level`, in the order of registration. One that
-    /// throws is reported in the log.
+    /// throws is reported in the log. What is in the scripts' namespace after AfterInterpreter,
+    /// each script file begins with.
     static void run(Level level);
 };
 

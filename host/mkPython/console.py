@@ -1,6 +1,15 @@
 """A Python console: what is typed runs in the scripts' namespace by the rules of interactive mode."""
 
-import ast, code, io, os, rlcompleter, sys, warnings, __main__
+import ast, builtins, code, io, os, rlcompleter, sys, traceback, warnings, __main__
+
+LEAVING = 'exit() ends what is running, never the program. Close the window to leave the program.'
+
+class Exit:
+    def __repr__(self):
+        return LEAVING
+
+    def __call__(self, code=None):
+        raise SystemExit(code)
 
 class Output:
     def __init__(self, session, write, original):
@@ -8,6 +17,8 @@ class Output:
         self._original = original or open(os.devnull, 'w')
 
     def write(self, text):
+        if not isinstance(text, str):
+            raise TypeError(f'write() argument must be str, not {type(text).__name__}')
         self._write(text.encode('utf-8', 'backslashreplace').decode('utf-8'))
         if not self._session.executing:
             self._original.write(text)
@@ -33,8 +44,10 @@ class Input(io.TextIOBase):
 class Session(code.InteractiveInterpreter):
     name = '<console>'
 
-    def __init__(self, write_output, write_errors):
+    def __init__(self, write_output, write_errors, drop_own_frames):
         super().__init__(vars(__main__))
+        self._drop_own_frames = drop_own_frames
+        builtins.exit = builtins.quit = Exit()
         self.executing = False
         self._completer = rlcompleter.Completer(self.locals)
         self._originals = sys.stdout, sys.stderr
@@ -63,6 +76,18 @@ class Session(code.InteractiveInterpreter):
             except (OverflowError, SyntaxError, ValueError):
                 return True
 
+    def showtraceback(self):
+        error = sys.exc_info()[1]
+        # The first frame is that of runcode().
+        error.__traceback__ = error.__traceback__.tb_next
+        self._drop_own_frames(error)
+        sys.last_type, sys.last_value, sys.last_traceback = type(error), error, error.__traceback__
+        if sys.excepthook is sys.__excepthook__:
+            self.write(''.join(traceback.format_exception(error)))
+        else:
+            # Somebody else wants to show what went wrong.
+            sys.excepthook(type(error), error, error.__traceback__)
+
     def execute(self, source):
         stdin, sys.stdin = sys.stdin, Input()
         self.executing = True
@@ -72,7 +97,7 @@ class Session(code.InteractiveInterpreter):
         except (OverflowError, SyntaxError, ValueError):
             self.showsyntaxerror(self.name)
         except SystemExit as stop:
-            self.write(f'{stop!r}: close the window to leave the program.\n')
+            self.write(f'{stop!r}: {LEAVING}\n')
         finally:
             self.executing = False
             sys.stdin = stdin

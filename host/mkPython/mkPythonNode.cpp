@@ -1,9 +1,12 @@
 #include "mkPython/mkPythonNode.h"
 
+#include "OSGSystem/Geometry.h"
 #include "mkKernel/mkScenegraph.h"
 #include "mkOpenSGUtils/mkNodeUtils.h"
+#include "mkPython/mkPythonMaterial.h"
 #include "mkPython/mkPythonSupport.h"
 
+#include <algorithm>
 #include <new>
 
 namespace {
@@ -45,6 +48,52 @@ python::list getChildren(const mkPythonNode &self)
     return children;
 }
 
+python::object iterate(const python::object &list)
+{
+    return python::object(python::handle<>(PyObject_GetIter(list.ptr())));
+}
+
+python::object getIterator(const mkPythonNode &self)
+{
+    return iterate(getChildren(self));
+}
+
+/// The scene may change meanwhile, so what is below is listed first.
+python::object walk(const mkPythonNode &self)
+{
+    python::list below;
+    osg::traverse(self.live(), [&](const osg::NodePtr &node) {
+        if (node != self.get()) {
+            below.append(node);
+        }
+        return osg::Action::Continue;
+    });
+    return iterate(below);
+}
+
+python::object getIndex(const mkPythonNode &self)
+{
+    const osg::NodePtr parent = self.live()->getParent();
+    if (!parent) {
+        return {};
+    }
+    const auto &siblings = parent->getChildren();
+    return python::object(std::find(siblings.begin(), siblings.end(), self.get())
+                          - siblings.begin());
+}
+
+std::uint32_t getId(const mkPythonNode &self)
+{
+    return self.get()->getId();
+}
+
+python::object getMaterial(const mkPythonNode &self)
+{
+    const osg::Ptr<osg::DrawableBase> core(self.live()->getCore());
+    return core && core->getMaterial() ? python::object(mkPythonMaterial(core->getMaterial()))
+                                       : python::object();
+}
+
 bool isEqual(const mkPythonNode &self, const mkPythonNode &other)
 {
     return self.get() == other.get();
@@ -59,12 +108,6 @@ std::string repr(const mkPythonNode &self)
 {
     return self.isAlive() ? "<mkHost.Node '" + mkNodeUtils::getPath(self.get()) + "'>"
                           : "<mkHost.Node '" + self.get()->getName() + "', not in the scene>";
-}
-
-/// Instances have a dictionary; without this a misspelt attribute would be set without a word.
-void refuseAttribute(const mkPythonNode &, const std::string &name, const python::object &)
-{
-    raise(PyExc_AttributeError, "Node has no attribute '" + name + "' that can be set.");
 }
 
 const mkPythonNode *toNode(PyObject *object)
@@ -100,40 +143,48 @@ struct HandleFromPython
     }
 };
 
+/// What Boost.Python raises for arguments that do not fit. It has no other way to reach it.
+PyObject *argumentError()
+{
+    static PyObject *const type = [] {
+        const python::object function = python::make_function(&getPath);
+        Py_XDECREF(PyObject_CallNoArgs(function.ptr()));
+        PyObject *found = nullptr;
+        PyObject *value = nullptr;
+        PyObject *traceback = nullptr;
+        PyErr_Fetch(&found, &value, &traceback);
+        Py_XDECREF(value);
+        Py_XDECREF(traceback);
+        return found;
+    }();
+    return type;
+}
+
+/// Any iterable, but neither texts nor a node, which would mean its children.
 struct NodesFromPython
 {
     static void *convertible(PyObject *object)
     {
-        if (!PySequence_Check(object) || PyUnicode_Check(object) || PyBytes_Check(object)
-            || PyByteArray_Check(object)) {
-            return nullptr;
-        }
-        const Py_ssize_t size = PySequence_Size(object);
-        for (Py_ssize_t i = 0; i < size; ++i) {
-            const python::handle<> element(python::allow_null(PySequence_GetItem(object, i)));
-            if (!element || !isNodeOrNone(element.get())) {
-                PyErr_Clear();
-                return nullptr;
-            }
-        }
-        PyErr_Clear();
-        return size < 0 ? nullptr : object;
+        const bool iterable = Py_TYPE(object)->tp_iter || PySequence_Check(object);
+        const bool other = PyUnicode_Check(object) || PyBytes_Check(object)
+                           || PyByteArray_Check(object) || toNode(object);
+        return iterable && !other ? object : nullptr;
     }
 
     static void construct(PyObject *object, rvalue_from_python_stage1_data *data)
     {
         Nodes nodes;
-        const Py_ssize_t size = PySequence_Size(object);
-        if (size < 0) {
-            throw python::error_already_set();
-        }
-        for (Py_ssize_t i = 0; i < size; ++i) {
-            // A sequence of a script's own class may answer otherwise than before.
-            const python::handle<> element(PySequence_GetItem(object, i));
-            if (!isNodeOrNone(element.get())) {
-                raise(PyExc_TypeError, "The sequence holds something that is no node.");
+        const python::handle<> iterator(PyObject_GetIter(object));
+        while (PyObject *const next = PyIter_Next(iterator.get())) {
+            const python::handle<> element(next);
+            if (!isNodeOrNone(next)) {
+                raise(argumentError(), "element " + std::to_string(nodes.size()) + " is of type '"
+                                           + Py_TYPE(next)->tp_name + "', where a Node is wanted");
             }
-            nodes.emplace_back(toHandle(element.get()));
+            nodes.emplace_back(toHandle(next));
+        }
+        if (PyErr_Occurred()) {
+            throw python::error_already_set();
         }
         data->convertible = new (storageOf<Nodes>(data)) Nodes(std::move(nodes));
     }
@@ -195,14 +246,20 @@ void mkPythonNode::define()
                       R"(The names from the root to the node, as in "/studio/car/body".)")
         .add_property("kind", &getKind,
                       R"(What the node is, as in "Group", "Transform" or "Geometry".)")
+        .add_property("material", &getMaterial, "The Material of its own; None without one.")
+        .add_property("id", &getId, "A number that no other node has while this one is there.")
+        .add_property("index", &getIndex, "The place among the children of the parent, from 0.")
         .add_property("parent", &getParent, "The node above; None for the root.")
         .add_property("children", &getChildren, "The nodes below, in order.")
         .add_property("alive", &mkPythonNode::isAlive,
                       "True while the node is in the scene; never raises.")
+        .def("walk", &walk,
+             "Returns an iterator over everything below the node, parents before children.")
+        .def("__iter__", &getIterator)
         .def("__eq__", &isEqual)
         .def("__hash__", &hash)
         .def("__repr__", &repr)
-        .def("__setattr__", &refuseAttribute);
+        .def("__setattr__", &mkPython::setKnownAttribute);
     registerFromPython<osg::NodePtr, HandleFromPython>();
     registerFromPython<Nodes, NodesFromPython>();
     python::to_python_converter<osg::NodePtr, HandleToPython>();

@@ -8,7 +8,7 @@
 /// node that has left the scene is only good for being told so: using it raises ReferenceError.
 ///
 /// Plug-ins never see this class. Parameters of the types `osg::NodePtr` (a node or None) and
-/// `std::vector<mkNodePtr>` (any sequence of these) take Python values by the converters that
+/// `std::vector<mkNodePtr>` (any iterable of these) take Python values by the converters that
 /// define() registers, and results of these types become nodes, None and lists.
 class mkPythonNode
 {

@@ -46,7 +46,9 @@ mkPythonSession::mkPythonSession(Writer writer)
     d->writer = std::make_shared<Writer>(std::move(writer));
     mkScript::call([this] {
         d->session = mkPython::load("console.py")["Session"](d->writeFunction(Stream::Output),
-                                                             d->writeFunction(Stream::Errors));
+                                                             d->writeFunction(Stream::Errors),
+                                                             python::object(mkPython::load(
+                                                                 "running.py")["drop_own_frames"]));
     });
 }
 

@@ -12,7 +12,7 @@ void mkPython::raise(PyObject *type, const std::string &text)
     throw python::error_already_set();
 }
 
-python::dict mkPython::load(const char *name)
+void mkPython::load(const char *name, python::dict names)
 {
     const QString path = QLatin1String(":/mkPython/") + QLatin1String(name);
     QFile file(path);
@@ -21,11 +21,31 @@ python::dict mkPython::load(const char *name)
     }
     const python::handle<> code(
         Py_CompileString(file.readAll().constData(), qPrintable(path), Py_file_input));
+    const python::handle<> result(PyEval_EvalCode(code.get(), names.ptr(), names.ptr()));
+}
+
+python::dict mkPython::load(const char *name)
+{
     python::dict names;
     names["__builtins__"] = python::import("builtins");
     names["__name__"] = name;
-    const python::handle<> result(PyEval_EvalCode(code.get(), names.ptr(), names.ptr()));
+    load(name, names);
     return names;
+}
+
+void mkPython::setKnownAttribute(const python::object &self, const python::str &name,
+                                 const python::object &value)
+{
+    const python::object type = self.attr("__class__");
+    if (PyObject_HasAttr(type.ptr(), name.ptr()) == 0) {
+        const std::string typeName = python::extract<std::string>(type.attr("__name__"));
+        const std::string attribute = python::extract<std::string>(name);
+        raise(PyExc_AttributeError, typeName + " has no attribute '" + attribute + "'.");
+    }
+    if (!GuiThreadOnly::checkThread()
+        || PyObject_GenericSetAttr(self.ptr(), name.ptr(), value.ptr()) != 0) {
+        throw python::error_already_set();
+    }
 }
 
 bool mkPython::GuiThreadOnly::checkThread()

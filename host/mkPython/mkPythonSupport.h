@@ -10,9 +10,15 @@ namespace mkPython {
 /// Raises a Python exception of this type.
 [[noreturn]] void raise(PyObject *type, const std::string &text);
 
-/// Carries out a Python file among the host's resources in a namespace of its own, and returns
-/// that. Tracebacks do not show its frames.
+/// Carries out a Python file among the host's resources in this namespace. Tracebacks do not show
+/// its frames.
+void load(const char *name, boost::python::dict names);
+/// The same in a namespace of its own, which is returned.
 boost::python::dict load(const char *name);
+
+/// `__setattr__` of the host's types: a misspelt attribute would otherwise be set without a word.
+void setKnownAttribute(const boost::python::object &self, const boost::python::str &name,
+                       const boost::python::object &value);
 
 /// Call policy: a thread that a script started gets an exception, where it would bring Qt down.
 struct GuiThreadOnly : boost::python::default_call_policies

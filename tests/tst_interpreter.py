@@ -1,0 +1,119 @@
+#!/usr/bin/python3
+"""Runs scripts with Python and with the workbench, and sees no difference.
+
+MK_WORKBENCH names the program; MK_PYTHON the interpreter that it embeds. With --table the outputs and
+statuses are printed side by side.
+"""
+
+import os
+import pathlib
+import signal
+import subprocess
+import sys
+import tempfile
+import unittest
+
+PYTHON = [os.environ["MK_PYTHON"]]
+WORKBENCH = [os.environ["MK_WORKBENCH"], "--batch", "--script"]
+ENVIRONMENT = dict(os.environ, QT_QPA_PLATFORM="offscreen", LC_ALL="C.UTF-8", PYTHONDONTWRITEBYTECODE="1", QT_LOGGING_RULES="*.warning=false")
+del ENVIRONMENT["MK_PYTHON"]
+
+# Name, source, and what the script's arguments and standard output are, where they matter.
+CASES = [
+    ("exit with a number", "import sys; print('bye'); sys.exit(3)"),
+    ("exit with a text", "raise SystemExit('no layer')"),
+    ("exit with nothing", "print(1); exit_code = None; raise SystemExit(exit_code)"),
+    ("exit beyond a byte", "raise SystemExit(259)"),
+    ("exit beyond a word", "raise SystemExit(2 ** 80)"),
+    ("wrong option", "import argparse; argparse.ArgumentParser('x').parse_args(['--wrong'])"),
+    ("traceback", "def f():\n    return 1 / 0\n\nf()"),
+    ("chained", "try:\n    {}['a']\nexcept KeyError as e:\n    raise ValueError('b') from e"),
+    ("no syntax", "x = 1\nx ="),
+    ("Ctrl+C", "import os, signal, time\nos.kill(os.getpid(), signal.SIGINT)\ntime.sleep(60)"),
+    ("Ctrl+C in a child's wait",
+     "import os, signal, subprocess, threading\n"
+     "threading.Timer(0.3, os.kill, (os.getpid(), signal.SIGINT)).start()\n"
+     "try:\n    subprocess.run(['sleep', '60'])\nexcept KeyboardInterrupt:\n    print('interrupted')"),
+    ("closed pipe",
+     "import os\nread, write = os.pipe()\nos.close(read)\n"
+     "try:\n    os.write(write, b'x')\nexcept BrokenPipeError as e:\n    print(e)"),
+    ("closed socket",
+     "import socket\na, b = socket.socketpair()\nb.close()\n"
+     "try:\n    a.send(b'x')\nexcept BrokenPipeError as e:\n    print(e)"),
+    ("file too large",
+     "import resource, tempfile\nresource.setrlimit(resource.RLIMIT_FSIZE, (1000, 1000))\n"
+     "try:\n    with tempfile.TemporaryFile() as f:\n        f.write(bytes(5000))\n"
+     "except OSError as e:\n    print(e)"),
+    ("a child dies of a closed pipe", "import subprocess\nprint(subprocess.run('yes | head -1', shell=True).returncode)"),
+    ("full device", "print('lost')", [], "/dev/full"),
+    ("full device and an exit", "import sys; print('lost'); sys.exit(3)", [], "/dev/full"),
+    ("closed output", "import sys; print('x'); sys.stdout.close()"),
+    ("no output", "import sys; print('x'); sys.stdout = None"),
+    ("threads",
+     "import threading, time\nfrom concurrent.futures import ThreadPoolExecutor\n"
+     "def late(text):\n    time.sleep(0.2); print(text)\n"
+     "threading.Thread(target=late, args=['thread']).start()\n"
+     "pool = ThreadPoolExecutor(1)\npool.submit(late, 'pool')\npool.submit(late, 'pool again')\n"
+     "threading.Thread(target=time.sleep, args=[60], daemon=True).start()\nprint('end')"),
+    ("threads and an exit",
+     "import threading, time, sys\n"
+     "threading.Thread(target=lambda: (time.sleep(0.2), print('late'))).start()\nsys.exit(4)"),
+    ("at exit", "import atexit\natexit.register(print, 'last')\nprint('first')"),
+    ("file left open",
+     "f = open('left', 'w')\nf.write('x')\ndef g(): pass\nimport atexit, os\nprint(os.path.getsize('left'))"),
+    ("names", "print(__name__, __file__, __doc__, [n for n in dir() if n.startswith('_')])"),
+    ("main module", "import sys, pickle\nclass C: pass\nprint(sys.modules['__main__'].C is C, type(pickle.loads(pickle.dumps(C()))))"),
+    ("surroundings", "import sys\nprint(sys.executable, sys.prefix, sys.path, sys.flags, sys.version)"),
+    ("arguments", "import sys\nprint(sys.argv, len(sys.argv[2]))", ["--a b", b"\xff\xe4", "ä", ""]),
+    ("module beside the target of a link", "import beside\nprint(beside.NAME, __file__)"),
+    ("child of this interpreter",
+     "import subprocess, sys\nprint(subprocess.check_output([sys.executable, '-c', 'import sys; print(sys.version)']))"),
+    ("encoding", "# -*- coding: latin-1 -*-\nimport sys\nprint('\xe4', sys.stdout.encoding, sys.getfilesystemencoding())"),
+    ("warning", "import warnings\nwarnings.warn('old')"),
+    ("output is buffered", "import sys\nprint(sys.stdout.line_buffering, sys.stdout.isatty())"),
+]
+
+
+def run(program, source, arguments, output, directory):
+    real = directory / "real"
+    real.mkdir()
+    (real / "beside.py").write_text("NAME = 'the one beside the target'")
+    (real / "script.py").write_text(source, "latin-1" if "latin-1" in source else "utf-8")
+    (directory / "script.py").symlink_to("real/script.py")
+    separator = ["--"] if program is WORKBENCH and arguments else []
+    with open(output, "wb") if output else tempfile.TemporaryFile() as out, tempfile.TemporaryFile() as errors:
+        status = subprocess.run([*program, "script.py", *separator, *arguments], cwd=directory, env=ENVIRONMENT,
+                                stdin=subprocess.DEVNULL, stdout=out, stderr=errors, timeout=50,
+                                preexec_fn=lambda: signal.signal(signal.SIGINT, signal.default_int_handler)).returncode
+        texts = []
+        for stream in (errors,) if output else (out, errors):
+            stream.seek(0)
+            texts.append(stream.read().decode("utf-8", "backslashreplace").replace(str(directory), "DIR"))
+    left = directory / "left"
+    return status, *texts, left.exists() and left.read_text()
+
+
+def outcomes(case):
+    name, source, arguments, output = (*case, [], None)[:4] if len(case) < 4 else case
+    for program in (PYTHON, WORKBENCH):
+        with tempfile.TemporaryDirectory() as directory:
+            yield run(program, source, arguments, output, pathlib.Path(directory))
+
+
+class Interpreter(unittest.TestCase):
+    maxDiff = None
+
+    def test_is_like_python(self):
+        for case in CASES:
+            with self.subTest(case[0]):
+                wanted, found = outcomes(case)
+                self.assertEqual(found, wanted)
+
+
+if __name__ == "__main__":
+    if "--table" in sys.argv:
+        for case in CASES:
+            for program, outcome in zip(("python", "workbench"), outcomes(case)):
+                print(f"{case[0]:32} {program:10}", *outcome, sep=" | ")
+    else:
+        unittest.main(verbosity=2)
