@@ -236,6 +236,8 @@ void tst_HostScripting::materials()
                "((2.0, 0.0, 0.0), 'mask', True)" },
              { "red in mkHost.getMaterials() and red == mkHost.findMaterial('scarlet')", "True" },
              { "mkHost.findMaterial('red')", "None" },
+             { "mkHost.createMaterial('blue')", "<mkHost.Material 'blue1'>" },
+             { "mkHost.getMaterialNames()", "['scarlet', 'blue', 'blue1']" },
              { "setattr(red, 'name', 'blue')", "ValueError: There is a material 'blue' already." },
              { "setattr(red, 'colour', 1)", "AttributeError: Material has no attribute 'colour'." },
              { "setattr(red, 'color', (1, 2))", "ValueError: 4 numbers are wanted." },

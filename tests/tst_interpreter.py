@@ -109,6 +109,25 @@ class Interpreter(unittest.TestCase):
                 wanted, found = outcomes(case)
                 self.assertEqual(found, wanted)
 
+    def test_what_python_has_not(self):
+        def workbench(script, *arguments):
+            with tempfile.TemporaryDirectory() as directory:
+                file = pathlib.Path(directory, "script.py")
+                file.write_text(script)
+                second = pathlib.Path(directory, "second.py")
+                second.write_text("print('name' in dir(), 'createRenderLayer' in dir())")
+                return subprocess.run([*WORKBENCH, file, *arguments, "--script", second], env=ENVIRONMENT, text=True,
+                                      stdout=subprocess.PIPE, stderr=subprocess.STDOUT, timeout=50)
+
+        # Log lines and prints keep their order; scripts know nothing of each other.
+        done = workbench("for name in range(3):\n    print(name)\n    mkHost.logInfo('log')")
+        self.assertEqual((done.stdout, done.returncode), ("0\nlog\n1\nlog\n2\nlog\nFalse True\n", 0))
+        # Nothing runs without the plug-ins that were asked for.
+        done = workbench("print('ran')", "--plugins", "/no/such/directory")
+        self.assertEqual(done.returncode, 1)
+        self.assertIn("There is no plug-in directory '/no/such/directory'", done.stdout)
+        self.assertNotIn("ran", done.stdout)
+
 
 if __name__ == "__main__":
     if "--table" in sys.argv:

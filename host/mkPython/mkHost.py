@@ -274,6 +274,11 @@ def findMaterial(name):
     return _findMaterial(name)
 
 
+def createMaterial(name="Material"):
+    """Makes a white material and returns it; a name that is taken gets a number behind it."""
+    return _createMaterial(name)
+
+
 def getMaterialNames():
     """Returns a list of the names of the document's materials; each is unique."""
     return [material.name for material in _getMaterials()]
@@ -351,9 +356,10 @@ children; walk() gives everything below it, parents first.
     ("Materials",
      """How surfaces look. Every change shows at once.
 
-    for material in mkHost.getMaterials():
-        material.roughness = max(material.roughness, 0.1)""",
-     "Material getMaterials findMaterial getMaterialNames getMaterialColor"),
+    clay = mkHost.findMaterial("clay") or mkHost.createMaterial("clay")
+    clay.color = 0.6, 0.5, 0.4
+    clay.roughness = 1""",
+     "Material getMaterials findMaterial createMaterial getMaterialNames getMaterialColor"),
     ("Scene files",
      """    mkHost.openScene("house.gltf")
     print(mkHost.getSceneFile())""",

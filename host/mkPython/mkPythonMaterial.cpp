@@ -2,6 +2,7 @@
 
 #include "mkKernel/mkController.h"
 #include "mkOpenSGUtils/mkMaterials.h"
+#include "mkOpenSGUtils/mkNodeUtils.h"
 #include "mkPython/mkPythonSupport.h"
 
 #include <algorithm>
@@ -146,6 +147,20 @@ python::object findMaterial(const std::string &name)
     return material ? python::object(mkPythonMaterial(material)) : python::object();
 }
 
+mkPythonMaterial createMaterial(const std::string &name)
+{
+    const osg::MaterialPtr material = Material::create();
+    mkMaterials::addMaterial(material);
+    std::vector<std::string> taken;
+    for (const osg::MaterialPtr &other : mkMaterials::getMaterials()) {
+        taken.push_back(other->getName());
+    }
+    // Views hear of the material by its name.
+    material->setName(mkNodeUtils::getUniqueName(name.empty() ? "Material" : name, taken));
+    mkController::setModified(1);
+    return mkPythonMaterial(material);
+}
+
 } // namespace
 
 void mkPythonMaterial::setName(const std::string &name)
@@ -202,4 +217,5 @@ void mkPythonMaterial::define()
         .def("__setattr__", &mkPython::setKnownAttribute);
     mkPython::define("_getMaterials", &getMaterials);
     mkPython::define("_findMaterial", &findMaterial);
+    mkPython::define("_createMaterial", &createMaterial);
 }
