@@ -38,11 +38,12 @@ int openAndRun(const CommandLine &commandLine, MainWindow &window)
             return mkScript::getExitStatus();
         }
     }
-    return commandLine.layerDirectory.isEmpty()
-                   || renderLayerPictures(commandLine.layerDirectory, commandLine.pictureSize,
-                                          commandLine.samples)
-               ? 0
-               : 1;
+    if (!commandLine.layerDirectory.isEmpty()
+        && !renderLayerPictures(commandLine.layerDirectory, commandLine.pictureSize,
+                                commandLine.samples)) {
+        return mkScript::getExitStatus();
+    }
+    return 0;
 }
 
 bool takeSnapshot(MainWindow &window, const QString &file)
