@@ -51,9 +51,10 @@ CASES = [
     ("no output", "import sys; print('x'); sys.stdout = None"),
     ("threads",
      "import threading, time\nfrom concurrent.futures import ThreadPoolExecutor\n"
-     "def late(text):\n    time.sleep(0.2); print(text)\n"
-     "threading.Thread(target=late, args=['thread']).start()\n"
-     "pool = ThreadPoolExecutor(1)\npool.submit(late, 'pool')\npool.submit(late, 'pool again')\n"
+     "def late(text, *before):\n"
+     "    [thread.join() for thread in before]; time.sleep(0.2); print(text)\n"
+     "thread = threading.Thread(target=late, args=['thread'])\nthread.start()\n"
+     "pool = ThreadPoolExecutor(1)\npool.submit(late, 'pool', thread)\npool.submit(late, 'pool again')\n"
      "threading.Thread(target=time.sleep, args=[60], daemon=True).start()\nprint('end')"),
     ("threads and an exit",
      "import threading, time, sys\n"

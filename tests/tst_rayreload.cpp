@@ -57,7 +57,7 @@ void tst_RayReload::cycles()
 {
     QMainWindow window;
     mkController::setMainWindow(&window);
-    new QMKDockWindowManager(&window);
+    mkController::setDockWindowManager(new QMKDockWindowManager(&window));
     mkScenegraph::Document document;
     document.root = osg::Node::create();
     const osg::NodePtr node = osg::Node::create();
