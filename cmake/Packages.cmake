@@ -2,7 +2,7 @@
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME mk-workbench)
 set(CPACK_PACKAGE_CONTACT "The mkRenderLayerModule developers <mkRenderLayerModule@localhost>")
-set(CPACK_PACKAGING_INSTALL_PREFIX ${CMAKE_INSTALL_PREFIX})
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ
                                                 GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
@@ -40,7 +40,8 @@ set(CPACK_COMPONENT_PLUGINS_DEPENDS library)
 set(CPACK_COMPONENT_PLUGINS_DESCRIPTION
     "host for scene panels: plug-ins
 The render layer panel, which keeps named groups of scene nodes with render
-attributes and materials of their own for each layer.")
+attributes and materials of their own for each layer, and a ray-traced view
+that shows and renders them.")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libmkhost-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)

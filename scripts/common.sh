@@ -57,6 +57,14 @@ configure_preset() {
     (cd "$root_dir" && cmake --preset "$1" -DCMAKE_CXX_COMPILER_LAUNCHER="$launcher" "${@:2}")
 }
 
+# build_release [TARGET...]: builds what running needs. A build that has the tests keeps them.
+build_release() {
+    if [[ ! -e $root_dir/build/release/build.ninja ]]; then
+        configure_preset release -DBUILD_TESTING=OFF
+    fi
+    (cd "$root_dir" && cmake --build --preset release --target "$@")
+}
+
 # build_preset PRESET [TARGET...]: configures with the tests and builds, all targets when none is
 # named.
 build_preset() {

@@ -54,6 +54,23 @@ class Installed(unittest.TestCase):
         loaded = {line.split()[-1] for line in maps.stdout.splitlines() if "/libmkHost.so" in line}
         self.assertEqual([name.startswith(self.prefix + "/") for name in loaded], [True], loaded)
 
+    def test_language_is_the_users(self):
+        def first_line(*arguments, **environment):
+            help_text = run(self.installed("bin", "workbench"), *arguments, "--help", **environment)
+            return help_text.stdout.splitlines()[1]
+
+        german = "Öffnet eine Szene neben den Panels der Plug-ins."
+        english = "Opens a scene beside the panels of the plug-ins."
+        for arguments, languages, line in (([], "de", german), ([], "cy:de", german),
+                                           ([], "en:de", english), ([], "cy", english),
+                                           (["--language", "de"], "en", german),
+                                           (["--language=en"], "de", english)):
+            with self.subTest(arguments=arguments, languages=languages):
+                self.assertEqual(
+                    first_line(*arguments, LANG="de_DE.UTF-8", LC_ALL="", LANGUAGE=languages), line)
+        with self.assertRaisesRegex(AssertionError, "no texts in the language 'xx'"):
+            run(self.installed("bin", "workbench"), "--batch", "--language", "xx")
+
     def test_desktop_finds_program_and_icons(self):
         entry = configparser.ConfigParser(interpolation=None)
         entry.optionxform = str

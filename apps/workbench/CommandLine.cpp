@@ -1,23 +1,47 @@
 #include "CommandLine.h"
 
+#include "Translations.h"
+
 #include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QDir>
+#include <QLocale>
 
 #include <algorithm>
 #include <cstdio>
 
 namespace {
 
-QString translate(const char *text)
+QString besideProgram(const char *path)
 {
-    return QCoreApplication::translate("CommandLine", text);
+    return QDir::cleanPath(QCoreApplication::applicationDirPath() + QLatin1Char('/')
+                           + QLatin1String(path));
 }
 
-QString builtInPluginDirectory()
+QStringList pluginDirectories(const QCommandLineParser &parser)
 {
-    return QDir::cleanPath(QCoreApplication::applicationDirPath()
-                           + QLatin1String("/" WORKBENCH_PLUGINS));
+    return parser.values(QStringLiteral("plugins"))
+           + qEnvironmentVariable("MK_PLUGIN_PATH").split(QDir::listSeparator(), Qt::SkipEmptyParts)
+           + QStringList(besideProgram(WORKBENCH_PLUGINS));
+}
+
+/// Has all that follows, help and complaints included, in the user's language. False when
+/// --language names one that there is no translation to.
+bool installTranslations(const QStringList &arguments)
+{
+    const QString language = QStringLiteral("language");
+    QCommandLineParser parser;
+    parser.addOptions({ { language, {}, language },
+                        { QStringLiteral("plugins"), {}, QStringLiteral("directory") } });
+    parser.parse(arguments);
+    const QStringList directories = QStringList(besideProgram(WORKBENCH_TRANSLATIONS))
+                                    + pluginDirectories(parser);
+    if (!parser.isSet(language)) {
+        Translations::install(QLocale::system(), directories);
+        return true;
+    }
+    const QLocale locale(parser.value(language));
+    return locale.language() != QLocale::C && Translations::install(locale, directories);
 }
 
 } // namespace
@@ -57,40 +81,46 @@ bool CommandLine::readPictures(const QString &sizeText, const QString &samplesTe
 CommandLine CommandLine::parse(const QStringList &arguments,
                                const QList<QByteArray> &scriptArguments)
 {
+    const bool hasLanguage = installTranslations(arguments);
+
     QCommandLineParser parser;
-    parser.setApplicationDescription(translate("Opens a scene beside the panels of the plug-ins."));
+    parser.setApplicationDescription(tr("Opens a scene beside the panels of the plug-ins."));
     const QCommandLineOption help({ QStringLiteral("h"), QStringLiteral("help") },
-                                  translate("Show this help, then exit."));
+                                  tr("Show this help, then exit."));
     const QCommandLineOption version({ QStringLiteral("v"), QStringLiteral("version") },
-                                     translate("Show the version, then exit."));
+                                     tr("Show the version, then exit."));
     const QCommandLineOption script(QStringLiteral("script"),
-                                    translate("Run a Python script once the scene is open; may be "
-                                              "given several times. Arguments after -- reach "
-                                              "sys.argv."),
-                                    translate("file"));
+                                    tr("Run a Python script once the scene is open; may be "
+                                       "given several times. Arguments after -- reach "
+                                       "sys.argv."),
+                                    tr("file"));
     const QCommandLineOption batch(QStringLiteral("batch"),
-                                   translate("Show no window: run the scripts, then exit, with "
-                                             "the status that python would have."));
+                                   tr("Show no window: run the scripts, then exit, with "
+                                      "the status that python would have."));
     const QCommandLineOption snapshot(QStringLiteral("snapshot"),
-                                      translate("Write a picture of the window once the scene is "
-                                                "open and the scripts are done, then exit."),
-                                      translate("file"));
+                                      tr("Write a picture of the window once the scene is "
+                                         "open and the scripts are done, then exit."),
+                                      tr("file"));
     const QCommandLineOption plugins(QStringLiteral("plugins"),
-                                     translate("Load the plug-ins of this directory, too; may be "
-                                               "given several times. MK_PLUGIN_PATH lists more, "
-                                               "separated by colons."),
-                                     translate("directory"));
+                                     tr("Load the plug-ins of this directory, too; may be "
+                                        "given several times. MK_PLUGIN_PATH lists more, "
+                                        "separated by colons."),
+                                     tr("directory"));
     const QCommandLineOption layers(QStringLiteral("render-layers"),
-                                    translate("Render a picture of each render layer into this "
-                                              "directory, once the scripts are done."),
-                                    translate("directory"));
-    const QCommandLineOption size(QStringLiteral("size"), translate("Size of these pictures."),
-                                  translate("WIDTHxHEIGHT"), QStringLiteral("960x540"));
+                                    tr("Render a picture of each render layer into this "
+                                       "directory, once the scripts are done."),
+                                    tr("directory"));
+    const QCommandLineOption size(QStringLiteral("size"), tr("Size of these pictures."),
+                                  tr("WIDTHxHEIGHT"), QStringLiteral("960x540"));
     const QCommandLineOption samples(QStringLiteral("samples"),
-                                     translate("Samples for each of their pixels."),
-                                     translate("number"), QStringLiteral("64"));
-    parser.addOptions({ help, version, script, batch, snapshot, plugins, layers, size, samples });
-    parser.addPositionalArgument(QStringLiteral("scene"), translate("Scene file to open."),
+                                     tr("Samples for each of their pixels."), tr("number"),
+                                     QStringLiteral("64"));
+    const QCommandLineOption language(QStringLiteral("language"),
+                                      tr("Speak this language, as in de, and not the locale's."),
+                                      tr("language"));
+    parser.addOptions(
+        { help, version, script, batch, snapshot, plugins, layers, size, samples, language });
+    parser.addPositionalArgument(QStringLiteral("scene"), tr("Scene file to open."),
                                  QStringLiteral("[scene]"));
 
     CommandLine result;
@@ -103,17 +133,19 @@ CommandLine CommandLine::parse(const QStringList &arguments,
         std::printf("%s %s\n", qUtf8Printable(QCoreApplication::applicationName()),
                     qUtf8Printable(QCoreApplication::applicationVersion()));
         result.done = true;
-    } else if (!valid || scenes.size() > 1) {
-        const QString reason = valid ? translate("Only one scene can be opened.")
-                                     : parser.errorText();
+    } else if (!valid || scenes.size() > 1 || !hasLanguage) {
+        const QString reason = !valid              ? parser.errorText()
+                               : scenes.size() > 1 ? tr("Only one scene can be opened.")
+                                                   : tr("There are no texts in the language '%1'.")
+                                                         .arg(parser.value(language));
         std::fprintf(stderr, "workbench: %s\n", qUtf8Printable(reason));
         result.done = true;
         result.status = 1;
     }
     if (!result.done && !result.readPictures(parser.value(size), parser.value(samples))) {
         std::fprintf(stderr, "workbench: %s\n",
-                     qUtf8Printable(translate("--size takes two numbers, as in 960x540, and "
-                                              "--samples takes one, all above 0.")));
+                     qUtf8Printable(tr("--size takes two numbers, as in 960x540, and "
+                                       "--samples takes one, all above 0.")));
         result.done = true;
         result.status = 1;
     }
@@ -121,10 +153,7 @@ CommandLine CommandLine::parse(const QStringList &arguments,
     result.scene = scenes.value(0);
     result.scripts = parser.values(script);
     result.scriptArguments = scriptArguments;
-    result.plugins = parser.values(plugins)
-                     + qEnvironmentVariable("MK_PLUGIN_PATH")
-                           .split(QDir::listSeparator(), Qt::SkipEmptyParts)
-                     + QStringList(builtInPluginDirectory());
+    result.plugins = pluginDirectories(parser);
     result.snapshot = parser.value(snapshot);
     result.batch = parser.isSet(batch);
     return result;

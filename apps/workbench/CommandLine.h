@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QCoreApplication>
 #include <QSize>
 #include <QString>
 #include <QStringList>
@@ -8,10 +9,14 @@
 /// What the command line asks for.
 struct CommandLine
 {
+    Q_DECLARE_TR_FUNCTIONS(CommandLine)
+
+public:
     /// Chooses a platform without a display where the arguments, or the lack of a display, call
     /// for it; false for the latter. To be called before the application object is made.
     static bool preparePlatform(int argc, char **argv);
-    /// Reads the arguments without those that Qt has taken, and keeps those of scripts. For --help
+    /// Installs the translations to the language that the arguments name, or to the locale's, and
+    /// reads the arguments without those that Qt has taken, and keeps those of scripts. For --help
     /// and --version it prints what was asked for, for wrong arguments what is wrong; `done` is
     /// true then, and `status` what the program exits with.
     static CommandLine parse(const QStringList &arguments,

@@ -94,6 +94,7 @@ int main(int argc, char **argv)
     QCoreApplication::setOrganizationName(QStringLiteral("mkRenderLayerModule"));
     QCoreApplication::setApplicationName(QStringLiteral("workbench"));
     QCoreApplication::setApplicationVersion(QStringLiteral(WORKBENCH_VERSION));
+    QGuiApplication::setDesktopFileName(QStringLiteral("mk-workbench.desktop"));
 
     const CommandLine commandLine = CommandLine::parse(QCoreApplication::arguments(),
                                                        scriptArguments);
