@@ -396,7 +396,8 @@ void tst_Scripting::scripts()
     run("import sys\nsys.exit('no layer')", 1, "no layer\n");
     run("def f():\n    return 1 / 0\n\nf()", 1,
         "Traceback \\(most recent call last\\):\n  File \"/[^\n]*/script.py\", line 4, in "
-        "<module>\n    f\\(\\)\n  File \"/[^\n]*/script.py\", line 2, in f\n    return 1 / 0\n.*"
+        "<module>\n    f\\(\\)\n(?: +[~^]+\n)?  File \"/[^\n]*/script.py\", line 2, in f\n    "
+        "return 1 / 0\n.*"
         "ZeroDivisionError: division by zero\n");
     run("x = 1\nx =", 1, ".*File \"/[^\n]*/script.py\", line 2\n.*SyntaxError:.*");
     run("", 1, "Couldn't read the script 'script.py': .*");

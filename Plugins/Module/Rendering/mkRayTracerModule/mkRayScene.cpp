@@ -33,7 +33,7 @@ std::uint32_t saltOf(std::uint32_t path, std::uint32_t instance, std::uint32_t t
 struct mkRayScene::Context
 {
     /// First, since Embree hands it back.
-    RTCRayQueryContext embree;
+    mkEmbree::Context embree;
     const mkRayScene *scene;
     std::uint32_t salt;
     /// For shadow rays to lamps, which panes tint.
@@ -106,7 +106,7 @@ RTCScene mkRayScene::built(const std::shared_ptr<const mkRayMesh> &mesh)
         return known->second.scene;
     }
     RTCScene scene = rtcNewScene(device);
-    rtcSetSceneFlags(scene, RTC_SCENE_FLAG_FILTER_FUNCTION_IN_ARGUMENTS);
+    rtcSetSceneFlags(scene, mkEmbree::filterFlag);
     RTCGeometry geometry = rtcNewGeometry(device, RTC_GEOMETRY_TYPE_TRIANGLE);
     const std::vector<V3f> &positions = mesh->positions;
     const std::vector<std::uint32_t> &indices = mesh->indices;
@@ -137,7 +137,7 @@ void mkRayScene::place()
         entry.second.used = false;
     }
     top = rtcNewScene(device);
-    rtcSetSceneFlags(top, RTCSceneFlags(RTC_SCENE_FLAG_FILTER_FUNCTION_IN_ARGUMENTS));
+    rtcSetSceneFlags(top, mkEmbree::filterFlag);
     placed.reserve(current->instances.size());
     for (const mkRayInstance &instance : current->instances) {
         RTCGeometry geometry = rtcNewGeometry(device, RTC_GEOMETRY_TYPE_INSTANCE);
@@ -229,9 +229,8 @@ RTCFilterFunctionN mkRayScene::filterFor(const Context &context) const
     return needsFilter || context.passed ? &filter : nullptr;
 }
 
-void mkRayScene::prepare(Context &context, RTCRay &embreeRay, const mkRay &ray, std::uint32_t kinds)
+void mkRayScene::prepare(RTCRay &embreeRay, const mkRay &ray, std::uint32_t kinds)
 {
-    rtcInitRayQueryContext(&context.embree);
     embreeRay.org_x = ray.origin.x;
     embreeRay.org_y = ray.origin.y;
     embreeRay.org_z = ray.origin.z;
@@ -251,14 +250,10 @@ bool mkRayScene::intersect(const mkRay &ray, std::uint32_t kinds, std::uint32_t 
 {
     Context context{ {}, this, salt, nullptr };
     RTCRayHit query;
-    prepare(context, query.ray, ray, kinds);
+    prepare(query.ray, ray, kinds);
     query.hit.geomID = RTC_INVALID_GEOMETRY_ID;
     query.hit.instID[0] = RTC_INVALID_GEOMETRY_ID;
-    RTCIntersectArguments arguments;
-    rtcInitIntersectArguments(&arguments);
-    arguments.context = &context.embree;
-    arguments.filter = filterFor(context);
-    rtcIntersect1(top, &query, &arguments);
+    mkEmbree::intersect(top, context.embree, filterFor(context), query);
     if (query.hit.geomID == RTC_INVALID_GEOMETRY_ID) {
         return false;
     }
@@ -272,17 +267,13 @@ bool mkRayScene::isBlocked(const mkRay &ray, std::uint32_t kinds, std::uint32_t 
 {
     Context context{ {}, this, salt, nullptr };
     RTCRay query;
-    prepare(context, query, ray, kinds);
+    prepare(query, ray, kinds);
     return isBlocked(context, query);
 }
 
 bool mkRayScene::isBlocked(Context &context, RTCRay &embreeRay) const
 {
-    RTCOccludedArguments arguments;
-    rtcInitOccludedArguments(&arguments);
-    arguments.context = &context.embree;
-    arguments.filter = filterFor(context);
-    rtcOccluded1(top, &embreeRay, &arguments);
+    mkEmbree::occlude(top, context.embree, filterFor(context), embreeRay);
     return embreeRay.tfar < 0;
 }
 
@@ -291,7 +282,7 @@ C3f mkRayScene::passed(const mkRay &ray, std::uint32_t salt) const
     C3f light(1, 1, 1);
     Context context{ {}, this, salt, hasPanes ? &light : nullptr };
     RTCRay query;
-    prepare(context, query, ray, mkRayKind::Shadow);
+    prepare(query, ray, mkRayKind::Shadow);
     return isBlocked(context, query) ? C3f(0, 0, 0) : light;
 }
 

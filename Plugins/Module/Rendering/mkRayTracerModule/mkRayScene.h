@@ -88,7 +88,7 @@ private:
     void check() const;
     static void filter(const RTCFilterFunctionNArguments *arguments);
     RTCFilterFunctionN filterFor(const Context &context) const;
-    static void prepare(Context &context, RTCRay &embreeRay, const mkRay &ray, std::uint32_t kinds);
+    static void prepare(RTCRay &embreeRay, const mkRay &ray, std::uint32_t kinds);
     bool isBlocked(Context &context, RTCRay &embreeRay) const;
 
     struct Built
