@@ -41,6 +41,89 @@
     </message>
 </context>
 <context>
+    <name>CommandLine</name>
+    <message>
+        <source>Opens a scene beside the panels of the plug-ins.</source>
+        <translation>Öffnet eine Szene neben den Panels der Plug-ins.</translation>
+    </message>
+    <message>
+        <source>Show this help, then exit.</source>
+        <translation>Diese Hilfe anzeigen und beenden.</translation>
+    </message>
+    <message>
+        <source>Show the version, then exit.</source>
+        <translation>Die Version anzeigen und beenden.</translation>
+    </message>
+    <message>
+        <source>Run a Python script once the scene is open; may be given several times. Arguments after -- reach sys.argv.</source>
+        <translation>Ein Python-Skript ausführen, sobald die Szene offen ist; mehrfach möglich. Was nach -- folgt, steht in sys.argv.</translation>
+    </message>
+    <message>
+        <source>file</source>
+        <translation>Datei</translation>
+    </message>
+    <message>
+        <source>Show no window: run the scripts, then exit, with the status that python would have.</source>
+        <translation>Kein Fenster zeigen: die Skripte ausführen und mit dem Status enden, den python hätte.</translation>
+    </message>
+    <message>
+        <source>Write a picture of the window once the scene is open and the scripts are done, then exit.</source>
+        <translation>Ein Bild des Fensters schreiben, sobald die Szene offen ist und die Skripte fertig sind, und beenden.</translation>
+    </message>
+    <message>
+        <source>Load the plug-ins of this directory, too; may be given several times. MK_PLUGIN_PATH lists more, separated by colons.</source>
+        <translation>Auch die Plug-ins dieses Verzeichnisses laden; mehrfach möglich. MK_PLUGIN_PATH nennt weitere, durch Doppelpunkte getrennt.</translation>
+    </message>
+    <message>
+        <source>directory</source>
+        <translation>Verzeichnis</translation>
+    </message>
+    <message>
+        <source>Render a picture of each render layer into this directory, once the scripts are done.</source>
+        <translation>Ein Bild jeder Render-Ebene in dieses Verzeichnis rendern, sobald die Skripte fertig sind.</translation>
+    </message>
+    <message>
+        <source>Size of these pictures.</source>
+        <translation>Größe dieser Bilder.</translation>
+    </message>
+    <message>
+        <source>WIDTHxHEIGHT</source>
+        <translation>BREITExHÖHE</translation>
+    </message>
+    <message>
+        <source>Samples for each of their pixels.</source>
+        <translation>Abtastungen je Bildpunkt.</translation>
+    </message>
+    <message>
+        <source>number</source>
+        <translation>Zahl</translation>
+    </message>
+    <message>
+        <source>Speak this language, as in de, and not the locale&apos;s.</source>
+        <translation>Diese Sprache sprechen, etwa de, nicht die der Umgebung.</translation>
+    </message>
+    <message>
+        <source>language</source>
+        <translation>Sprache</translation>
+    </message>
+    <message>
+        <source>Scene file to open.</source>
+        <translation>Zu öffnende Szenendatei.</translation>
+    </message>
+    <message>
+        <source>Only one scene can be opened.</source>
+        <translation>Nur eine Szene kann geöffnet werden.</translation>
+    </message>
+    <message>
+        <source>There are no texts in the language &apos;%1&apos;.</source>
+        <translation>Es gibt keine Texte in der Sprache „%1“.</translation>
+    </message>
+    <message>
+        <source>--size takes two numbers, as in 960x540, and --samples takes one, all above 0.</source>
+        <translation>--size nimmt zwei Zahlen, etwa 960x540, und --samples eine, alle größer als 0.</translation>
+    </message>
+</context>
+<context>
     <name>LogView</name>
     <message>
         <source>Clear</source>
@@ -195,61 +278,61 @@
     </message>
     <message>
         <source>&amp;Find in Scene</source>
-        <translation type="unfinished"></translation>
+        <translation>In Szene &amp;suchen</translation>
     </message>
     <message>
         <source>Find in Scene</source>
-        <translation type="unfinished"></translation>
+        <translation>In Szene suchen</translation>
     </message>
 </context>
 <context>
     <name>MaterialsPane</name>
     <message>
         <source>Search materials</source>
-        <translation type="unfinished"></translation>
+        <translation>Materialien suchen</translation>
     </message>
     <message>
         <source>The scene has no materials.</source>
-        <translation type="unfinished"></translation>
+        <translation>Die Szene hat keine Materialien.</translation>
     </message>
     <message>
         <source>No material fits.</source>
-        <translation type="unfinished"></translation>
+        <translation>Kein Material passt.</translation>
     </message>
 </context>
 <context>
     <name>MaterialsView</name>
     <message>
         <source>Rename	%1</source>
-        <translation type="unfinished"></translation>
+        <translation>Umbenennen	%1</translation>
     </message>
     <message>
         <source>Select Nodes</source>
-        <translation type="unfinished">Knoten auswählen</translation>
+        <translation>Knoten auswählen</translation>
     </message>
     <message>
         <source>Delete Material	%1</source>
-        <translation type="unfinished"></translation>
+        <translation>Material löschen	%1</translation>
     </message>
     <message>
         <source>Delete Material</source>
-        <translation type="unfinished"></translation>
+        <translation>Material löschen</translation>
     </message>
     <message>
         <source>%1 is in use. Delete it?</source>
-        <translation type="unfinished"></translation>
+        <translation>%1 wird verwendet. Löschen?</translation>
     </message>
     <message>
         <source>Delete</source>
-        <translation type="unfinished"></translation>
+        <translation>Löschen</translation>
     </message>
     <message>
         <source>1 node has this material.</source>
-        <translation type="unfinished"></translation>
+        <translation>1 Knoten hat dieses Material.</translation>
     </message>
     <message>
         <source>%1 nodes have this material.</source>
-        <translation type="unfinished"></translation>
+        <translation>%1 Knoten haben dieses Material.</translation>
     </message>
 </context>
 <context>
@@ -306,85 +389,87 @@
     <name>RenderAttributes</name>
     <message>
         <source>Visible</source>
-        <translation type="unfinished">Sichtbar</translation>
+        <translation>Sichtbar</translation>
     </message>
     <message>
         <source>Visible in alpha</source>
-        <translation type="unfinished">Sichtbar in Alpha</translation>
+        <translation>Sichtbar in Alpha</translation>
     </message>
     <message>
         <source>Primary visibility</source>
-        <translation type="unfinished">Primär sichtbar</translation>
+        <translation>Primär sichtbar</translation>
     </message>
     <message>
         <source>Visible in reflections</source>
-        <translation type="unfinished">Sichtbar in Spiegelungen</translation>
+        <translation>Sichtbar in Spiegelungen</translation>
     </message>
     <message>
         <source>Visible in refractions</source>
-        <translation type="unfinished">Sichtbar in Brechungen</translation>
+        <translation>Sichtbar in Brechungen</translation>
     </message>
     <message>
         <source>Cast shadows</source>
-        <translation type="unfinished">Wirft Schatten</translation>
+        <translation>Wirft Schatten</translation>
     </message>
     <message>
         <source>Receive shadows</source>
-        <translation type="unfinished">Empfängt Schatten</translation>
+        <translation>Empfängt Schatten</translation>
     </message>
     <message>
         <source>Double sided</source>
-        <translation type="unfinished">Doppelseitig</translation>
+        <translation>Doppelseitig</translation>
     </message>
     <message>
         <source>Visible in photons</source>
-        <translation type="unfinished">Sichtbar für Photonen</translation>
+        <translation>Sichtbar für Photonen</translation>
     </message>
     <message>
         <source>Cast shadows on shadow material</source>
-        <translation type="unfinished">Wirft Schatten auf Schattenmaterial</translation>
+        <translation>Wirft Schatten auf Schattenmaterial</translation>
     </message>
     <message>
         <source>Use override material</source>
-        <translation type="unfinished">Ersatzmaterial verwenden</translation>
+        <translation>Ersatzmaterial verwenden</translation>
     </message>
 </context>
 <context>
     <name>ScenePane</name>
     <message>
         <source>Search by kind or material</source>
-        <translation type="unfinished"></translation>
+        <translation>Nach Art oder Material suchen</translation>
     </message>
     <message>
         <source>Search nodes</source>
-        <translation type="unfinished"></translation>
+        <translation>Knoten suchen</translation>
     </message>
     <message>
         <source>Words in names: wheel front
 Whole names with wildcards: wheel_*
 Kinds and materials: kind:mesh material:rubber</source>
-        <translation type="unfinished"></translation>
+        <translation>Wörter in Namen: wheel front
+Ganze Namen mit Platzhaltern: wheel_*
+Arten und Materialien: kind:mesh material:rubber</translation>
     </message>
     <message>
         <source>Searching… %1 nodes</source>
-        <translation type="unfinished"></translation>
+        <translation>Suche … %1 Knoten</translation>
     </message>
     <message>
         <source>Kind</source>
-        <translation type="unfinished"></translation>
+        <translation>Art</translation>
     </message>
     <message>
         <source>Material</source>
-        <translation type="unfinished"></translation>
+        <translation>Material</translation>
     </message>
     <message>
         <source>No node fits.</source>
-        <translation type="unfinished"></translation>
+        <translation>Kein Knoten passt.</translation>
     </message>
     <message>
         <source>%1 of %2 nodes</source>
         <comment>found, all</comment>
-        <translation type="unfinished"></translation>
+        <translation>%1 von %2 Knoten</translation>
     </message>
 </context>
 <context>
@@ -407,74 +492,74 @@ Kinds and materials: kind:mesh material:rubber</source>
     </message>
     <message>
         <source>Scene and Materials</source>
-        <translation type="unfinished"></translation>
+        <translation>Szene und Materialien</translation>
     </message>
     <message>
         <source>Rename	%1</source>
-        <translation type="unfinished"></translation>
+        <translation>Umbenennen	%1</translation>
     </message>
     <message>
         <source>Delete from Scene	%1</source>
-        <translation type="unfinished"></translation>
+        <translation>Aus Szene löschen	%1</translation>
     </message>
     <message>
         <source>Delete</source>
-        <translation type="unfinished"></translation>
+        <translation>Löschen</translation>
     </message>
     <message>
         <source>Select All</source>
-        <translation type="unfinished"></translation>
+        <translation>Alles auswählen</translation>
     </message>
     <message>
         <source>Select Children</source>
-        <translation type="unfinished"></translation>
+        <translation>Kinder auswählen</translation>
     </message>
     <message>
         <source>Select by Material</source>
-        <translation type="unfinished"></translation>
+        <translation>Nach Material auswählen</translation>
     </message>
     <message>
         <source>Expand Below</source>
-        <translation type="unfinished"></translation>
+        <translation>Darunter ausklappen</translation>
     </message>
     <message>
         <source>Collapse Below</source>
-        <translation type="unfinished"></translation>
+        <translation>Darunter einklappen</translation>
     </message>
     <message>
         <source>The selected nodes have no children.</source>
-        <translation type="unfinished"></translation>
+        <translation>Die ausgewählten Knoten haben keine Kinder.</translation>
     </message>
     <message>
         <source>Nothing selected has a material.</source>
-        <translation type="unfinished"></translation>
+        <translation>Nichts Ausgewähltes hat ein Material.</translation>
     </message>
     <message>
         <source>1 node has this material.</source>
-        <translation type="unfinished"></translation>
+        <translation>1 Knoten hat dieses Material.</translation>
     </message>
     <message>
         <source>%1 nodes have the material, or one of the materials, of what was selected.</source>
-        <translation type="unfinished"></translation>
+        <translation>%1 Knoten haben das Material oder eines der Materialien der Auswahl.</translation>
     </message>
     <message>
         <source>There are too many nodes below to expand them all.</source>
-        <translation type="unfinished"></translation>
+        <translation>Darunter sind zu viele Knoten, um alle auszuklappen.</translation>
     </message>
     <message>
         <source>Stored the render state of 1 node.</source>
-        <translation type="unfinished"></translation>
+        <translation>Render-Zustand von 1 Knoten gespeichert.</translation>
     </message>
     <message>
         <source>Stored the render state of %1 nodes.</source>
-        <translation type="unfinished"></translation>
+        <translation>Render-Zustand von %1 Knoten gespeichert.</translation>
     </message>
 </context>
 <context>
     <name>ScriptRunner</name>
     <message>
         <source>Workbench</source>
-        <translation type="unfinished">Workbench</translation>
+        <translation>Workbench</translation>
     </message>
     <message>
         <source>Run Script</source>
@@ -482,7 +567,7 @@ Kinds and materials: kind:mesh material:rubber</source>
     </message>
     <message>
         <source>&amp;Run Script…</source>
-        <translation>Skript &amp;ausführen…</translation>
+        <translation>Skript ausfüh&amp;ren …</translation>
     </message>
     <message>
         <source>Recent S&amp;cripts</source>
@@ -494,11 +579,11 @@ Kinds and materials: kind:mesh material:rubber</source>
     </message>
     <message>
         <source>A statement is running. Stop it first.</source>
-        <translation>Eine Anweisung läuft. Halten Sie sie zuerst an.</translation>
+        <translation>Eine Anweisung läuft. Halten Sie sie erst an.</translation>
     </message>
     <message>
         <source>Running %1…</source>
-        <translation>%1 läuft…</translation>
+        <translation>%1 läuft …</translation>
     </message>
     <message>
         <source>%1 is done.</source>

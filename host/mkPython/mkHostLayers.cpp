@@ -276,7 +276,7 @@ python::object toDictionary(const RaytracingGeoAttachmentPtr &attributes)
         dictionary[attribute.keyword] = values.*attribute.value;
     }
     dictionary["overrideMaterial"] = mkMaterials::getName(values.overrideMaterial);
-    return std::move(dictionary);
+    return python::object(dictionary);
 }
 
 python::list attributeNames()
