@@ -116,7 +116,7 @@ void tst_workbench::imports()
 
 void tst_workbench::refusesFiles()
 {
-    mkScenegraph::setReader([](const QString &wanted) { return importScene(wanted); });
+    mkScenegraph::setReader(importScene);
     const NodePtr open = mkScenegraph::getRoot();
     const auto refused = [](const QString &file, const QString &reason) {
         QString answer = "opened";
@@ -147,7 +147,7 @@ void tst_workbench::importsDeepScenes()
     mkScenegraph::Document document = importScene(file);
     mkScenegraph::setScene(document);
     QVERIFY(host.node("last"));
-    QVERIFY_EXCEPTION_THROWN(importScene(file, [](int) { return false; }), ImportCancelled);
+    QVERIFY_EXCEPTION_THROWN(importScene(file, [](int) { return false; }), mkSceneFile::Cancelled);
 }
 
 void tst_workbench::treeSelectionIsTheHosts()

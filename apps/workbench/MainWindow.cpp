@@ -4,9 +4,7 @@
 #include "LogView.h"
 #include "MaterialsPane.h"
 #include "PythonConsole.h"
-#include "RecentFiles.h"
-#include "SceneEdits.h"
-#include "SceneImporter.h"
+#include "SceneDocument.h"
 #include "ScenePane.h"
 #include "SceneWatcher.h"
 #include "ScriptRunner.h"
@@ -16,17 +14,13 @@
 #include "mkKernelServices/mkScopedUndo.h"
 #include "mkQt4Ext/QMKDockWindowManager.h"
 #include "mkShortcut/mkShortcut.h"
-#include "mkUtils/mkLog.h"
 
 #include <QApplication>
 #include <QCloseEvent>
 #include <QDialogButtonBox>
-#include <QFileDialog>
-#include <QFileInfo>
 #include <QHeaderView>
 #include <QMenuBar>
 #include <QMessageBox>
-#include <QProgressDialog>
 #include <QPushButton>
 #include <QScreen>
 #include <QStatusBar>
@@ -35,16 +29,14 @@
 #include <QUndoStack>
 #include <QVBoxLayout>
 
-#include <cstdio>
-
 MainWindow::MainWindow(bool isUnattended)
     : unattended(isUnattended)
     , watcher(new SceneWatcher(this))
     , docks(new QMKDockWindowManager(this))
+    , document(new SceneDocument(this, isUnattended))
 {
     mkController::setMainWindow(this);
     mkController::setDockWindowManager(docks);
-    mkScenegraph::setReader([this](const QString &file) { return read(file); });
     setWindowIcon(mkIconManager::getIcon("Workbench", ""));
     setDockNestingEnabled(true);
     setDockOptions(dockOptions() | AllowTabbedDocks);
@@ -52,34 +44,19 @@ MainWindow::MainWindow(bool isUnattended)
     createEditMenu();
     createDocks();
     statusBar();
-    connect(mkScenegraph::the(), &mkScenegraph::sceneChanged, this, &MainWindow::updateTitle);
-    connect(mkController::the(), &mkController::modifiedChanged, this,
-            &MainWindow::setWindowModified);
     closing.setSingleShot(true);
     closing.setInterval(200);
     connect(&closing, &QTimer::timeout, this, &MainWindow::close);
-    updateTitle();
-}
-
-MainWindow::~MainWindow()
-{
-    mkScenegraph::setReader({});
 }
 
 void MainWindow::createFileMenu()
 {
     const QString group = tr("Workbench");
-    mkShortcut::addKey(group, Qt::Key_O, Qt::ControlModifier, tr("Open Scene"));
     mkShortcut::addKey(group, Qt::Key_Q, Qt::ControlModifier, tr("Quit"));
     mkShortcut::addKey(group, Qt::Key_Z, Qt::ControlModifier, tr("Undo"));
     mkShortcut::addKey(group, Qt::Key_Z, Qt::ControlModifier | Qt::ShiftModifier, tr("Redo"));
     QMenu *const menu = menuBar()->addMenu(tr("&File"));
-    menu->addAction(mkIconManager::getIcon("Open", ""), tr("&Open…"), this,
-                    &MainWindow::chooseAndOpen, QKeySequence::Open);
-    recentFiles = new RecentFiles(tr("Open &Recent"), QStringLiteral("recentFiles"), menu);
-    menu->addMenu(recentFiles);
-    connect(recentFiles, &RecentFiles::chosen, this, &MainWindow::openRecent);
-    menu->addAction(tr("&Merge into Scene…"), this, &MainWindow::merge);
+    document->addActions(menu);
     menu->addSeparator();
     auto *const scripts = new ScriptRunner(this);
     scripts->addActions(menu);
@@ -176,117 +153,9 @@ void MainWindow::showEvent(QShowEvent *event)
     }
 }
 
-mkScenegraph::Document MainWindow::read(const QString &file)
-{
-    if (unattended) {
-        return importScene(file);
-    }
-    QProgressDialog dialog(tr("Reading %1…").arg(QFileInfo(file).fileName()), tr("Cancel"), 0, 100,
-                           this);
-    dialog.setWindowTitle(tr("Open Scene"));
-    // What is done to the scene meanwhile would be lost, so nothing is.
-    dialog.setWindowModality(Qt::ApplicationModal);
-    dialog.setMinimumDuration(300);
-    dialog.setAutoReset(false);
-    // It stays until reading has stopped.
-    dialog.disconnect(SIGNAL(canceled()), &dialog);
-    bool cancelled = false;
-    connect(&dialog, &QProgressDialog::canceled, &dialog, [&] {
-        cancelled = true;
-        dialog.setLabelText(tr("Cancelling…"));
-    });
-    return importScene(file, [&](int percent) {
-        if (!cancelled) {
-            dialog.setValue(percent);
-        }
-        QCoreApplication::processEvents(dialog.isVisible() ? QEventLoop::AllEvents
-                                                           : QEventLoop::ExcludeUserInputEvents);
-        return !cancelled;
-    });
-}
-
-bool MainWindow::reportFailures(const QString &file, const std::function<void()> &action)
-{
-    try {
-        action();
-        return true;
-    } catch (const ImportCancelled &cancelled) {
-        statusBar()->showMessage(QString::fromUtf8(cancelled.what()), 5000);
-    } catch (const std::exception &failure) {
-        const QString reason = QString::fromUtf8(failure.what());
-        if (unattended) {
-            std::fprintf(stderr, "workbench: %s: %s\n", qUtf8Printable(file),
-                         qUtf8Printable(reason));
-        } else {
-            mkLog::error("%s: %s", qUtf8Printable(file), qUtf8Printable(reason));
-            QMessageBox box(QMessageBox::Critical, tr("Open Scene"),
-                            tr("%1 cannot be opened.").arg(QFileInfo(file).fileName()),
-                            QMessageBox::Ok, this);
-            box.setInformativeText(reason);
-            box.exec();
-        }
-    }
-    return false;
-}
-
 bool MainWindow::openFile(const QString &file)
 {
-    const bool opened = reportFailures(file, [&file] { mkScenegraph::openFile(file); });
-    if (!unattended && opened) {
-        recentFiles->add(mkScenegraph::getFile());
-    }
-    return opened;
-}
-
-QString MainWindow::chooseFile(const QString &title)
-{
-    const QString directory = QFileInfo(mkScenegraph::getFile()).absolutePath();
-    return QFileDialog::getOpenFileName(this, title, directory,
-                                        tr("Scene files (%1);;All files (*)")
-                                            .arg(sceneFilePatterns()));
-}
-
-void MainWindow::chooseAndOpen()
-{
-    if (!mayDiscardChanges(tr("Open another scene and lose the changes to this one?"),
-                           tr("Discard Changes"))) {
-        return;
-    }
-    const QString file = chooseFile(tr("Open Scene"));
-    if (!file.isEmpty()) {
-        openFile(file);
-    }
-}
-
-void MainWindow::openRecent(const QString &file)
-{
-    if (mayDiscardChanges(tr("Open another scene and lose the changes to this one?"),
-                          tr("Discard Changes"))
-        && !openFile(file) && !QFileInfo::exists(file)) {
-        recentFiles->remove(file);
-    }
-}
-
-void MainWindow::merge()
-{
-    const QString file = chooseFile(tr("Merge into Scene"));
-    if (!file.isEmpty()) {
-        reportFailures(file, [this, &file] { SceneEdits::merge(read(file)); });
-    }
-}
-
-bool MainWindow::mayDiscardChanges(const QString &question, const QString &discardText)
-{
-    if (unattended || !mkController::isModified()) {
-        return true;
-    }
-    QMessageBox box(QMessageBox::Warning, tr("Scene Modified"), question,
-                    QMessageBox::Discard | QMessageBox::Cancel, this);
-    box.setInformativeText(
-        tr("The scene has been modified, and the workbench cannot save scenes."));
-    box.button(QMessageBox::Discard)->setText(discardText);
-    box.setDefaultButton(QMessageBox::Cancel);
-    return box.exec() == QMessageBox::Discard;
+    return document->open(file);
 }
 
 void MainWindow::closeEvent(QCloseEvent *event)
@@ -300,14 +169,8 @@ void MainWindow::closeEvent(QCloseEvent *event)
         return;
     }
     statusBar()->clearMessage();
-    event->setAccepted(mayDiscardChanges(tr("Quit and lose the changes to the scene?"),
-                                         tr("Discard Changes and Quit")));
-}
-
-void MainWindow::updateTitle()
-{
-    const QString file = QFileInfo(mkScenegraph::getFile()).fileName();
-    setWindowTitle(file.isEmpty() ? tr("Workbench[*]") : tr("%1[*] - Workbench").arg(file));
+    event->setAccepted(document->mayLeave(tr("Save the changes before the workbench is closed?"),
+                                          tr("Discard Changes and Quit")));
 }
 
 void MainWindow::showShortcuts()

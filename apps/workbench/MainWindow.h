@@ -1,13 +1,11 @@
 #pragma once
 
-#include "mkKernel/mkScenegraph.h"
-
 #include <QMainWindow>
 #include <QTimer>
 
 class PythonConsole;
 class QMKDockWindowManager;
-class RecentFiles;
+class SceneDocument;
 class ScenePane;
 class SceneWatcher;
 
@@ -20,7 +18,6 @@ class MainWindow : public QMainWindow
 public:
     /// Unattended, it shows no dialogs of its own and leaves the user's settings alone.
     explicit MainWindow(bool unattended);
-    ~MainWindow() override;
 
     /// To be called when the plug-ins are there: adds what comes after their menus and arranges
     /// the docks.
@@ -42,14 +39,6 @@ private:
     QDockWidget *addDock(const char *name, QWidget *widget, const char *icon,
                          Qt::DockWidgetArea area);
 
-    mkScenegraph::Document read(const QString &file);
-    bool reportFailures(const QString &file, const std::function<void()> &action);
-    QString chooseFile(const QString &title);
-    void chooseAndOpen();
-    void openRecent(const QString &file);
-    void merge();
-    bool mayDiscardChanges(const QString &question, const QString &discardText);
-    void updateTitle();
     void showShortcuts();
     void showAbout();
 
@@ -57,7 +46,7 @@ private:
     bool arranged = false;
     SceneWatcher *watcher;
     QMKDockWindowManager *docks;
-    RecentFiles *recentFiles = nullptr;
+    SceneDocument *document;
     ScenePane *scenePane = nullptr;
     QDockWidget *sceneDock = nullptr;
     QDockWidget *attributesDock = nullptr;

@@ -13,7 +13,6 @@ RecentFiles::RecentFiles(const QString &title, const QString &key, QWidget *pare
     : QMenu(title, parent)
     , settingsKey(key)
 {
-    setToolTipsVisible(true);
     connect(this, &QMenu::aboutToShow, this, &RecentFiles::fill);
     fill();
 }
@@ -55,9 +54,12 @@ void RecentFiles::fill()
     clear();
     const QStringList files = storedFiles();
     for (const QString &file : files) {
-        QString name = QFileInfo(file).fileName();
-        QAction *const action = addAction(name.replace(QLatin1Char('&'), QLatin1String("&&")));
-        action->setToolTip(file);
+        const QFileInfo info(file);
+        QString text = tr("%1 – %2").arg(info.fileName(), info.path());
+        if (!info.exists()) {
+            text = tr("%1 (missing)").arg(text);
+        }
+        QAction *const action = addAction(text.replace(QLatin1Char('&'), QLatin1String("&&")));
         connect(action, &QAction::triggered, this, [this, file] { Q_EMIT chosen(file); });
     }
     setEnabled(!files.isEmpty());

@@ -83,7 +83,7 @@ public:
         }
         if (state.cancelled) {
             // Most readers do not look at the result, but all of them let exceptions through.
-            throw ImportCancelled("");
+            throw mkSceneFile::Cancelled("");
         }
         return true;
     }
@@ -173,7 +173,7 @@ ScenePtr readFile(const QString &file, const ImportProgress &progress)
         QObject::connect(thread, &QThread::finished, thread, &QObject::deleteLater);
     }
     if (reading->cancelled) {
-        throw ImportCancelled(translate("Reading was cancelled.").toStdString());
+        throw mkSceneFile::Cancelled(translate("Reading was cancelled.").toStdString());
     }
     if (!reading->scene) {
         fail(reading->failure.isEmpty() ? translate("The file cannot be read.") : reading->failure);

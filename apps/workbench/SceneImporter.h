@@ -2,19 +2,9 @@
 
 #include "mkKernel/mkScenegraph.h"
 
-#include <functional>
-#include <stdexcept>
-
-/// Thrown when the user cancelled an import.
-class ImportCancelled : public std::runtime_error
-{
-public:
-    using std::runtime_error::runtime_error;
-};
-
 /// Told about an import from time to time, 0 to 100, in the thread that asked for it. False
 /// cancels at the next point at which the file's format allows that.
-using ImportProgress = std::function<bool(int percent)>;
+using ImportProgress = mkSceneFile::Progress;
 
 /// Reads a scene file. The file's only root node becomes the scene's root; several come below a
 /// root of the scene's, or else the file's, name. A node becomes a node of the same name; what it
@@ -22,7 +12,7 @@ using ImportProgress = std::function<bool(int percent)>;
 /// below it. Nothing of this touches the open scene.
 ///
 /// Throws std::runtime_error with the reason when the file cannot be read or holds no scene, and
-/// ImportCancelled.
+/// mkSceneFile::Cancelled.
 mkScenegraph::Document importScene(const QString &file, const ImportProgress &progress = {});
 
 /// File name patterns of the formats that can be read, for a file dialog: "*.gltf *.obj".

@@ -2,6 +2,7 @@
 #include "LayerPictures.h"
 #include "MainWindow.h"
 #include "UnattendedDialogs.h"
+#include "mkKernel/mkScenegraph.h"
 #include "mkKernel/mkScript.h"
 #include "mkMicroKernel/mkMicroKernel.h"
 #include "mkMicroKernel/mkPluginLoader.h"

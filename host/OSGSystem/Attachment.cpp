@@ -1,6 +1,11 @@
 #include "OSGSystem/Attachment.h"
 
+#include "OSGSystem/FieldVisitor.h"
+#include "OSGSystem/Revision.h"
+
 #include <algorithm>
+#include <limits>
+#include <set>
 
 namespace osg {
 
@@ -14,6 +19,7 @@ void AttachmentContainer::addAttachment(const AttachmentPtr &attachment, std::ui
     if (!attachment) {
         return;
     }
+    Revision::advance();
     const std::uint32_t groupId = attachment->getType().getGroupId();
     for (Entry &entry : attachments) {
         if (entry.groupId == groupId && entry.binding == binding) {
@@ -26,6 +32,7 @@ void AttachmentContainer::addAttachment(const AttachmentPtr &attachment, std::ui
 
 void AttachmentContainer::subAttachment(std::uint32_t groupId, std::uint16_t binding)
 {
+    Revision::advance();
     attachments.erase(std::remove_if(attachments.begin(), attachments.end(),
                                      [=](const Entry &entry) {
                                          return entry.groupId == groupId
@@ -56,6 +63,37 @@ void AttachmentContainer::setName(const std::string &newName)
 std::string AttachmentContainer::describe() const
 {
     return name.empty() ? FieldContainer::describe() : '"' + name + '"';
+}
+
+void AttachmentContainer::visitFields(FieldVisitor &visitor)
+{
+    std::vector<AttachmentPtr> held;
+    std::vector<std::uint32_t> bindings;
+    for (const Entry &entry : attachments) {
+        held.push_back(entry.attachment);
+        bindings.push_back(entry.binding);
+    }
+    visitor.field("name", name);
+    visitor.field("attachments", held);
+    visitor.field("bindings", bindings);
+    if (!visitor.isReading()) {
+        return;
+    }
+    if (bindings.size() != held.size()) {
+        visitor.refuse();
+    }
+    attachments.clear();
+    std::set<std::pair<std::uint32_t, std::uint32_t>> places;
+    for (std::size_t i = 0; i < held.size(); ++i) {
+        if (held[i]) {
+            const std::uint32_t groupId = held[i]->getType().getGroupId();
+            if (bindings[i] > std::numeric_limits<std::uint16_t>::max()
+                || !places.emplace(groupId, bindings[i]).second) {
+                visitor.refuse();
+            }
+            attachments.push_back({ groupId, std::uint16_t(bindings[i]), held[i] });
+        }
+    }
 }
 
 } // namespace osg

@@ -34,6 +34,7 @@ public:
     /// Announces the change.
     void setName(const std::string &newName);
     std::string describe() const override;
+    void visitFields(FieldVisitor &visitor) override;
 
 private:
     struct Entry

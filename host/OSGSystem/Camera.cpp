@@ -1,5 +1,7 @@
 #include "OSGSystem/Camera.h"
 
+#include "OSGSystem/FieldVisitor.h"
+
 #include <algorithm>
 
 namespace osg {
@@ -11,7 +13,7 @@ constexpr float largestAngle = 3.14F;
 
 } // namespace
 
-const FieldContainerType Camera::_type("Camera", &NodeCore::_type);
+const FieldContainerType Camera::_type("Camera", &NodeCore::_type, makeContainer<Camera>);
 const BitVector Camera::FieldOfViewFieldMask(1U << 2U);
 const BitVector Camera::ClippingFieldMask(1U << 3U);
 
@@ -38,6 +40,17 @@ bool Camera::setClipping(float newNear, float newFar)
         changed(ClippingFieldMask, ChangeOrigin::External);
     }
     return true;
+}
+
+void Camera::visitFields(FieldVisitor &visitor)
+{
+    NodeCore::visitFields(visitor);
+    visitor.field("fieldOfView", fieldOfView, smallestAngle, largestAngle);
+    visitor.field("near", nearClipping);
+    visitor.field("far", farClipping);
+    if (!(nearClipping > 0 && farClipping > nearClipping)) {
+        visitor.refuse();
+    }
 }
 
 } // namespace osg

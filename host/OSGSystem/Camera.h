@@ -24,6 +24,7 @@ public:
     float getFar() const { return farClipping; }
     /// False, and no change, unless 0 < near < far.
     bool setClipping(float newNear, float newFar);
+    void visitFields(FieldVisitor &visitor) override;
 
 private:
     float fieldOfView = 0.8F;

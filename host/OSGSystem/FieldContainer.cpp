@@ -1,9 +1,11 @@
 #include "OSGSystem/FieldContainer.h"
 
+#include "OSGSystem/Revision.h"
 #include "mkUtils/mkTrace.h"
 
 #include <algorithm>
 #include <queue>
+#include <unordered_map>
 #include <vector>
 
 namespace osg {
@@ -48,6 +50,12 @@ std::vector<ChangeObserver *> &observers()
     return all;
 }
 
+std::unordered_map<std::string, const FieldContainerType *> &typesOfName()
+{
+    static std::unordered_map<std::string, const FieldContainerType *> all;
+    return all;
+}
+
 } // namespace
 
 FieldContainerType::FieldContainerType(const char *typeName, const FieldContainerType *parentType,
@@ -58,6 +66,33 @@ FieldContainerType::FieldContainerType(const char *typeName, const FieldContaine
 {
     static std::uint32_t lastId = 0;
     id = ++lastId;
+}
+
+FieldContainerType::FieldContainerType(const char *typeName, const FieldContainerType *parentType,
+                                       Factory typeFactory, Group typeGroup)
+    : FieldContainerType(typeName, parentType, typeGroup)
+{
+    factory = typeFactory;
+    typesOfName().emplace(typeName, this);
+}
+
+FieldContainerType::~FieldContainerType()
+{
+    const auto found = typesOfName().find(name);
+    if (found != typesOfName().end() && found->second == this) {
+        typesOfName().erase(found);
+    }
+}
+
+const FieldContainerType *FieldContainerType::find(const std::string &name)
+{
+    const auto found = typesOfName().find(name);
+    return found == typesOfName().end() ? nullptr : found->second;
+}
+
+FieldContainerPtr FieldContainerType::create() const
+{
+    return factory();
 }
 
 std::uint32_t FieldContainerType::getGroupId() const
@@ -97,8 +132,11 @@ std::string FieldContainer::describe() const
     return getType().getName();
 }
 
+void FieldContainer::visitFields(FieldVisitor &) {}
+
 void FieldContainer::changed(BitVector which, ChangeOrigin origin)
 {
+    Revision::advance();
     const FieldContainerPtr self(this);
     mkTrace::call("FieldContainer::changed", self, which, origin);
     // A copy: observers may come and go while they are told.

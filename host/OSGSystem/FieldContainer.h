@@ -15,6 +15,8 @@
 namespace osg {
 
 class FieldContainer;
+class FieldContainerPtr;
+class FieldVisitor;
 
 /// A set of fields of a container; every class names its own bits.
 using BitVector = std::bitset<128>;
@@ -34,9 +36,15 @@ class MK_HOST_API FieldContainerType
 {
 public:
     enum class Group { Inherited, Own };
+    /// Makes a container with default values.
+    using Factory = FieldContainerPtr (*)();
 
     FieldContainerType(const char *name, const FieldContainerType *parent,
                        Group group = Group::Inherited);
+    /// A type whose containers scene files keep: they find it by its name.
+    FieldContainerType(const char *name, const FieldContainerType *parent, Factory factory,
+                       Group group = Group::Inherited);
+    ~FieldContainerType();
     FieldContainerType(const FieldContainerType &) = delete;
     FieldContainerType &operator=(const FieldContainerType &) = delete;
 
@@ -47,11 +55,18 @@ public:
     /// True for the type itself and for every type above it.
     bool isDerivedFrom(const FieldContainerType &other) const;
 
+    /// The type of this name among those that have a factory, or null.
+    static const FieldContainerType *find(const std::string &name);
+    bool hasFactory() const { return factory != nullptr; }
+    /// A new container; only for types that have a factory.
+    FieldContainerPtr create() const;
+
 private:
     const char *name;
     const FieldContainerType *parent;
     std::uint32_t id;
     Group group;
+    Factory factory = nullptr;
 };
 
 /// The null handle.
@@ -114,6 +129,9 @@ public:
     std::uint32_t getId() const { return id; }
     /// A short text for diagnostics: the name where there is one, else the type's name.
     virtual std::string describe() const;
+    /// Shows `visitor` every field that scene files keep, those of the base class first. Each
+    /// class that adds fields does so here; after reading it checks that values fit each other.
+    virtual void visitFields(FieldVisitor &visitor);
     /// Tells the observers that fields changed.
     void changed(BitVector which, ChangeOrigin origin);
 
@@ -189,6 +207,13 @@ public:
     Container *operator->() const { return get(); }
     Container &operator*() const { return *get(); }
 };
+
+/// A type's factory, where the class has a create() without arguments.
+template <typename Container>
+FieldContainerPtr makeContainer()
+{
+    return Container::create();
+}
 
 /// Finds containers by id.
 class MK_HOST_API FieldContainerFactory

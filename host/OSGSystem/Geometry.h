@@ -19,6 +19,7 @@ public:
     {
         assign(material, newMaterial, MaterialFieldMask);
     }
+    void visitFields(FieldVisitor &visitor) override;
 
 private:
     MaterialPtr material;
@@ -42,6 +43,8 @@ public:
     std::vector<Vertex> normals;
     /// One a position, or none at all. (0, 0) is the upper left corner of a picture.
     std::vector<TexCoord> texCoords;
+
+    void visitFields(FieldVisitor &visitor) override;
 };
 
 } // namespace osg

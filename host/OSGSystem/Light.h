@@ -40,6 +40,7 @@ public:
     float getOuterConeAngle() const { return outerConeAngle; }
     /// False, and no change, for angles that are not in that order.
     bool setConeAngles(float inner, float outer);
+    void visitFields(FieldVisitor &visitor) override;
 
 private:
     Kind kind = Kind::Point;

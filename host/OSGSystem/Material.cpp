@@ -1,5 +1,7 @@
 #include "OSGSystem/Material.h"
 
+#include "OSGSystem/FieldVisitor.h"
+
 #include <algorithm>
 #include <limits>
 
@@ -15,7 +17,8 @@ float bounded(float value, float lowest, float highest)
 
 } // namespace
 
-const FieldContainerType Material::_type("Material", &AttachmentContainer::_type);
+const FieldContainerType Material::_type("Material", &AttachmentContainer::_type,
+                                         makeContainer<Material>);
 const BitVector Material::ColorFieldMask(1U << 2U);
 const BitVector Material::TextureFieldMask(1U << 3U);
 const BitVector Material::SurfaceFieldMask(1U << 4U);
@@ -74,6 +77,21 @@ void Material::setEmission(const Emission &newEmission)
 void Material::setAlphaCutoff(float value)
 {
     assign(alphaCutoff, bounded(value, 0, 1), AlphaFieldMask);
+}
+
+void Material::visitFields(FieldVisitor &visitor)
+{
+    AttachmentContainer::visitFields(visitor);
+    visitor.field("color", color, 0, 1);
+    visitor.field("baseColorTexture", baseColorTexture);
+    visitor.field("metallic", metallic, 0, 1);
+    visitor.field("roughness", roughness, 0, 1);
+    visitor.field("transmission", transmission, 0, 1);
+    visitor.field("indexOfRefraction", indexOfRefraction, 1, 10);
+    visitor.field("emission", emission, 0, std::numeric_limits<float>::max());
+    visitor.field("alphaMode", alphaMode, AlphaMode::Blend);
+    visitor.field("alphaCutoff", alphaCutoff, 0, 1);
+    visitor.field("shadowMaterial", shadowMaterial);
 }
 
 } // namespace osg

@@ -64,6 +64,7 @@ public:
     /// True for a surface that shows only the shadows that fall on it.
     bool isShadowMaterial() const { return shadowMaterial; }
     void setShadowMaterial(bool on) { assign(shadowMaterial, on, ShadowFieldMask); }
+    void visitFields(FieldVisitor &visitor) override;
 
 private:
     Color color{ 1, 1, 1, 1 };

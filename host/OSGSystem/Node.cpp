@@ -1,5 +1,6 @@
 #include "OSGSystem/Node.h"
 
+#include "OSGSystem/FieldVisitor.h"
 #include "mkUtils/mkTrace.h"
 
 #include <algorithm>
@@ -8,7 +9,7 @@
 
 namespace osg {
 
-const FieldContainerType Node::_type("Node", &AttachmentContainer::_type);
+const FieldContainerType Node::_type("Node", &AttachmentContainer::_type, makeContainer<Node>);
 const BitVector Node::CoreFieldMask(1U << 2U);
 const BitVector Node::ChildrenFieldMask(1U << 3U);
 
@@ -101,6 +102,23 @@ bool Node::isAncestorOf(const NodePtr &node) const
         }
     }
     return false;
+}
+
+void Node::visitFields(FieldVisitor &visitor)
+{
+    AttachmentContainer::visitFields(visitor);
+    visitor.field("core", core);
+    visitor.field("children", children);
+    if (!visitor.isReading()) {
+        return;
+    }
+    children.erase(std::remove(children.begin(), children.end(), NodePtr()), children.end());
+    for (const NodePtr &child : children) {
+        if (child->parent) {
+            visitor.refuse();
+        }
+        child->parent = this;
+    }
 }
 
 Action::ResultE traverse(const NodePtr &root,

@@ -35,6 +35,7 @@ public:
     void setChildren(const std::vector<NodePtr> &newChildren);
     /// True for the node itself and for everything below it.
     bool isAncestorOf(const NodePtr &node) const;
+    void visitFields(FieldVisitor &visitor) override;
 
 protected:
     Node() = default;

@@ -40,6 +40,7 @@ public:
     const Matrix &getMatrix() const { return matrix; }
     /// Announces the change.
     void setMatrix(const Matrix &newMatrix) { assign(matrix, newMatrix, MatrixFieldMask); }
+    void visitFields(FieldVisitor &visitor) override;
 
 private:
     Matrix matrix{ 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1 };

@@ -27,6 +27,7 @@ public:
     Wrap getWrapU() const { return wrapU; }
     Wrap getWrapV() const { return wrapV; }
     void setWrap(Wrap horizontal, Wrap vertical);
+    void visitFields(FieldVisitor &visitor) override;
 
 private:
     QByteArray data;

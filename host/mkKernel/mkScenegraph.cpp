@@ -3,6 +3,7 @@
 #include "OSGSystem/Camera.h"
 #include "OSGSystem/Geometry.h"
 #include "OSGSystem/Light.h"
+#include "OSGSystem/Revision.h"
 #include "mkIconManager/mkIconManager.h"
 #include "mkKernel/mkController.h"
 #include "mkKernel/mkSelectionManager.h"
@@ -11,6 +12,7 @@
 #include "mkOpenSGUtils/mkNodeUtils.h"
 #include "mkUtils/mkTrace.h"
 
+#include <QFileInfo>
 #include <QIcon>
 #include <QUndoStack>
 
@@ -40,7 +42,33 @@ const char *iconName(const osg::FieldContainerPtr &core, const osg::NodePtr &nod
     return "Node/Group.svg";
 }
 
+/// Calls `visit` with the render attributes of the node and of all below it.
+void forEachAttributes(const osg::NodePtr &root,
+                       const std::function<void(osg::RaytracingGeoAttachment &)> &visit)
+{
+    osg::traverse(root, [&visit](const osg::NodePtr &node) {
+        if (const auto attributes = mkNodeUtils::getRenderAttributes(node)) {
+            visit(*attributes);
+        }
+        return osg::Action::Continue;
+    });
+}
+
+bool isOwnFormat(const QString &file)
+{
+    const QFileInfo info(file);
+    return info.isFile()
+           && (info.suffix() == mkSceneFile::suffix() || mkSceneFile::isSceneFile(file));
+}
+
 } // namespace
+
+mkScenegraph::mkScenegraph()
+{
+    osg::Revision::setListener([this] { updateUnsaved(); });
+    connect(mkController::the(), &mkController::modifiedChanged, this,
+            &mkScenegraph::updateUnsaved);
+}
 
 mkScenegraph *mkScenegraph::the()
 {
@@ -116,6 +144,7 @@ void mkScenegraph::newScene(const std::string &rootName)
 
 void mkScenegraph::setScene(Document document)
 {
+    the()->replacing = true;
     mkSelectionManager::clear();
     mkUndo::clear();
     mkMaterials::clear();
@@ -124,7 +153,7 @@ void mkScenegraph::setScene(Document document)
     the()->file = document.file;
     the()->store = document.root ? std::make_unique<mkRenderLayer>(document.root) : nullptr;
     finishReading(std::move(document), "sceneLoaded", mkMessage::SceneLoaded);
-    mkController::setModified(0);
+    the()->rememberSaved();
 }
 
 void mkScenegraph::setReader(Reader reader)
@@ -132,12 +161,74 @@ void mkScenegraph::setReader(Reader reader)
     the()->reader = std::move(reader);
 }
 
+void mkScenegraph::setProgressMaker(ProgressMaker maker)
+{
+    the()->progressMaker = std::move(maker);
+}
+
+mkScenegraph::Document mkScenegraph::readFile(const QString &file)
+{
+    const QFileInfo info(file);
+    const mkSceneFile::Progress progress = the()->progressMaker ? the()->progressMaker(
+                                               tr("Reading %1…").arg(info.fileName()))
+                                                                : mkSceneFile::Progress();
+    if (!isOwnFormat(file)) {
+        if (!the()->reader) {
+            throw std::runtime_error("This host reads only scene files of its own.");
+        }
+        return the()->reader(file, progress);
+    }
+    mkSceneFile::Read read = mkSceneFile::read(file, progress);
+    return { read.root, std::move(read.materials), std::move(read.containers),
+             info.absoluteFilePath() };
+}
+
 void mkScenegraph::openFile(const QString &file)
 {
-    if (!the()->reader) {
-        throw std::runtime_error("This host cannot read scene files.");
+    setScene(readFile(file));
+}
+
+void mkScenegraph::mergeFile(const QString &file)
+{
+    mergeScene(readFile(file));
+}
+
+void mkScenegraph::saveFile(const QString &file)
+{
+    if (!the()->root) {
+        throw std::runtime_error("There is no scene.");
     }
-    setScene(the()->reader(file));
+    const QFileInfo info(file);
+    mkSceneFile::write(info.absoluteFilePath(), { the()->root, mkMaterials::getMaterials() },
+                       the()->progressMaker
+                           ? the()->progressMaker(tr("Writing %1…").arg(info.fileName()))
+                           : mkSceneFile::Progress());
+    the()->file = info.absoluteFilePath();
+    the()->rememberSaved();
+    Q_EMIT the()->fileChanged();
+}
+
+bool mkScenegraph::hasUnsavedChanges()
+{
+    return the()->unsaved;
+}
+
+void mkScenegraph::rememberSaved()
+{
+    replacing = true;
+    mkController::setModified(0);
+    savedRevision = osg::Revision::get();
+    replacing = false;
+    updateUnsaved();
+}
+
+void mkScenegraph::updateUnsaved()
+{
+    const bool now = mkController::isModified() || osg::Revision::get() != savedRevision;
+    if (!replacing && now != unsaved) {
+        unsaved = now;
+        Q_EMIT unsavedChangesChanged(unsaved);
+    }
 }
 
 QString mkScenegraph::getFile()
@@ -147,19 +238,51 @@ QString mkScenegraph::getFile()
 
 void mkScenegraph::mergeScene(Document document)
 {
+    forEachAttributes(the()->root, [](auto &attributes) { attributes.settleStateIds(); });
     mkMaterials::addMaterials(document.materials);
+    const std::uint32_t layersGroup = osg::RenderLayers::_type.getGroupId();
+    const osg::RenderLayersPtr layers(document.root->findAttachment(layersGroup));
+    document.root->subAttachment(layersGroup);
     the()->root->addChild(document.root);
+    if (layers) {
+        the()->store->appendLayers(layers);
+    }
     finishReading(std::move(document), "sceneMerged", mkMessage::SceneMerged);
     mkController::setModified(1);
 }
 
 void mkScenegraph::finishReading(Document document, const char *name, mkMessage::Id id)
 {
+    const bool hasIds = !document.containers.empty();
     osg::NFIOBase::setFieldContainerMap(std::move(document.containers));
     Q_EMIT the()->sceneChanged();
     mkMessage message(name, id);
     mkController::sendMessage(message);
+    if (hasIds && the()->store) {
+        remapOutsideScene();
+    }
     osg::NFIOBase::setFieldContainerMap({});
+}
+
+/// Modules follow the scene; members of layers that have left it are out of their reach.
+void mkScenegraph::remapOutsideScene()
+{
+    const osg::NFIOBase::FieldContainerMap &ids = osg::NFIOBase::getFieldContainerMap();
+    std::unordered_set<std::uint32_t> present;
+    osg::traverse(the()->root, [&present](const osg::NodePtr &node) {
+        present.insert(node->getId());
+        return osg::Action::Continue;
+    });
+    for (const osg::FieldContainerPtr &entry : the()->store->getAttachment()->getLayers()) {
+        const osg::RenderLayerPtr layer(entry);
+        for (const osg::NodePtr &node : layer ? layer->getNodes() : std::vector<osg::NodePtr>()) {
+            if (present.count(node->getId()) == 0) {
+                forEachAttributes(node, [&ids](auto &attributes) {
+                    attributes.updateRenderLayerStateIds(ids);
+                });
+            }
+        }
+    }
 }
 
 bool mkScenegraph::removeNode(const osg::NodePtr &node)

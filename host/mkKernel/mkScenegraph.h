@@ -4,6 +4,7 @@
 #include "mkHostExport.h"
 #include "mkOpenSGUtils/mkNodePtr.h"
 #include "mkOpenSGUtils/mkRenderLayer.h"
+#include "mkSceneFile/mkSceneFile.h"
 #include "mkUtils/mkMessage.h"
 
 #include <QObject>
@@ -30,8 +31,12 @@ public:
         /// Where it was read from; empty for a scene that is in no file.
         QString file;
     };
-    /// Reads a scene file. Throws std::runtime_error with a reason for the user.
-    using Reader = std::function<Document(const QString &file)>;
+    /// Reads a file of a format that is not the host's own. Throws std::runtime_error with a reason
+    /// for the user, and mkSceneFile::Cancelled.
+    using Reader = std::function<Document(const QString &file, const mkSceneFile::Progress &)>;
+    /// Begins to show the progress of something that may take long, and ends with the last copy
+    /// of what it returns.
+    using ProgressMaker = std::function<mkSceneFile::Progress(const QString &what)>;
 
     static mkScenegraph *the();
 
@@ -56,15 +61,25 @@ public:
     /// own, modules receive mkMessage::SceneLoaded, and the document is unmodified. A document
     /// without a root leaves no scene.
     static void setScene(Document document);
-    /// The host knows no file formats; the application brings the reader.
+    /// The application brings the reader of other formats, and who shows progress; empty for none.
     static void setReader(Reader reader);
-    /// Replaces the scene by what the reader makes of `file`. When the reader throws, so does this,
-    /// and the open scene stays; without a reader it throws std::runtime_error.
+    static void setProgressMaker(ProgressMaker maker);
+    /// Replaces the scene by what `file` holds. Throws std::runtime_error with a reason for the
+    /// user, and mkSceneFile::Cancelled; the open scene stays then.
     static void openFile(const QString &file);
+    /// Reads `file` into the scene, as mergeScene() does. Throws what openFile() throws.
+    static void mergeFile(const QString &file);
+    /// Writes the scene, with its layers and materials, as a scene file of the host's own, which
+    /// becomes the file of the scene. Throws what mkSceneFile::write() throws.
+    static void saveFile(const QString &file);
     /// The file of the open scene; empty when it has none.
     static QString getFile();
-    /// Adds what was read below the present root. Modules receive mkMessage::SceneMerged, and
-    /// the document is modified.
+    /// Whether the scene, its materials or its layers are not as they are in the file: the document
+    /// was marked modified, or something changed that nobody marks. Which rows are expanded does
+    /// not count.
+    static bool hasUnsavedChanges();
+    /// Adds what was read below the present root. Its layers come behind those of the scene, under
+    /// names of their own. Modules receive mkMessage::SceneMerged, and the document is modified.
     static void mergeScene(Document document);
     /// Takes a node and what is below it out of the scene and out of the selection; layers keep
     /// their member until they are cleaned up. False for the root and for nodes that are not in
@@ -74,14 +89,25 @@ public:
 
 Q_SIGNALS:
     void sceneChanged();
+    void fileChanged();
+    void unsavedChangesChanged(bool unsaved);
     void scrollRequested(const std::vector<mkNodePtr> &nodes);
 
 private:
-    mkScenegraph() = default;
+    mkScenegraph();
+    static Document readFile(const QString &file);
     static void finishReading(Document document, const char *name, mkMessage::Id id);
+    static void remapOutsideScene();
+    void rememberSaved();
+    void updateUnsaved();
 
     osg::NodePtr root;
     std::unique_ptr<mkRenderLayer> store;
     QString file;
     Reader reader;
+    ProgressMaker progressMaker;
+    std::uint64_t savedRevision = 0;
+    bool unsaved = false;
+    /// What changes meanwhile is compared when it is done.
+    bool replacing = false;
 };

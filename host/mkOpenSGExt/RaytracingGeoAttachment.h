@@ -88,6 +88,7 @@ public:
     bool &getUseOverrideMaterial() { return values.useOverrideMaterial; }
     void setUseOverrideMaterial(const bool &on) { values.useOverrideMaterial = on; }
     MaterialPtr &getOverrideMaterial() { return values.overrideMaterial; }
+    void visitFields(FieldVisitor &visitor) override;
 
     /// All values at once.
     const RenderAttributeValues &getValues() const { return values; }
@@ -110,6 +111,9 @@ public:
     /// Stores the current values under `name`, replacing what was stored there. `layerId` is the
     /// id of the render layer that they come from, 0 for none.
     void storeState(const std::string &name, std::uint32_t layerId = 0);
+    /// The same for other values than the current ones.
+    void storeState(const std::string &name, std::uint32_t layerId,
+                    const RenderAttributeValues &stored);
     /// Makes the state of exactly this name current; false, and no change, when there is none.
     bool restoreState(const std::string &name);
     /// Forgets the state of this name; false when there is none.
@@ -120,8 +124,12 @@ public:
     /// Sets the current values to the defaults. Stored states stay.
     void reset();
     /// After a file was read: replaces each kept layer id that `ids` knows by the id of the
-    /// container that was made from it.
+    /// container that was made from it. Nothing once the ids are settled.
     void updateRenderLayerStateIds(const std::map<unsigned int, FieldContainerPtr> &ids);
+    /// Says that the kept layer ids are those of containers of this scene, and not of a file that
+    /// is going to be read.
+    void settleStateIds() { stateIdsSettled = true; }
+    void visitFields(FieldVisitor &visitor) override;
 
 private:
     struct State
@@ -130,6 +138,7 @@ private:
         RenderAttributeValues values;
     };
     std::map<std::string, State> states;
+    bool stateIdsSettled = false;
 };
 
 } // namespace osg

@@ -1,12 +1,24 @@
 #include "mkOpenSGExt/RenderLayers.h"
 
+#include "OSGSystem/FieldVisitor.h"
+#include "OSGSystem/Revision.h"
+
 #include <algorithm>
 
 namespace osg {
 
-const FieldContainerType RenderLayerBase::_type("RenderLayer", &FieldContainer::_type);
+const FieldContainerType RenderLayerBase::_type("RenderLayer", &FieldContainer::_type, [] {
+    return FieldContainerPtr(RenderLayer::create({}));
+});
 const FieldContainerType RenderLayers::_type("RenderLayers", &Attachment::_type,
+                                             makeContainer<RenderLayers>,
                                              FieldContainerType::Group::Own);
+
+void RenderLayerBase::visitFields(FieldVisitor &visitor)
+{
+    visitor.field("name", name);
+    visitor.field("expanded", state);
+}
 
 RenderLayerPtr RenderLayer::create(const std::string &name)
 {
@@ -32,6 +44,7 @@ bool RenderLayer::addNode(const NodePtr &node, const FieldContainerPtr &entry)
     if (!node || !slotOfNode.emplace(node->getId(), nodes.size()).second) {
         return false;
     }
+    Revision::advance();
     nodes.push_back(node);
     attributes.push_back(entry);
     return true;
@@ -43,6 +56,7 @@ bool RenderLayer::subNode(const NodePtr &node)
     if (found == slotOfNode.end()) {
         return false;
     }
+    Revision::advance();
     const std::size_t slot = found->second;
     slotOfNode.erase(found);
     nodes[slot] = NullFC;
@@ -62,6 +76,7 @@ bool RenderLayer::moveNode(const NodePtr &node, int step)
     if (step < 0 ? slot == 0 : slot + 1 == nodes.size()) {
         return false;
     }
+    Revision::advance();
     const std::size_t other = step < 0 ? slot - 1 : slot + 1;
     std::swap(nodes[slot], nodes[other]);
     std::swap(attributes[slot], attributes[other]);
@@ -87,8 +102,32 @@ bool RenderLayer::replaceAttributes(const NodePtr &node, const FieldContainerPtr
     if (found == slotOfNode.end()) {
         return false;
     }
+    Revision::advance();
     attributes[found->second] = entry;
     return true;
+}
+
+void RenderLayer::visitFields(FieldVisitor &visitor)
+{
+    RenderLayerBase::visitFields(visitor);
+    closeGaps();
+    visitor.field("nodes", nodes);
+    visitor.field("attributes", attributes);
+    if (!visitor.isReading()) {
+        return;
+    }
+    if (nodes.size() != attributes.size()) {
+        visitor.refuse();
+    }
+    slotOfNode.clear();
+    for (std::size_t slot = 0; slot < nodes.size(); ++slot) {
+        // Null are nodes of a kind that is not known here.
+        if (!nodes[slot]) {
+            hasGaps = true;
+        } else if (!slotOfNode.emplace(nodes[slot]->getId(), slot).second) {
+            visitor.refuse();
+        }
+    }
 }
 
 void RenderLayer::closeGaps() const
@@ -138,6 +177,7 @@ RenderLayerPtr RenderLayers::findLayer(const std::string &name) const
 
 void RenderLayers::addEntry(const FieldContainerPtr &entry)
 {
+    Revision::advance();
     layers.push_back(entry);
     removed.push_back(false);
     ++count;
@@ -150,6 +190,7 @@ bool RenderLayers::subLayer(const std::string &name)
     if (found == slotsOfName.end()) {
         return false;
     }
+    Revision::advance();
     const std::size_t slot = found->second.front();
     removeName(slot);
     layers[slot] = NullFC;
@@ -170,7 +211,11 @@ bool RenderLayers::removeForeignEntries()
             --count;
         }
     }
-    return count != before;
+    if (count == before) {
+        return false;
+    }
+    Revision::advance();
+    return true;
 }
 
 bool RenderLayers::renameLayer(std::size_t index, const std::string &name)
@@ -179,6 +224,7 @@ bool RenderLayers::renameLayer(std::size_t index, const std::string &name)
     if (!layer) {
         return false;
     }
+    Revision::advance();
     removeName(index);
     layer->name = name;
     enterName(index);
@@ -191,6 +237,7 @@ bool RenderLayers::moveEntry(std::size_t index, int step)
     if (index >= layers.size() || (step < 0 ? index == 0 : index + 1 == layers.size())) {
         return false;
     }
+    Revision::advance();
     const std::size_t other = step < 0 ? index - 1 : index + 1;
     removeName(index);
     removeName(other);
@@ -219,6 +266,21 @@ void RenderLayers::removeName(std::size_t slot) const
     slots.erase(std::remove(slots.begin(), slots.end(), slot), slots.end());
     if (slots.empty()) {
         slotsOfName.erase(found);
+    }
+}
+
+void RenderLayers::visitFields(FieldVisitor &visitor)
+{
+    closeGaps();
+    visitor.field("layers", layers);
+    if (!visitor.isReading()) {
+        return;
+    }
+    count = layers.size();
+    removed.assign(count, false);
+    slotsOfName.clear();
+    for (std::size_t slot = 0; slot < count; ++slot) {
+        enterName(slot);
     }
 }
 

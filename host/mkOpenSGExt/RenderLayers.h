@@ -22,6 +22,7 @@ public:
     std::uint32_t getState() const { return state; }
     void setState(std::uint32_t newState) { state = newState; }
     std::string describe() const override { return '"' + name + '"'; }
+    void visitFields(FieldVisitor &visitor) override;
 
 protected:
     std::string name;
@@ -59,6 +60,7 @@ public:
     FieldContainerPtr findAttributes(const NodePtr &node) const;
     /// Puts any container, or null, in the place of the node's entry; false when it is no member.
     bool replaceAttributes(const NodePtr &node, const FieldContainerPtr &entry);
+    void visitFields(FieldVisitor &visitor) override;
 
 private:
     friend class RenderLayers;
@@ -98,6 +100,7 @@ public:
     bool renameLayer(std::size_t index, const std::string &name);
     /// Exchanges the entry with its neighbour `step` places on (-1 or 1); false past the ends.
     bool moveEntry(std::size_t index, int step);
+    void visitFields(FieldVisitor &visitor) override;
 
 private:
     void enterName(std::size_t slot) const;

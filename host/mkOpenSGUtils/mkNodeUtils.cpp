@@ -120,6 +120,30 @@ std::set<std::string> getRenderLayerStates(const osg::NodePtr &root)
     return names;
 }
 
+int storeRenderLayerState(const osg::RenderLayerPtr &layer, const std::string &name)
+{
+    int count = 0;
+    const std::vector<osg::NodePtr> nodes = layer->getNodes();
+    for (const osg::NodePtr &member : nodes) {
+        const RaytracingGeoAttachmentPtr attributes(layer->findAttributes(member));
+        if (!attributes) {
+            continue;
+        }
+        osg::traverse(member, [&](const osg::NodePtr &node) {
+            if (node != member && layer->contains(node)) {
+                return osg::Action::Skip;
+            }
+            if (osg::Ptr<osg::DrawableBase>(node->getCore())) {
+                getOrMakeRenderAttributes(node)->storeState(name, layer->getId(),
+                                                            attributes->getValues());
+                ++count;
+            }
+            return osg::Action::Continue;
+        });
+    }
+    return count;
+}
+
 void applyRenderLayerAttributes(const osg::NodePtr &node,
                                 const RaytracingGeoAttachmentPtr &attributes)
 {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "OSGSystem/Node.h"
-#include "mkOpenSGExt/RaytracingGeoAttachment.h"
+#include "mkOpenSGExt/RenderLayers.h"
 
 #include <set>
 #include <string>
@@ -31,6 +31,9 @@ MK_HOST_API int storeRenderLayerState(const osg::NodePtr &root, const std::strin
 MK_HOST_API int removeRenderLayerState(const osg::NodePtr &root, const std::string &name);
 /// The names of the states stored on drawables from `root` down.
 MK_HOST_API std::set<std::string> getRenderLayerStates(const osg::NodePtr &root);
+/// Stores a layer as a state: for every drawable among its nodes and below them, the attributes
+/// that activation of the layer would give it, and the layer's id. Returns the number of drawables.
+MK_HOST_API int storeRenderLayerState(const osg::RenderLayerPtr &layer, const std::string &name);
 
 /// Writes the values of `attributes` into the attachment of the node and of every node below it,
 /// made where missing, and announces each change. Nothing when either is null.

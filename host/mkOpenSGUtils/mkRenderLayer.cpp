@@ -223,6 +223,27 @@ bool mkRenderLayer::cleanup(const osg::NodePtr &sceneRoot)
     return changed;
 }
 
+void mkRenderLayer::appendLayers(const RenderLayersPtr &others)
+{
+    std::unordered_set<std::string> taken;
+    for (const osg::FieldContainerPtr &entry : content->getLayers()) {
+        if (const RenderLayerPtr known{ entry }) {
+            taken.insert(known->getName());
+        }
+    }
+    const std::size_t count = others->getLayers().size();
+    for (std::size_t i = 0; i < count; ++i) {
+        if (const RenderLayerPtr added = others->getLayer(i)) {
+            if (taken.count(added->getName()) > 0) {
+                others->renameLayer(i, mkNodeUtils::getUniqueName(added->getName(),
+                                                                  { taken.begin(), taken.end() }));
+            }
+            taken.insert(added->getName());
+        }
+        content->addEntry(others->getLayers()[i]);
+    }
+}
+
 bool mkRenderLayer::isMaterialInUse(const osg::MaterialPtr &material) const
 {
     mkTrace::call("mkRenderLayer::isMaterialInUse", material);

@@ -58,6 +58,8 @@ public:
     /// Takes out of every layer the nodes that are not below `root`, and layer entries that are no
     /// layers. True when anything was taken out.
     bool cleanup(const osg::NodePtr &root);
+    /// Appends the entries of `others`. A layer whose name is taken gets a number behind it.
+    void appendLayers(const osg::RenderLayersPtr &others);
     /// True when some entry of some layer has `material` as override material.
     bool isMaterialInUse(const osg::MaterialPtr &material) const;
 
