@@ -143,8 +143,8 @@ private:
             const NodePtr node = nodes[1 + upTo(nodes.size() - 1)];
             const auto attributes = osg::RaytracingGeoAttachment::make();
             attributes->setValues(values());
-            layer->addNode(node, one<osg::FieldContainerPtr>(
-                                     { attributes, attributes, osg::NullFC, osg::Group::create() }));
+            layer->addNode(node, one<osg::FieldContainerPtr>({ attributes, attributes, osg::NullFC,
+                                                               osg::Group::create() }));
         }
     }
 
@@ -211,12 +211,13 @@ QStringList document(const HostFixture &host)
     }
     for (const osg::FieldContainerPtr &entry : HostFixture::store()->getAttachment()->getLayers()) {
         const osg::RenderLayerPtr layer(entry);
-        text += layer ? QString::fromStdString(layer->getName()) + QString::number(layer->getState())
-                      : QString(entry ? entry->getType().getName() : "null");
+        text += layer
+                    ? QString::fromStdString(layer->getName()) + QString::number(layer->getState())
+                    : QString(entry ? entry->getType().getName() : "null");
         for (std::size_t i = 0; layer && i < layer->getNodes().size(); ++i) {
             text += described(layer->getNodes()[i]) + " in the layer: "
-                    + HostFixture::values(osg::RaytracingGeoAttachmentPtr(
-                        layer->getAttributes()[i]));
+                    + HostFixture::values(
+                        osg::RaytracingGeoAttachmentPtr(layer->getAttributes()[i]));
         }
     }
     return text;
@@ -354,13 +355,13 @@ void tst_SceneFile::hostileFiles()
     const std::vector<std::pair<QByteArray, QString>> files{
         { "", "not a scene file" },
         { "glTF", "not a scene file" },
-        { fileOf({ { 1, { 1 } } }, 1), damaged },                             // its own child
-        { fileOf({ { 1, { 2 } }, { 2, { 1 } } }, 2), damaged },               // a circle
-        { fileOf({ { 1, {} }, { 2, { 1 } }, { 3, { 1 } } }, 3), damaged },    // two parents
-        { fileOf({ { 1, {} }, { 2, { 1, 1 } } }, 2), damaged },               // twice
-        { fileOf({ { 1, {} }, { 1, {} } }, 1), damaged },                     // the same id
-        { fileOf({ { 1, { 7 } } }, 1), damaged },                             // of nothing
-        { fileOf({ { 1, {} } }, 1, "materials"), damaged },                   // no list
+        { fileOf({ { 1, { 1 } } }, 1), damaged },                              // its own child
+        { fileOf({ { 1, { 2 } }, { 2, { 1 } } }, 2), damaged },                // a circle
+        { fileOf({ { 1, {} }, { 2, { 1 } }, { 3, { 1 } } }, 3), damaged },     // two parents
+        { fileOf({ { 1, {} }, { 2, { 1, 1 } } }, 2), damaged },                // twice
+        { fileOf({ { 1, {} }, { 1, {} } }, 1), damaged },                      // the same id
+        { fileOf({ { 1, { 7 } } }, 1), damaged },                              // of nothing
+        { fileOf({ { 1, {} } }, 1, "materials"), damaged },                    // no list
         { fileOf({ { 1, {} }, { 2, { 1 } } }, 1), "The file holds no scene" }, // not the top
         { fileOf({ { 1, {} } }, 0), "The file holds no scene" },
         { fileOf({}, 0), "The file holds no scene" },
@@ -514,11 +515,10 @@ void tst_SceneFile::unsavedChanges()
     });
     unmarked("material", [] { HostFixture::material("red")->setRoughness(0.25); });
     mkScenegraph::getRoot()->subChild(host.node("c"));
-    unmarked("cleanup", [] {
-        HostFixture::store()->cleanup(mkScenegraph::getRoot());
-    });
+    unmarked("cleanup", [] { HostFixture::store()->cleanup(mkScenegraph::getRoot()); });
     unmarked("activation", [] { HostFixture::store()->activateLayer(1); });
-    unmarked("expansion", [this] { host.row("B")->setExpanded(false); }, false);
+    unmarked(
+        "expansion", [this] { host.row("B")->setExpanded(false); }, false);
     mkController::setModified(1);
     QVERIFY(mkScenegraph::hasUnsavedChanges());
 }

@@ -158,6 +158,11 @@ bool MainWindow::openFile(const QString &file)
     return document->open(file);
 }
 
+void MainWindow::offerRecovery()
+{
+    document->offerRecovery();
+}
+
 void MainWindow::closeEvent(QCloseEvent *event)
 {
     if (mkScript::isBusy()) {

@@ -26,6 +26,8 @@ public:
     /// Opens a scene file and reports a failure: to the user, or on standard error when
     /// unattended. False when the open scene stayed.
     bool openFile(const QString &file);
+    /// Offers the user what a crash has left; nothing when unattended.
+    void offerRecovery();
 
 protected:
     void showEvent(QShowEvent *event) override;

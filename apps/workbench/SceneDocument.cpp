@@ -1,6 +1,9 @@
 #include "SceneDocument.h"
 
+#include "ImportProcess.h"
 #include "RecentFiles.h"
+#include "RecoveryCopies.h"
+#include "SceneEdits.h"
 #include "SceneImporter.h"
 #include "mkIconManager/mkIconManager.h"
 #include "mkShortcut/mkShortcut.h"
@@ -14,18 +17,32 @@
 #include <QMessageBox>
 #include <QProgressDialog>
 #include <QPushButton>
+#include <QStandardPaths>
 #include <QStatusBar>
 
 #include <cstdio>
+
+namespace {
+
+constexpr int recoveryInterval = 2 * 60 * 1000;
+
+QString recoveryFolder()
+{
+    return QStandardPaths::writableLocation(QStandardPaths::AppDataLocation)
+           + QLatin1String("/recovery");
+}
+
+} // namespace
 
 SceneDocument::SceneDocument(QMainWindow *mainWindow, bool isUnattended)
     : QObject(mainWindow)
     , window(mainWindow)
     , unattended(isUnattended)
 {
-    mkScenegraph::setReader(importScene);
+    mkScenegraph::setReader(readForeignScene);
     if (!unattended) {
         mkScenegraph::setProgressMaker([this](const QString &what) { return showProgress(what); });
+        recovery = new RecoveryCopies(recoveryFolder(), recoveryInterval, this);
     }
     connect(mkScenegraph::the(), &mkScenegraph::sceneChanged, this, &SceneDocument::updateTitle);
     connect(mkScenegraph::the(), &mkScenegraph::fileChanged, this, &SceneDocument::updateTitle);
@@ -110,6 +127,37 @@ bool SceneDocument::mayLeave(const QString &question, const QString &discardText
         return true;
     default:
         return false;
+    }
+}
+
+void SceneDocument::offerRecovery()
+{
+    if (!recovery) {
+        return;
+    }
+    for (RecoveryCopies::Copy &copy : recovery->takeLeft()) {
+        const QString name = copy.sceneFile.isEmpty() ? tr("A scene without a file")
+                                                      : QFileInfo(copy.sceneFile).fileName();
+        QMessageBox box(QMessageBox::Question, tr("Recover Scene"),
+                        tr("%1 was not saved when the workbench stopped.").arg(name),
+                        QMessageBox::NoButton, window);
+        box.setInformativeText(tr("There is a copy of it as it was on %1.")
+                                   .arg(QLocale().toString(copy.written, QLocale::LongFormat)));
+        QAbstractButton *const recover = box.addButton(tr("Recover"), QMessageBox::AcceptRole);
+        QAbstractButton *const discard = box.addButton(tr("Discard Copy"),
+                                                       QMessageBox::DestructiveRole);
+        box.addButton(tr("Ask Again Later"), QMessageBox::RejectRole);
+        box.exec();
+        if (box.clickedButton() == discard) {
+            copy.remove();
+        } else if (box.clickedButton() == recover && mayReplaceScene()
+                   && reportFailures(name, tr("Recover Scene"), tr("%1 cannot be recovered."),
+                                     [&copy] {
+                                         mkScenegraph::openCopy(copy.scenePath(), copy.sceneFile);
+                                     })) {
+            recovery->adopt(std::move(copy));
+            return;
+        }
     }
 }
 
@@ -216,7 +264,7 @@ void SceneDocument::merge()
     const QString file = chooseFile(tr("Merge into Scene"));
     if (!file.isEmpty()) {
         reportFailures(file, tr("Merge into Scene"), tr("%1 cannot be opened."),
-                       [&file] { mkScenegraph::mergeFile(file); });
+                       [&file] { SceneEdits::merge(mkScenegraph::readFile(file)); });
     }
 }
 

@@ -8,6 +8,7 @@
 class QMainWindow;
 class QMenu;
 class RecentFiles;
+class RecoveryCopies;
 
 /// The open scene as a document of the user's: opening, merging, saving, and the questions that
 /// keep changes from being lost. It keeps the window's title and its mark.
@@ -35,6 +36,9 @@ public:
     /// `discardText` is the button for the latter.
     bool mayLeave(const QString &question, const QString &discardText);
 
+    /// Offers the copies that programs which have crashed left behind.
+    void offerRecovery();
+
 private:
     bool reportFailures(const QString &file, const QString &title, const QString &failed,
                         const std::function<void()> &action);
@@ -51,4 +55,6 @@ private:
     QMainWindow *window;
     bool unattended;
     RecentFiles *recentFiles = nullptr;
+    /// Null when unattended.
+    RecoveryCopies *recovery = nullptr;
 };

@@ -175,7 +175,10 @@ public:
 
     void redo() override
     {
+        const std::size_t count = content()->getLayers().size();
         mkScenegraph::mergeScene(document);
+        layers.assign(content()->getLayers().begin() + std::ptrdiff_t(count),
+                      content()->getLayers().end());
         // They stand for the one time that the file was read, and would keep all that was in it.
         document.containers.clear();
         mkSelectionManager::selectNodes({ document.root });
@@ -183,18 +186,38 @@ public:
 
     void undo() override
     {
+        takeLayers();
         mkScenegraph::removeNode(document.root);
         for (const osg::MaterialPtr &material : document.materials) {
             mkMaterials::removeMaterial(material);
         }
         mkController::setModified(1);
-        if (areInLayers({ document.root })) {
-            updateLayers();
-        }
+        updateLayers();
     }
 
 private:
+    static osg::RenderLayersPtr content()
+    {
+        return mkScenegraph::getRenderLayer()->getAttachment();
+    }
+
+    /// Gives the layers that came along back to the document, where merging finds them again.
+    void takeLayers()
+    {
+        const osg::RenderLayersPtr taken = osg::RenderLayers::create();
+        for (const osg::FieldContainerPtr &entry : layers) {
+            const osg::RenderLayerPtr layer(entry);
+            if (layer && content()->findLayer(layer->getName()) == layer) {
+                content()->subLayer(layer->getName());
+                taken->addEntry(layer);
+            }
+        }
+        document.root->addAttachment(taken);
+    }
+
     mkScenegraph::Document document;
+    /// Those that the document has brought.
+    std::vector<osg::FieldContainerPtr> layers;
 };
 
 } // namespace

@@ -1,4 +1,5 @@
 #include "CommandLine.h"
+#include "ImportProcess.h"
 #include "LayerPictures.h"
 #include "MainWindow.h"
 #include "UnattendedDialogs.h"
@@ -74,7 +75,10 @@ int run(const CommandLine &commandLine, MainWindow &window)
         mkScript::finish();
         return status;
     }
-    QTimer::singleShot(0, &window, [&] { openAndRun(commandLine, window); });
+    QTimer::singleShot(0, &window, [&] {
+        openAndRun(commandLine, window);
+        window.offerRecovery();
+    });
     return QApplication::exec();
 }
 
@@ -82,6 +86,10 @@ int run(const CommandLine &commandLine, MainWindow &window)
 
 int main(int argc, char **argv)
 {
+    if (argc == 4 && qstrcmp(argv[1], "--convert") == 0) {
+        const QCoreApplication converter(argc, argv);
+        return convertScene(converter.arguments().at(2), converter.arguments().at(3));
+    }
     const bool hasDisplay = CommandLine::preparePlatform(argc, argv);
     QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
     QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);

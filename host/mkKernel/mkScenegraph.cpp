@@ -188,6 +188,14 @@ void mkScenegraph::openFile(const QString &file)
     setScene(readFile(file));
 }
 
+void mkScenegraph::openCopy(const QString &copy, const QString &file)
+{
+    Document document = readFile(copy);
+    document.file = file;
+    setScene(std::move(document));
+    mkController::setModified(1);
+}
+
 void mkScenegraph::mergeFile(const QString &file)
 {
     mergeScene(readFile(file));

@@ -64,10 +64,15 @@ public:
     /// The application brings the reader of other formats, and who shows progress; empty for none.
     static void setReader(Reader reader);
     static void setProgressMaker(ProgressMaker maker);
-    /// Replaces the scene by what `file` holds. Throws std::runtime_error with a reason for the
-    /// user, and mkSceneFile::Cancelled; the open scene stays then.
+    /// Reads a scene file and leaves the open scene. Throws std::runtime_error with a reason for
+    /// the user, and mkSceneFile::Cancelled.
+    static Document readFile(const QString &file);
+    /// Replaces the scene by what `file` holds. When readFile() throws, so does this, and the open
+    /// scene stays.
     static void openFile(const QString &file);
-    /// Reads `file` into the scene, as mergeScene() does. Throws what openFile() throws.
+    /// Opens `copy`, a scene file, as the scene of `file` with unsaved changes.
+    static void openCopy(const QString &copy, const QString &file);
+    /// Reads `file` into the scene, as mergeScene() does.
     static void mergeFile(const QString &file);
     /// Writes the scene, with its layers and materials, as a scene file of the host's own, which
     /// becomes the file of the scene. Throws what mkSceneFile::write() throws.
@@ -95,7 +100,6 @@ Q_SIGNALS:
 
 private:
     mkScenegraph();
-    static Document readFile(const QString &file);
     static void finishReading(Document document, const char *name, mkMessage::Id id);
     static void remapOutsideScene();
     void rememberSaved();

@@ -3,6 +3,7 @@
 #include "mkSceneFile/mkSceneReader.h"
 #include "mkSceneFile/mkSceneWriter.h"
 
+#include <QBuffer>
 #include <QCoreApplication>
 #include <QFile>
 #include <QSaveFile>
@@ -26,6 +27,21 @@ QString translate(const char *text)
 [[noreturn]] void fail(const QString &reason)
 {
     throw std::runtime_error(reason.toStdString());
+}
+
+/// Replaces the file, or leaves it and throws the reason.
+void finish(QSaveFile &target)
+{
+    // commit() would forget the reason.
+    if (!target.flush() || target.error() != QFileDevice::NoError) {
+        fail(target.errorString());
+    }
+    if (target.size() > largest) {
+        fail(translate("The scene is too large for a scene file, which may have 2 GB."));
+    }
+    if (!target.commit()) {
+        fail(target.errorString());
+    }
 }
 
 } // namespace
@@ -57,18 +73,14 @@ void write(const QString &file, const Content &content, const Progress &progress
     finish(target);
 }
 
-void finish(QSaveFile &target)
+QByteArray format(const Content &content)
 {
-    // commit() would forget the reason.
-    if (!target.flush() || target.error() != QFileDevice::NoError) {
-        fail(target.errorString());
+    QBuffer buffer;
+    buffer.open(QIODevice::WriteOnly);
+    mkSceneWriter writer(content, &buffer);
+    while (!writer.advance(progressInterval)) {
     }
-    if (target.size() > largest) {
-        fail(translate("The scene is too large for a scene file, which may have 2 GB."));
-    }
-    if (!target.commit()) {
-        fail(target.errorString());
-    }
+    return buffer.data();
 }
 
 Read read(const QString &file, const Progress &progress)

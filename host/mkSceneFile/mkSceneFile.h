@@ -7,8 +7,6 @@
 #include <functional>
 #include <stdexcept>
 
-class QSaveFile;
-
 /// The host's own scene files, suffix ".mkscene". FORMAT.md beside this header describes them.
 namespace mkSceneFile {
 
@@ -46,9 +44,8 @@ MK_HOST_API bool isSceneFile(const QString &file);
 /// Cancelled; the old file stays then.
 MK_HOST_API void write(const QString &file, const Content &content, const Progress &progress = {});
 
-/// Ends what mkSceneWriter has written into `target`: the file is replaced, or it stays and
-/// std::runtime_error with the reason is thrown.
-MK_HOST_API void finish(QSaveFile &target);
+/// The content of such a file.
+MK_HOST_API QByteArray format(const Content &content);
 
 /// Reads a file. Nothing in it is believed: what does not hold ends in std::runtime_error with a
 /// reason for the user, after memory in proportion to the file's size. Types and fields of newer
