@@ -16,6 +16,8 @@
 #include <QProcess>
 #include <QPushButton>
 
+#include <random>
+
 using osg::NodePtr;
 
 /// Documents as the workbench's user sees them.
@@ -33,6 +35,7 @@ private Q_SLOTS:
     void cancelEndsTheProcess();
     void savesAndAsks();
     void copiesAreRecovered();
+    void killsLeaveWholeFiles();
 
 private:
     QString path(const QString &name) const { return directory.filePath(name); }
@@ -249,6 +252,31 @@ void tst_Documents::copiesAreRecovered()
     QCOMPARE(left[0].sceneFile, path("mine.mkscene"));
     mkScenegraph::openFile(left[0].scenePath());
     QCOMPARE(HostFixture::stored(), "Precious[] Lost?[]");
+}
+
+void tst_Documents::killsLeaveWholeFiles()
+{
+    const QString file = path("killed.mkscene");
+    const QString script = write("killed.py", "import sys\n"
+                                              "for i in range(300):\n"
+                                              "    createRenderLayer('L')\n"
+                                              "while True:\n"
+                                              "    createRenderLayer('L')\n"
+                                              "    mkHost.saveScene(sys.argv[1])\n"
+                                              "    print('saved', flush=True)\n");
+    std::mt19937 random(std::random_device{}());
+    for (int i = 0; i < 5; ++i) {
+        QProcess process;
+        process.start(MK_WORKBENCH,
+                      { "--batch", "--script", script, MK_SCENES "/studio.gltf", "--", file });
+        QVERIFY2(process.waitForReadyRead(60000), process.readAllStandardError());
+        process.waitForFinished(int(random() % 100));
+        process.kill();
+        process.waitForFinished();
+        const auto layers = osg::RenderLayersPtr(
+            mkSceneFile::read(file).root->findAttachment(osg::RenderLayers::_type.getGroupId()));
+        QVERIFY(layers->getLayers().size() > 300);
+    }
 }
 
 HOST_TEST_MAIN(tst_Documents)

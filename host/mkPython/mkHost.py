@@ -238,15 +238,18 @@ def getRenderLayerStates(node=None):
     return _getRenderLayerStates(node)
 
 
-def storeRenderLayerState(name, node=None):
+def storeRenderLayerState(name, node=None, layer=None):
     """Stores the current render attributes of drawables under a name; returns their number.
 
     name: the state's name; what was stored under it is replaced. "" raises ValueError.
     node: where to begin; without it the whole scene.
+    layer: a layer to store in place of the current attributes: what its activation would set.
 
     activateRenderLayerState(name) brings them back; the groups above drawables keep what they carry.
     """
-    return _storeRenderLayerState(name, node)
+    if layer is not None and node is not None:
+        raise ValueError("A layer has nodes of its own.")
+    return _storeRenderLayerState(name, node) if layer is None else _storeLayerAsState(name, layer)
 
 
 def removeRenderLayerState(name, node=None):
@@ -299,6 +302,32 @@ def openScene(file):
     A file that cannot be read raises RuntimeError with the reason, and the open scene stays.
     """
     _openScene(_os.fsdecode(file))
+
+
+def mergeScene(file):
+    """Reads a scene file into the open scene, below its root; the file's layers come behind its own.
+
+    It raises RuntimeError as openScene does. A layer whose name is taken gets a number behind it.
+    """
+    _mergeScene(_os.fsdecode(file))
+
+
+def saveScene(file=None):
+    """Saves the scene with its layers and materials as a scene file, which becomes the scene's file.
+
+    file: without it the file that the scene is in; one of another format raises ValueError.
+
+    What cannot be written raises RuntimeError with the reason; the old file stays then.
+    """
+    target = _os.fsdecode(file) if file is not None else _getSceneFile()
+    if not target.endswith(".mkscene"):
+        raise ValueError(f"'{target}' is no name of a scene file: it does not end in .mkscene.")
+    _saveScene(target)
+
+
+def isModified():
+    """Returns whether the scene, its materials or its layers are not as they are in its file."""
+    return _isModified()
 
 
 def getSceneFile():
@@ -362,8 +391,11 @@ children; walk() gives everything below it, parents first.
      "Material getMaterials findMaterial createMaterial getMaterialNames getMaterialColor"),
     ("Scene files",
      """    mkHost.openScene("house.gltf")
+    mkHost.mergeScene("garden.mkscene")
+    if mkHost.isModified():
+        mkHost.saveScene("house.mkscene")
     print(mkHost.getSceneFile())""",
-     "openScene getSceneFile"),
+     "openScene mergeScene saveScene isModified getSceneFile"),
     ("Log",
      """    mkHost.logWarning("the layer is empty")""",
      "logInfo logWarning logError"),

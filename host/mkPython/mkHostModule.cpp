@@ -66,20 +66,6 @@ void selectNodes(const std::vector<mkNodePtr> &nodes)
     mkSelectionManager::selectNodes(nodes);
 }
 
-void openScene(const std::string &file)
-{
-    try {
-        mkScenegraph::openFile(QString::fromStdString(file));
-    } catch (const std::exception &failure) {
-        raise(PyExc_RuntimeError, file + ": " + failure.what());
-    }
-}
-
-std::string getSceneFile()
-{
-    return mkScenegraph::getFile().toStdString();
-}
-
 void logInfo(const std::string &text)
 {
     mkLog::info("%s", text.c_str());
@@ -102,8 +88,6 @@ void defineScene()
     define("_findNodeByPath", &findNodeByPath);
     define("_getSelectedNodes", &getSelectedNodes);
     define("_selectNodes", &selectNodes);
-    define("_openScene", &openScene);
-    define("_getSceneFile", &getSceneFile);
 }
 
 } // namespace
@@ -119,6 +103,7 @@ BOOST_PYTHON_MODULE(mkHost)
     define("_logError", &logError);
     mkHostParts::defineLayers();
     mkHostParts::defineStates();
+    mkHostParts::defineFiles();
     mkPython::load("mkHost.py", python::extract<python::dict>(python::scope().attr("__dict__")));
 }
 

@@ -6,5 +6,6 @@ namespace mkHostParts {
 
 void defineLayers();
 void defineStates();
+void defineFiles();
 
 } // namespace mkHostParts

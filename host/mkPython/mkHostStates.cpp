@@ -38,6 +38,23 @@ int storeRenderLayerState(const std::string &name, const osg::NodePtr &node)
     return count;
 }
 
+int storeLayerAsState(const std::string &name, const std::string &layerName)
+{
+    if (name.empty()) {
+        raise(PyExc_ValueError, "A state needs a name.");
+    }
+    const osg::RenderLayerPtr layer = mkScenegraph::getRenderLayer()->getAttachment()->findLayer(
+        layerName);
+    if (!layer) {
+        raise(PyExc_LookupError, "There is no render layer '" + layerName + "'.");
+    }
+    const int count = mkNodeUtils::storeRenderLayerState(layer, name);
+    if (count > 0) {
+        mkController::setModified(1);
+    }
+    return count;
+}
+
 int removeRenderLayerState(const std::string &name, const osg::NodePtr &node)
 {
     const int count = mkNodeUtils::removeRenderLayerState(startOf(node), name);
@@ -54,5 +71,6 @@ void mkHostParts::defineStates()
 {
     define("_getRenderLayerStates", &getRenderLayerStates);
     define("_storeRenderLayerState", &storeRenderLayerState);
+    define("_storeLayerAsState", &storeLayerAsState);
     define("_removeRenderLayerState", &removeRenderLayerState);
 }
