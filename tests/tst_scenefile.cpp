@@ -182,14 +182,12 @@ QString described(const NodePtr &node)
                    + (node->getCore() ? node->getCore()->getType().getName() : "");
     if (const auto attributes = mkNodeUtils::getRenderAttributes(node)) {
         text += ' ' + HostFixture::values(attributes);
-        for (const std::string name : { "", "a", "Größe", "名前" }) {
-            if (attributes->hasState(name)) {
-                const osg::RenderLayerPtr layer(osg::FieldContainerFactory::the()->getContainer(
-                    attributes->getStateLayerId(name)));
-                text += QString(" %1=%2").arg(QString::fromStdString(name),
-                                              layer ? QString::fromStdString(layer->getName())
-                                                    : QString("none"));
-            }
+        for (const std::string &name : attributes->getStateNames()) {
+            const osg::RenderLayerPtr layer(
+                osg::FieldContainerFactory::the()->getContainer(attributes->getStateLayerId(name)));
+            text += QString(" %1=%2").arg(QString::fromStdString(name),
+                                          layer ? QString::fromStdString(layer->getName())
+                                                : QString("none"));
         }
     }
     for (const NodePtr &child : node->getChildren()) {
