@@ -3,6 +3,7 @@
 #include "SceneTree.h"
 #include "SceneTreeModel.h"
 #include "StatusLine.h"
+#include "StoreStateDialog.h"
 #include "mkIconManager/mkIconManager.h"
 #include "mkKernel/mkController.h"
 #include "mkKernel/mkSelectionManager.h"
@@ -11,7 +12,6 @@
 
 #include <QAction>
 #include <QContextMenuEvent>
-#include <QInputDialog>
 #include <QLocale>
 #include <QMenu>
 
@@ -150,17 +150,18 @@ void SceneTree::collapseSelected()
 
 void SceneTree::storeState()
 {
-    bool agreed = false;
-    const QString name = QInputDialog::getText(this, tr("Store Render State"),
-                                               tr("Store the current render attributes of the "
-                                                  "selected drawables and of all below as:"),
-                                               QLineEdit::Normal, QString(), &agreed);
-    if (!agreed || name.isEmpty()) {
+    StoreStateDialog dialog(this);
+    if (dialog.exec() != QDialog::Accepted) {
         return;
     }
+    const std::string name = dialog.getName().toStdString();
     int count = 0;
-    for (const mkNodePtr &selected : mkScenegraph::getSelectedRootNodes()) {
-        count += mkNodeUtils::storeRenderLayerState(selected.get(), name.toStdString());
+    if (const osg::RenderLayerPtr layer = dialog.getLayer()) {
+        count = mkNodeUtils::storeRenderLayerState(layer, name);
+    } else {
+        for (const mkNodePtr &selected : mkScenegraph::getSelectedRootNodes()) {
+            count += mkNodeUtils::storeRenderLayerState(selected.get(), name);
+        }
     }
     if (count > 0) {
         mkController::setModified(1);
