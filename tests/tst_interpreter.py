@@ -129,6 +129,15 @@ class Interpreter(unittest.TestCase):
         self.assertIn("There is no plug-in directory '/no/such/directory'", done.stdout)
         self.assertNotIn("ran", done.stdout)
 
+    def test_example_reads_what_it_saved(self):
+        scenes = pathlib.Path(__file__).resolve().parent.parent / "scenes"
+        with tempfile.TemporaryDirectory() as directory:
+            file = pathlib.Path(directory, "studio.mkscene")
+            done = subprocess.run([*WORKBENCH, scenes / "passes.py", scenes / "studio.gltf", "--", file], env=ENVIRONMENT,
+                                  text=True, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, timeout=50)
+            self.assertEqual((done.stdout, done.returncode),
+                             (f"{file}: Beauty (44), Glass (5), Shadows (44), Clay (44)\n", 0))
+
 
 if __name__ == "__main__":
     if "--table" in sys.argv:
