@@ -104,7 +104,9 @@ BOOST_PYTHON_MODULE(mkHost)
     mkHostParts::defineLayers();
     mkHostParts::defineStates();
     mkHostParts::defineFiles();
-    mkPython::load("mkHost.py", python::extract<python::dict>(python::scope().attr("__dict__")));
+    const python::dict names = python::extract<python::dict>(python::scope().attr("__dict__"));
+    mkPython::load("mkHost.py", names);
+    mkPython::load("mkHostHelp.py", names);
 }
 
 namespace {
