@@ -110,7 +110,7 @@ void tst_ScriptWindow::scripts()
         for (QMenu *menu : window->findChildren<QMenu *>()) {
             for (QAction *action :
                  menu->title() == "Recent S&cripts" ? menu->actions() : QList<QAction *>()) {
-                names += action->text();
+                names += action->text().section(' ', 0, 0);
             }
         }
         return names.join(' ');
