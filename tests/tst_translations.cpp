@@ -1,8 +1,9 @@
 #include "HostFixture.h"
 #include "Translations.h"
 
+#include <QDockWidget>
 #include <QLocale>
-#include <QMessageBox>
+#include <QMenuBar>
 #include <QTest>
 
 class tst_translations : public QObject
@@ -21,6 +22,9 @@ void tst_translations::panelSpeaksGerman()
     HostFixture host;
     host.reset();
     QCOMPARE(host.panel()->windowTitle(), "Render-Ebene");
+    QCOMPARE(host.window()->menuBar()->actions().constFirst()->text(), "Rendern");
+    const auto *dock = host.window()->findChild<QDockWidget *>("Render Layer");
+    QCOMPARE(dock->windowTitle(), "Render-Ebene");
 
     QVERIFY(host.clickTool("Ebene anlegen"));
     QCOMPARE(host.rows(), "Ebene[]");

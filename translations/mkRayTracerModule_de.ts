@@ -2,6 +2,13 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="de_DE">
 <context>
+    <name>QMKDockWindowManager</name>
+    <message>
+        <source>Ray-Traced View</source>
+        <translation>Raytracing-Ansicht</translation>
+    </message>
+</context>
+<context>
     <name>mkRayLayersDialog</name>
     <message>
         <source>Render Layers</source>

@@ -2,6 +2,17 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="de_DE">
 <context>
+    <name>QMKDockWindowManager</name>
+    <message>
+        <source>Render Layer</source>
+        <translation>Render-Ebene</translation>
+    </message>
+    <message>
+        <source>Rendering</source>
+        <translation>Rendern</translation>
+    </message>
+</context>
+<context>
     <name>RenderLayer</name>
     <message>
         <source>On</source>

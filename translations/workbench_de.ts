@@ -386,6 +386,29 @@
     </message>
 </context>
 <context>
+    <name>QMKDockWindowManager</name>
+    <message>
+        <source>Scene</source>
+        <translation>Szene</translation>
+    </message>
+    <message>
+        <source>Attributes</source>
+        <translation>Attribute</translation>
+    </message>
+    <message>
+        <source>Materials</source>
+        <translation>Materialien</translation>
+    </message>
+    <message>
+        <source>Log</source>
+        <translation>Protokoll</translation>
+    </message>
+    <message>
+        <source>Python Console</source>
+        <translation>Python-Konsole</translation>
+    </message>
+</context>
+<context>
     <name>RenderAttributes</name>
     <message>
         <source>Visible</source>

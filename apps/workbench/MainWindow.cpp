@@ -98,14 +98,17 @@ void MainWindow::createHelpMenu()
 void MainWindow::createDocks()
 {
     scenePane = new ScenePane(watcher);
-    sceneDock = addDock("Scene", scenePane, "SceneTree", Qt::LeftDockWidgetArea);
-    attributesDock = addDock("Attributes", new AttributesView(watcher), "Attributes",
-                             Qt::LeftDockWidgetArea);
-    materialsDock = addDock("Materials", new MaterialsPane(watcher), "Material",
-                            Qt::LeftDockWidgetArea);
-    logDock = addDock("Log", new LogView, "Log", Qt::BottomDockWidgetArea);
+    sceneDock = addDock(QT_TRANSLATE_NOOP("QMKDockWindowManager", "Scene"), scenePane, "SceneTree",
+                        Qt::LeftDockWidgetArea);
+    attributesDock = addDock(QT_TRANSLATE_NOOP("QMKDockWindowManager", "Attributes"),
+                             new AttributesView(watcher), "Attributes", Qt::LeftDockWidgetArea);
+    materialsDock = addDock(QT_TRANSLATE_NOOP("QMKDockWindowManager", "Materials"),
+                            new MaterialsPane(watcher), "Material", Qt::LeftDockWidgetArea);
+    logDock = addDock(QT_TRANSLATE_NOOP("QMKDockWindowManager", "Log"), new LogView, "Log",
+                      Qt::BottomDockWidgetArea);
     console = new PythonConsole;
-    consoleDock = addDock("Python Console", console, "Console", Qt::BottomDockWidgetArea);
+    consoleDock = addDock(QT_TRANSLATE_NOOP("QMKDockWindowManager", "Python Console"), console,
+                          "Console", Qt::BottomDockWidgetArea);
 }
 
 QDockWidget *MainWindow::addDock(const char *name, QWidget *widget, const char *icon,

@@ -3,12 +3,22 @@
 #include "mkUtils/mkTrace.h"
 
 #include <QAction>
+#include <QCoreApplication>
 #include <QEvent>
 #include <QMainWindow>
 #include <QMenu>
 #include <QMenuBar>
 #include <QTabWidget>
 #include <QTimer>
+
+namespace {
+
+QString translated(const char *name)
+{
+    return QCoreApplication::translate("QMKDockWindowManager", name);
+}
+
+} // namespace
 
 QMKDockWindowManager::QMKDockWindowManager(QMainWindow *mainWindow)
     : QObject(mainWindow)
@@ -21,9 +31,8 @@ QMKDockWidget *QMKDockWindowManager::add(const char *name, const QString &group,
                                          bool visible, QMenu *menu)
 {
     mkTrace::call("QMKDockWindowManager::add", name, group, toolclip, label, int(area), visible);
-    const QString title = QString::fromUtf8(name);
-    auto *const dock = new QMKDockWidget(title, window);
-    dock->setObjectName(title);
+    auto *const dock = new QMKDockWidget(translated(name), window);
+    dock->setObjectName(QString::fromUtf8(name));
     dock->setProperty("toolclip", toolclip);
     dock->setWindowIcon(icon);
     dock->setWidget(widget);
@@ -65,7 +74,7 @@ void QMKDockWindowManager::addCentral(const char *name, const QString &group, QW
                                       const QIcon &icon, const QList<QAction *> &actions)
 {
     mkTrace::call("QMKDockWindowManager::addCentral", name, group);
-    const QString title = QString::fromUtf8(name);
+    const QString title = translated(name);
     if (!middle) {
         middle = new QTabWidget(window);
         middle->setDocumentMode(true);
@@ -148,7 +157,7 @@ QMenu *QMKDockWindowManager::groupMenu(const QString &group)
 {
     QMenu *&menu = menus[group];
     if (!menu) {
-        menu = window->menuBar()->addMenu(group);
+        menu = window->menuBar()->addMenu(translated(group.toUtf8().constData()));
     }
     return menu;
 }

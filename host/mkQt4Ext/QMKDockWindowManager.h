@@ -18,7 +18,9 @@ class QMainWindow;
 class QMenu;
 class QTabWidget;
 
-/// Puts panels into dock windows of the main window and into its menus, one menu a group.
+/// Puts panels into dock windows of the main window and into its menus, one menu a group. Names and
+/// groups come untranslated, since they identify, and are shown as the translations in the context
+/// "QMKDockWindowManager" have them.
 class MK_HOST_API QMKDockWindowManager : public QObject
 {
     Q_OBJECT

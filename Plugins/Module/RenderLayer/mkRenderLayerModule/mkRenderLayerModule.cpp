@@ -53,10 +53,11 @@ mkRenderLayerModule::mkRenderLayerModule()
     });
     panel = new mkRenderLayerGUIW(mkController::getMainWindow(), QStringLiteral("Module"));
     // The host keeps these texts, so they must not lie in the library, which may be unloaded.
-    mkController::getDockWindowManager()->add("Render Layer", QLatin1String("Rendering"), panel,
-                                              QLatin1String("Toolclip_Layers"),
-                                              mkIconManager::getIcon("ModuleRenderLayer", ""),
-                                              tr("Layers"), Qt::NoDockWidgetArea, true, nullptr);
+    mkController::getDockWindowManager()
+        ->add(QT_TRANSLATE_NOOP("QMKDockWindowManager", "Render Layer"),
+              QLatin1String(QT_TRANSLATE_NOOP("QMKDockWindowManager", "Rendering")), panel,
+              QLatin1String("Toolclip_Layers"), mkIconManager::getIcon("ModuleRenderLayer", ""),
+              tr("Layers"), Qt::NoDockWidgetArea, true, nullptr);
     createQuickActions();
     mkController::addCB(materialRenamed, materialRenamedCB);
     mkController::addCB(updateLayers, updateLayersCB);

@@ -30,8 +30,9 @@ mkRayTracerModule::mkRayTracerModule()
 {
     if (QMKDockWindowManager *const docks = mkController::getDockWindowManager()) {
         panel = new mkRayViewPanel(&session, mkController::getMainWindow());
-        docks->addCentral("Ray-Traced View", getGroup(), panel,
-                          mkIconManager::getIcon("Node/Camera", ""), panel->pictureActions());
+        docks->addCentral(QT_TRANSLATE_NOOP("QMKDockWindowManager", "Ray-Traced View"), getGroup(),
+                          panel, mkIconManager::getIcon("Node/Camera", ""),
+                          panel->pictureActions());
     }
     instance = this;
 }
