@@ -122,6 +122,14 @@
         <source>--size takes two numbers, as in 960x540, and --samples takes one, all above 0.</source>
         <translation>--size nimmt zwei Zahlen, etwa 960x540, und --samples eine, alle größer als 0.</translation>
     </message>
+    <message>
+        <source>As the first of three arguments: read a file of another format, write the scene file that the third one names, then exit.</source>
+        <translation>Als erstes von drei Argumenten: eine Datei eines anderen Formats lesen, die Szenendatei schreiben, die das dritte nennt, und enden.</translation>
+    </message>
+    <message>
+        <source>--convert takes a file to read and one to write.</source>
+        <translation>--convert braucht eine Datei zum Lesen und eine zum Schreiben.</translation>
+    </message>
 </context>
 <context>
     <name>LogView</name>
@@ -135,10 +143,6 @@
     <message>
         <source>Workbench</source>
         <translation>Workbench</translation>
-    </message>
-    <message>
-        <source>Open Scene</source>
-        <translation>Szene öffnen</translation>
     </message>
     <message>
         <source>Quit</source>
@@ -155,18 +159,6 @@
     <message>
         <source>&amp;File</source>
         <translation>&amp;Datei</translation>
-    </message>
-    <message>
-        <source>&amp;Open…</source>
-        <translation>Ö&amp;ffnen …</translation>
-    </message>
-    <message>
-        <source>Open &amp;Recent</source>
-        <translation>&amp;Zuletzt geöffnet</translation>
-    </message>
-    <message>
-        <source>&amp;Merge into Scene…</source>
-        <translation>In Szene ein&amp;fügen …</translation>
     </message>
     <message>
         <source>&amp;Quit</source>
@@ -193,64 +185,12 @@
         <translation>&amp;Ansicht</translation>
     </message>
     <message>
-        <source>Reading %1…</source>
-        <translation>%1 wird gelesen …</translation>
-    </message>
-    <message>
-        <source>Cancel</source>
-        <translation>Abbrechen</translation>
-    </message>
-    <message>
-        <source>Cancelling…</source>
-        <translation>Wird abgebrochen …</translation>
-    </message>
-    <message>
-        <source>%1 cannot be opened.</source>
-        <translation>%1 kann nicht geöffnet werden.</translation>
-    </message>
-    <message>
-        <source>Scene files (%1);;All files (*)</source>
-        <translation>Szenendateien (%1);;Alle Dateien (*)</translation>
-    </message>
-    <message>
-        <source>Open another scene and lose the changes to this one?</source>
-        <translation>Eine andere Szene öffnen und die Änderungen an dieser verlieren?</translation>
-    </message>
-    <message>
-        <source>Discard Changes</source>
-        <translation>Änderungen verwerfen</translation>
-    </message>
-    <message>
-        <source>Merge into Scene</source>
-        <translation>In Szene einfügen</translation>
-    </message>
-    <message>
-        <source>Scene Modified</source>
-        <translation>Szene geändert</translation>
-    </message>
-    <message>
-        <source>The scene has been modified, and the workbench cannot save scenes.</source>
-        <translation>Die Szene wurde geändert, und die Workbench kann keine Szenen speichern.</translation>
-    </message>
-    <message>
         <source>Waiting for the running statement to stop…</source>
         <translation>Warten auf das Ende der laufenden Anweisung …</translation>
     </message>
     <message>
-        <source>Quit and lose the changes to the scene?</source>
-        <translation>Beenden und die Änderungen an der Szene verlieren?</translation>
-    </message>
-    <message>
         <source>Discard Changes and Quit</source>
         <translation>Änderungen verwerfen und beenden</translation>
-    </message>
-    <message>
-        <source>Workbench[*]</source>
-        <translation>Workbench[*]</translation>
-    </message>
-    <message>
-        <source>%1[*] - Workbench</source>
-        <translation>%1[*] - Workbench</translation>
     </message>
     <message>
         <source>Keyboard Shortcuts</source>
@@ -283,6 +223,10 @@
     <message>
         <source>Find in Scene</source>
         <translation>In Szene suchen</translation>
+    </message>
+    <message>
+        <source>Save the changes before the workbench is closed?</source>
+        <translation>Änderungen speichern, bevor die Workbench geschlossen wird?</translation>
     </message>
 </context>
 <context>
@@ -409,6 +353,17 @@
     </message>
 </context>
 <context>
+    <name>RecentFiles</name>
+    <message>
+        <source>%1 – %2</source>
+        <translation>%1 – %2</translation>
+    </message>
+    <message>
+        <source>%1 (missing)</source>
+        <translation>%1 (fehlt)</translation>
+    </message>
+</context>
+<context>
     <name>RenderAttributes</name>
     <message>
         <source>Visible</source>
@@ -453,6 +408,141 @@
     <message>
         <source>Use override material</source>
         <translation>Ersatzmaterial verwenden</translation>
+    </message>
+</context>
+<context>
+    <name>SceneDocument</name>
+    <message>
+        <source>Workbench</source>
+        <translation>Workbench</translation>
+    </message>
+    <message>
+        <source>Open Scene</source>
+        <translation>Szene öffnen</translation>
+    </message>
+    <message>
+        <source>Save Scene</source>
+        <translation>Szene speichern</translation>
+    </message>
+    <message>
+        <source>Save Scene under Another Name</source>
+        <translation>Szene unter anderem Namen speichern</translation>
+    </message>
+    <message>
+        <source>&amp;Open…</source>
+        <translation>Ö&amp;ffnen …</translation>
+    </message>
+    <message>
+        <source>Open &amp;Recent</source>
+        <translation>&amp;Zuletzt geöffnet</translation>
+    </message>
+    <message>
+        <source>&amp;Merge into Scene…</source>
+        <translation>In Szene ein&amp;fügen …</translation>
+    </message>
+    <message>
+        <source>&amp;Save</source>
+        <translation>&amp;Speichern</translation>
+    </message>
+    <message>
+        <source>Save &amp;As…</source>
+        <translation>Speichern &amp;unter …</translation>
+    </message>
+    <message>
+        <source>%1 cannot be opened.</source>
+        <translation>%1 kann nicht geöffnet werden.</translation>
+    </message>
+    <message>
+        <source>%1 cannot be saved.</source>
+        <translation>%1 kann nicht gespeichert werden.</translation>
+    </message>
+    <message>
+        <source>Saved %1.</source>
+        <translation>%1 gespeichert.</translation>
+    </message>
+    <message>
+        <source>Scene Modified</source>
+        <translation>Szene geändert</translation>
+    </message>
+    <message>
+        <source>The scene has changes that are in no file.</source>
+        <translation>Die Szene hat Änderungen, die in keiner Datei sind.</translation>
+    </message>
+    <message>
+        <source>A scene without a file</source>
+        <translation>Eine Szene ohne Datei</translation>
+    </message>
+    <message>
+        <source>Recover Scene</source>
+        <translation>Szene wiederherstellen</translation>
+    </message>
+    <message>
+        <source>%1 was not saved when the workbench stopped.</source>
+        <translation>%1 war nicht gespeichert, als die Workbench endete.</translation>
+    </message>
+    <message>
+        <source>There is a copy of it as it was on %1.</source>
+        <translation>Es gibt eine Kopie vom Stand %1.</translation>
+    </message>
+    <message>
+        <source>Recover</source>
+        <translation>Wiederherstellen</translation>
+    </message>
+    <message>
+        <source>Discard Copy</source>
+        <translation>Kopie verwerfen</translation>
+    </message>
+    <message>
+        <source>Ask Again Later</source>
+        <translation>Später fragen</translation>
+    </message>
+    <message>
+        <source>%1 cannot be recovered.</source>
+        <translation>%1 kann nicht wiederhergestellt werden.</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>Abbrechen</translation>
+    </message>
+    <message>
+        <source>Scene</source>
+        <translation>Szene</translation>
+    </message>
+    <message>
+        <source>Scene files (*.%1 %2);;All files (*)</source>
+        <translation>Szenendateien (*.%1 %2);;Alle Dateien (*)</translation>
+    </message>
+    <message>
+        <source>Scene files (*.%1)</source>
+        <translation>Szenendateien (*.%1)</translation>
+    </message>
+    <message>
+        <source>scene</source>
+        <translation>szene</translation>
+    </message>
+    <message>
+        <source>%1 exists already. Replace it?</source>
+        <translation>%1 gibt es schon. Ersetzen?</translation>
+    </message>
+    <message>
+        <source>Save the changes before another scene is opened?</source>
+        <translation>Änderungen speichern, bevor eine andere Szene geöffnet wird?</translation>
+    </message>
+    <message>
+        <source>Discard Changes</source>
+        <translation>Änderungen verwerfen</translation>
+    </message>
+    <message>
+        <source>Merge into Scene</source>
+        <translation>In Szene einfügen</translation>
+    </message>
+    <message>
+        <source>Workbench[*]</source>
+        <translation>Workbench[*]</translation>
+    </message>
+    <message>
+        <source>%1[*] - Workbench</source>
+        <translation>%1[*] - Workbench</translation>
     </message>
 </context>
 <context>
@@ -504,14 +594,6 @@ Arten und Materialien: kind:mesh material:rubber</translation>
     <message>
         <source>Store Render State…</source>
         <translation>Render-Zustand speichern …</translation>
-    </message>
-    <message>
-        <source>Store Render State</source>
-        <translation>Render-Zustand speichern</translation>
-    </message>
-    <message>
-        <source>Store the current render attributes of the selected drawables and of all below as:</source>
-        <translation>Die aktuellen Render-Attribute der ausgewählten Objekte und aller darunter speichern als:</translation>
     </message>
     <message>
         <source>Scene and Materials</source>
@@ -615,6 +697,40 @@ Arten und Materialien: kind:mesh material:rubber</translation>
     <message>
         <source>%1 has failed: see the Python Console.</source>
         <translation>%1 ist fehlgeschlagen: siehe Python-Konsole.</translation>
+    </message>
+</context>
+<context>
+    <name>StoreStateDialog</name>
+    <message>
+        <source>Store Render State</source>
+        <translation>Render-Zustand speichern</translation>
+    </message>
+    <message>
+        <source>Selected drawables and all below, as they are now</source>
+        <translation>Ausgewählte Objekte und alle darunter, wie sie jetzt sind</translation>
+    </message>
+    <message>
+        <source>Layer %1</source>
+        <translation>Ebene %1</translation>
+    </message>
+    <message>
+        <source>&amp;Name:</source>
+        <translation>&amp;Name:</translation>
+    </message>
+    <message>
+        <source>&amp;Attributes:</source>
+        <translation>&amp;Attribute:</translation>
+    </message>
+</context>
+<context>
+    <name>mkScenegraph</name>
+    <message>
+        <source>Reading %1…</source>
+        <translation>%1 wird gelesen …</translation>
+    </message>
+    <message>
+        <source>Writing %1…</source>
+        <translation>%1 wird geschrieben …</translation>
     </message>
 </context>
 <context>

@@ -118,8 +118,14 @@ CommandLine CommandLine::parse(const QStringList &arguments,
     const QCommandLineOption language(QStringLiteral("language"),
                                       tr("Speak this language, as in de, and not the locale's."),
                                       tr("language"));
-    parser.addOptions(
-        { help, version, script, batch, snapshot, plugins, layers, size, samples, language });
+    // Used as it says, it never comes here, as it needs no window.
+    const QCommandLineOption convert(QStringLiteral("convert"),
+                                     tr("As the first of three arguments: read a file of another "
+                                        "format, write the scene file that the third one names, "
+                                        "then exit."),
+                                     tr("file"));
+    parser.addOptions({ help, version, script, batch, snapshot, plugins, layers, size, samples,
+                        language, convert });
     parser.addPositionalArgument(QStringLiteral("scene"), tr("Scene file to open."),
                                  QStringLiteral("[scene]"));
 
@@ -133,6 +139,11 @@ CommandLine CommandLine::parse(const QStringList &arguments,
         std::printf("%s %s\n", qUtf8Printable(QCoreApplication::applicationName()),
                     qUtf8Printable(QCoreApplication::applicationVersion()));
         result.done = true;
+    } else if (parser.isSet(convert)) {
+        std::fprintf(stderr, "workbench: %s\n",
+                     qUtf8Printable(tr("--convert takes a file to read and one to write.")));
+        result.done = true;
+        result.status = 1;
     } else if (!valid || scenes.size() > 1 || !hasLanguage) {
         const QString reason = !valid              ? parser.errorText()
                                : scenes.size() > 1 ? tr("Only one scene can be opened.")
