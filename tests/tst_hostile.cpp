@@ -41,7 +41,8 @@ Action triggering(const QString &trigger)
 Action sending(const std::string &name, std::uint64_t id = 0)
 {
     return [name, id](HostFixture &) {
-        HostFixture::send(name, mkMaterials::getMaterials().front(), id);
+        const auto &materials = mkMaterials::getMaterials();
+        HostFixture::send(name, materials.empty() ? osg::MaterialPtr() : materials.front(), id);
     };
 }
 
@@ -149,7 +150,6 @@ private Q_SLOTS:
     void messageWhileNameIsTyped();
     void whileDialogsAreOpen();
     void commandWithinACommand();
-    void messageWhileLayersAreDeleted();
 
 private:
     bool perform(const Command &command, const mkTrace::Interceptor &interceptor);
@@ -272,20 +272,15 @@ void tst_Hostile::messageWhileNameIsTyped()
         // The whole name is still selected, and so replaced by what is typed.
         host->rebuild();
         host->settle();
-        QTest::keyClicks(host->editor(), "wn");
+        QTest::keyClicks(host->editor(), "nw");
         QTest::keyClick(host->editor(), Qt::Key_Left);
         event(*host);
-        host->settle();
         host->rebuild();
         host->settle();
         QCOMPARE(host->editor() != nullptr, goesOn);
         if (goesOn) {
             QCOMPARE(QApplication::focusWidget(), host->editor());
-            QCOMPARE(host->editor()->text(), "wn");
-            QTest::keyClick(host->editor(), Qt::Key_Backspace);
-            QTest::keyClicks(host->editor(), "ne");
-            QTest::keyClick(host->editor(), Qt::Key_Delete);
-            QTest::keyClicks(host->editor(), "w");
+            QTest::keyClicks(host->editor(), "e");
             // The key is on its way when the next message comes.
             QTest::keyClick(host->editor(), Qt::Key_Return);
             host->rebuild();
@@ -300,13 +295,10 @@ void tst_Hostile::messageWhileNameIsTyped()
     };
     check([](HostFixture &with) { with.store()->moveDownLayer(0); }, true,
           "B[c d] new[a b] C[a e]");
-    check([](HostFixture &with) { with.store()->subLayer("A"); }, false, "B[c d] C[a e]");
     check([](HostFixture &with) { with.store()->addLayer("A"); }, false,
           "A[a b] B[c d] C[a e] A[]");
     // To another row, and so away from what is typed, which then counts.
-    check(running("activateRenderLayer('B')"), false, "wn[a b] B[c d] C[a e]");
-    QCOMPARE(host->selected(), "B*");
-    check([](HostFixture &with) { with.click("B", 1); }, false, "wn[a b] B[c d] C[a e]");
+    check(running("activateRenderLayer('B')"), false, "nw[a b] B[c d] C[a e]");
     QCOMPARE(host->selected(), "B*");
 }
 
@@ -351,6 +343,13 @@ void tst_Hostile::whileDialogsAreOpen()
             with.node("e")->setName("fresh");
             with.addLayer("Z", { "fresh" });
         });
+        if (command.name == "confirmed delete") {
+            check(command, [](HostFixture &) { delete QApplication::activeModalWidget(); });
+            check(command, [](HostFixture &with) {
+                QApplication::activeModalWidget()->setParent(nullptr);
+                delete with.panel();
+            });
+        }
         // In the warning about a name Qt itself is at work with the panel, below the slot.
         if (!command.name.startsWith("rename")) {
             check(command, [](HostFixture &with) { delete with.panel(); });
@@ -415,18 +414,6 @@ void tst_Hostile::commandWithinACommand()
     const QString after = before + ' ' + QString(80, 'x') + "[]";
     check("mkRenderLayer::getAttachment", another, after, false);
     check("mkRenderLayer::getAttachment", sceneRead, after, true);
-}
-
-void tst_Hostile::messageWhileLayersAreDeleted()
-{
-    const auto tell = [](const char *call) {
-        if (strcmp(call, "mkRenderLayer::subLayer") == 0) {
-            HostFixture::rebuild();
-        }
-    };
-    QVERIFY(perform({ "delete", { "A", "B/c", "B/d" }, triggering("Del") }, tell));
-    QCOMPARE(host->stored(), "B[] C[a e]");
-    QCOMPARE(host->rows(), host->stored());
 }
 
 HOST_TEST_MAIN(tst_Hostile)

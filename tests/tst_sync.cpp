@@ -75,7 +75,6 @@ void tst_Sync::rebuild()
 
 void tst_Sync::damagedStore()
 {
-    const QString whole = host.rows();
     for (const auto &entry : { osg::Ptr<osg::Group>(), osg::Group::create() }) {
         init();
         host.select({ "A", "B" });
@@ -88,7 +87,7 @@ void tst_Sync::damagedStore()
         QCOMPARE(host.rows(), QString());
         // It cannot be shown, but cleaned up.
         host.action("Cleanup")->trigger();
-        QCOMPARE(host.rows(), whole + " A1[] A2[a b] B1[c d]");
+        QCOMPARE(host.rows(), "A[a b] B[c d] C[a e] A1[] A2[a b] B1[c d]");
 
         host.store()->getAttachment()->getLayer(0)->replaceAttributes(host.node("a"), entry);
         host.rebuild();
@@ -150,7 +149,6 @@ void tst_Sync::newRowsFit()
             host.store()->setLayerName(1, name.toStdString());
             host.action("Duplicate Layer")->trigger();
         },
-        [&] { host.action("Add Selected Nodes")->trigger(); },
         [&] {
             // The column was fitted to the old name before.
             host.row("A")->setExpanded(false);
@@ -180,21 +178,16 @@ void tst_Sync::newRowsFit()
 void tst_Sync::reusedIds()
 {
     host.addLayer("a", { "c" });
-    for (const bool reused : { false, true }) {
-        host.rebuild();
-        host.select({ "A/a" });
-        const std::uint32_t id = host.node("a")->getId();
-        host.kill("a");
-        std::vector<osg::FieldContainerPtr> others;
-        while (reused && !osg::FieldContainerFactory::the()->getContainer(id)) {
-            others.push_back(osg::Group::create());
-        }
-        host.rebuild();
-        QCOMPARE(host.selected(), "a*");
-        host.reset();
-        host.addLayers();
-        host.addLayer("a", { "c" });
+    host.rebuild();
+    host.select({ "A/a" });
+    const std::uint32_t id = host.node("a")->getId();
+    host.kill("a");
+    std::vector<osg::FieldContainerPtr> others;
+    while (!osg::FieldContainerFactory::the()->getContainer(id)) {
+        others.push_back(osg::Group::create());
     }
+    host.rebuild();
+    QCOMPARE(host.selected(), "a*");
 }
 
 void tst_Sync::rebuildIsSilent()

@@ -2,30 +2,12 @@
 
 #include "HostFixture.h"
 
-#include "mkOpenSGUtils/mkMaterials.h"
-#include "mkOpenSGUtils/mkNodeUtils.h"
-
 #include <QTreeWidgetItemIterator>
 
 #include <algorithm>
 #include <map>
 
 namespace {
-
-QString nameOf(const osg::MaterialPtr &material)
-{
-    return material ? QString(mkMaterials::getName(material)) : "Empty";
-}
-
-QString nameOf(const osg::Node *node)
-{
-    return QString::fromStdString(node->getName());
-}
-
-QString values(const PanelModel::Attributes &attributes)
-{
-    return attributes.flags + ' ' + nameOf(attributes.material);
-}
 
 QString uniqueName(const QString &name, const QStringList &taken)
 {
@@ -34,6 +16,53 @@ QString uniqueName(const QString &name, const QStringList &taken)
         candidate = name + QString::number(number);
     }
     return candidate;
+}
+
+void setFlags(const osg::RaytracingGeoAttachmentPtr &attributes, const QString &flags)
+{
+    for (int column = 1; column <= 11; ++column) {
+        HostFixture::flag(attributes, column) = flags[column - 1] == '1';
+    }
+}
+
+osg::RaytracingGeoAttachmentPtr attributesIn(const osg::RenderLayerPtr &layer, int node)
+{
+    const auto &all = layer->getAttributes();
+    return osg::RaytracingGeoAttachmentPtr(node < int(all.size()) ? all[std::size_t(node)]
+                                                                  : osg::FieldContainerPtr());
+}
+
+QString describe(const mkRenderLayer &store)
+{
+    QString text = "store\n";
+    for (std::size_t i = 0; i < store.getAttachment()->getLayers().size(); ++i) {
+        const osg::RenderLayerPtr layer = store.getAttachment()->getLayer(i);
+        text += QString("  %1 %2\n")
+                    .arg(layer->getName().c_str(), layer->getState() ? "open" : "closed");
+        for (std::size_t j = 0; j < layer->getNodes().size(); ++j) {
+            const osg::NodePtr node = layer->getNodes()[j];
+            text += QString("    %1 #%2 %3\n")
+                        .arg(node->getName().c_str())
+                        .arg(node->getId())
+                        .arg(HostFixture::values(attributesIn(layer, int(j))));
+        }
+    }
+    return text;
+}
+
+QString describe(const QVector<PanelModel::Row> &rows, int current)
+{
+    QString text = "rows\n";
+    for (int i = 0; i < rows.size(); ++i) {
+        const PanelModel::Row &row = rows[i];
+        text += QString(row.selected ? "  x" : "  -") + (row.selected && i == current ? "*|" : " |")
+                + row.text + '|'
+                + (row.isNode() ? row.cells
+                   : row.open   ? "open"
+                                : "closed")
+                + '\n';
+    }
+    return text;
 }
 
 } // namespace
@@ -61,43 +90,22 @@ PanelModel::Rows PanelModel::selected(bool nodes) const
     });
 }
 
-int PanelModel::layerNamed(const QString &name) const
-{
-    const auto found = std::find_if(store.begin(), store.end(),
-                                    [&](const Layer &layer) { return layer.name == name; });
-    return found == store.end() ? -1 : int(found - store.begin());
-}
-
 osg::NodePtr PanelModel::resolve(int row) const
 {
     return osg::NodePtr(osg::FieldContainerFactory::the()->getContainer(rows[row].id));
 }
 
-PanelModel::Member *PanelModel::member(int layer, const osg::Node *node)
+osg::RaytracingGeoAttachmentPtr PanelModel::attributesOf(int row) const
 {
-    if (!node || layer >= store.size()) {
-        return nullptr;
-    }
-    auto &all = store[layer].members;
-    const auto found = std::find_if(all.begin(), all.end(),
-                                    [&](const Member &other) { return other.node == node; });
-    return found == all.end() ? nullptr : &*found;
+    return store.getAttributes(unsigned(rows[row].layer), resolve(row));
 }
 
-PanelModel::Attributes *PanelModel::attributesOf(int row)
-{
-    Member *const found = member(rows[row].layer, resolve(row).get());
-    return found && found->attributes ? &*found->attributes : nullptr;
-}
-
-PanelModel::Attributes *PanelModel::attributesAt(int row)
+osg::RaytracingGeoAttachmentPtr PanelModel::attributesAt(int row) const
 {
     const auto [layer, node] = std::pair(rows[row].layer, rows[row].node);
-    if (!resolve(row) || layer >= store.size() || node >= store[layer].members.size()) {
-        return nullptr;
-    }
-    auto &attributes = store[layer].members[node].attributes;
-    return attributes ? &*attributes : nullptr;
+    return resolve(row) && layer < layerCount()
+               ? attributesIn(store.getAttachment()->getLayer(std::size_t(layer)), node)
+               : osg::RaytracingGeoAttachmentPtr();
 }
 
 void PanelModel::changed(bool keepSelection)
@@ -134,9 +142,7 @@ void PanelModel::selectAll()
 void PanelModel::setOpen(int row, bool open)
 {
     rows[row].open = open;
-    if (rows[row].layer < store.size()) {
-        store[rows[row].layer].open = open;
-    }
+    store.setCollapseState(unsigned(rows[row].layer), open);
 }
 
 void PanelModel::createLayer(const QString &name)
@@ -145,28 +151,24 @@ void PanelModel::createLayer(const QString &name)
     for (const int layer : layerRows()) {
         taken += rows[layer].text;
     }
-    store.push_back({ uniqueName(name.isEmpty() ? "Layer" : name, taken) });
+    store.addLayer(uniqueName(name.isEmpty() ? "Layer" : name, taken).toStdString());
     changed(false);
 }
 
-void PanelModel::commitText(int row, int column, const QString &text)
+void PanelModel::commitName(int row, const QString &name)
 {
-    // The other columns of a layer row are empty: any text is a change there.
-    if (column == 0 && rows[row].text == text) {
+    if (rows[row].text == name) {
         return;
     }
-    if (column == 0) {
-        rows[row].text = text;
-    }
-    const QString name = rows[row].text;
+    rows[row].text = name;
     int namesakes = -1;
     for (const int layer : layerRows()) {
         namesakes += rows[layer].text == name ? 1 : 0;
     }
     if (!name.isEmpty()) {
         warnings += namesakes;
-        if (namesakes == 0 && rows[row].layer < store.size()) {
-            store[rows[row].layer].name = name;
+        if (namesakes == 0) {
+            store.setLayerName(unsigned(rows[row].layer), name.toStdString());
         }
     }
     rebuild(false);
@@ -176,15 +178,13 @@ void PanelModel::duplicateLayers()
 {
     const Rows layers = selected(false);
     QStringList taken;
-    for (const Layer &layer : store) {
-        taken += layer.name;
+    for (int i = 0; i < layerCount(); ++i) {
+        taken += store.getAttachment()->getLayer(std::size_t(i))->getName().c_str();
     }
     for (const int row : layers) {
         taken += uniqueName(rows[row].text, taken);
-        if (rows[row].layer < store.size()) {
-            store.push_back(Layer(store[rows[row].layer]));
-            store.back().name = taken.last();
-        }
+        osg::RenderLayerPtr copy;
+        store.copyLayer(unsigned(rows[row].layer), taken.last().toStdString(), &copy);
     }
     if (!layers.empty()) {
         changed(false);
@@ -220,8 +220,13 @@ void PanelModel::move(int by, const Rows &order)
             std::reverse(group.begin(), group.end());
         }
         for (const int row : group) {
-            rows[row].isNode() ? storeMoveNode(rows[row].layer, resolve(row).get(), by)
-                               : storeMoveLayer(rows[row].layer, by);
+            const auto layer = unsigned(rows[row].layer);
+            if (rows[row].isNode()) {
+                by < 0 ? store.moveUpNode(layer, resolve(row))
+                       : store.moveDownNode(layer, resolve(row));
+            } else {
+                by < 0 ? store.moveUpLayer(layer) : store.moveDownLayer(layer);
+            }
         }
     }
     if (!groups.empty()) {
@@ -233,10 +238,7 @@ void PanelModel::removeSelectedLayers()
 {
     const Rows layers = selected(false);
     for (const int row : layers) {
-        const int index = layerNamed(rows[row].text);
-        if (index >= 0) {
-            store.remove(index);
-        }
+        store.subLayer(rows[row].text.toStdString());
     }
     if (!layers.empty()) {
         changed(true);
@@ -247,14 +249,14 @@ void PanelModel::removeSelectedNodes()
 {
     const Rows nodes = selected(true);
     for (const int row : nodes) {
-        storeSubNode(rows[row].layer, resolve(row).get());
+        store.subNode(unsigned(rows[row].layer), resolve(row));
     }
     if (!nodes.empty()) {
         changed(false);
     }
 }
 
-void PanelModel::addNodes(const std::vector<osg::NodePtr> &nodes)
+void PanelModel::addNodes(const Nodes &nodes)
 {
     bool any = false;
     for (const int layer : layerRows()) {
@@ -264,7 +266,7 @@ void PanelModel::addNodes(const std::vector<osg::NodePtr> &nodes)
             })) {
             any = true;
             for (const osg::NodePtr &node : nodes) {
-                storeAddNode(rows[layer].layer, node.get());
+                addTo(unsigned(rows[layer].layer), node);
             }
         }
     }
@@ -276,9 +278,9 @@ void PanelModel::addNodes(const std::vector<osg::NodePtr> &nodes)
 void PanelModel::applyAttributes(const QString &flags)
 {
     for (int row = 0; row < rows.size(); ++row) {
-        Attributes *const attributes = attributesOf(row);
+        const auto attributes = attributesOf(row);
         if (attributes && (rows[row].selected || rows[layerOf(row)].selected)) {
-            attributes->flags = flags;
+            setFlags(attributes, flags);
         }
     }
     changed(true);
@@ -288,9 +290,9 @@ void PanelModel::clearMaterials()
 {
     const Rows nodes = selected(true);
     for (const int row : nodes) {
-        if (Attributes *const attributes = attributesOf(row)) {
-            attributes->material = osg::NullFC;
-            attributes->flags[10] = '0';
+        if (const auto attributes = attributesOf(row)) {
+            attributes->setOverrideMaterial(osg::NullFC);
+            HostFixture::flag(attributes, 11) = false;
         }
     }
     if (!nodes.empty()) {
@@ -307,24 +309,24 @@ void PanelModel::toggleCell(int row, int column)
 
 void PanelModel::writeCells(int row)
 {
-    if (Attributes *const attributes = attributesOf(row)) {
-        attributes->flags = rows[row].cells.left(11).replace(' ', '0');
+    if (const auto attributes = attributesOf(row)) {
+        setFlags(attributes, rows[row].cells);
     }
 }
 
 void PanelModel::clickClearButton(int row)
 {
-    if (Attributes *const attributes = attributesOf(row)) {
-        attributes->material = osg::NullFC;
+    if (const auto attributes = attributesOf(row)) {
+        attributes->setOverrideMaterial(osg::NullFC);
     }
     writeCells(row);
-    if (const Attributes *const attributes = attributesAt(row)) {
-        rows[row].cells = rows[row].cells.left(12) + nameOf(attributes->material);
+    if (const auto attributes = attributesAt(row)) {
+        rows[row].cells = rows[row].cells.left(12) + HostFixture::values(attributes).mid(12);
     }
     modified = true;
 }
 
-void PanelModel::dropNodes(int row, const std::vector<osg::NodePtr> &nodes)
+void PanelModel::dropNodes(int row, const Nodes &nodes)
 {
     modified = true;
     if (rows[row].isNode()) {
@@ -335,7 +337,7 @@ void PanelModel::dropNodes(int row, const std::vector<osg::NodePtr> &nodes)
         return;
     }
     for (const osg::NodePtr &node : nodes) {
-        storeAddNode(rows[row].layer, node.get());
+        addTo(unsigned(rows[row].layer), node);
     }
     rebuild(false);
 }
@@ -343,37 +345,15 @@ void PanelModel::dropNodes(int row, const std::vector<osg::NodePtr> &nodes)
 void PanelModel::dropMaterial(int row, const osg::MaterialPtr &material)
 {
     modified = true;
-    Attributes *const attributes = rows[row].isNode() && material ? attributesAt(row) : nullptr;
+    const auto attributes = rows[row].isNode() && material ? attributesAt(row)
+                                                           : osg::RaytracingGeoAttachmentPtr();
     if (attributes) {
-        attributes->material = material;
-        rows[row].cells = values(*attributes);
+        attributes->setOverrideMaterial(material);
+        rows[row].cells = HostFixture::values(attributes);
     }
 }
 
-void PanelModel::cleanup()
-{
-    for (Layer &layer : store) {
-        const auto gone = [](const Member &member) {
-            return !mkScenegraph::isInScene(osg::NodePtr(member.node));
-        };
-        auto &all = layer.members;
-        all.erase(std::remove_if(all.begin(), all.end(), gone), all.end());
-    }
-    rebuild(false);
-}
-
-void PanelModel::materialRenamed(const osg::MaterialPtr &material)
-{
-    for (const Layer &layer : qAsConst(store)) {
-        for (const Member &member : layer.members) {
-            if (member.attributes && member.attributes->material == material) {
-                return rebuild(false);
-            }
-        }
-    }
-}
-
-std::vector<osg::NodePtr> PanelModel::nodesOf(const Rows &order) const
+PanelModel::Nodes PanelModel::nodesOf(const Rows &order) const
 {
     const Rows layers = selected(false);
     Rows wanted;
@@ -385,7 +365,7 @@ std::vector<osg::NodePtr> PanelModel::nodesOf(const Rows &order) const
         });
         wanted += layers;
     }
-    std::vector<osg::NodePtr> nodes;
+    Nodes nodes;
     for (const int top : qAsConst(wanted)) {
         for (const int row : rows[top].isNode() ? Rows{ top } : below(top)) {
             const osg::NodePtr node = resolve(row);
@@ -406,8 +386,9 @@ void PanelModel::rebuild(bool keepSelection)
     const auto remember = [&](int row) {
         const osg::NodePtr node = resolve(row);
         bool lives = mkScenegraph::isInScene(node);
-        for (int i = 0; i < store.size(); ++i) {
-            lives |= member(i, node.get()) != nullptr;
+        for (int i = 0; i < layerCount(); ++i) {
+            const auto &members = store.getAttachment()->getLayer(std::size_t(i))->getNodes();
+            lives |= node && std::find(members.begin(), members.end(), node) != members.end();
         }
         if (lives) {
             nodes.emplace_back(node, rows[layerOf(row)].text);
@@ -424,12 +405,14 @@ void PanelModel::rebuild(bool keepSelection)
 
     rows.clear();
     current = -1;
-    for (int i = 0; i < store.size(); ++i) {
-        rows.push_back({ i, -1, store[i].name, store[i].open });
-        for (int j = 0; j < store[i].members.size(); ++j) {
-            const auto &[node, attributes] = store[i].members[j];
-            rows.push_back({ i, j, nameOf(node), false, node->getId(),
-                             attributes ? values(*attributes) : QString(12, ' ') });
+    for (int i = 0; i < layerCount(); ++i) {
+        const osg::RenderLayerPtr layer = store.getAttachment()->getLayer(std::size_t(i));
+        rows.push_back({ i, -1, layer->getName().c_str(), layer->getState() != 0 });
+        for (int j = 0; j < int(layer->getNodes().size()); ++j) {
+            const osg::NodePtr node = layer->getNodes()[std::size_t(j)];
+            const auto attributes = attributesIn(layer, j);
+            rows.push_back({ i, j, node->getName().c_str(), false, node->getId(),
+                             attributes ? HostFixture::values(attributes) : QString(12, ' ') });
         }
     }
     for (int row = 0; row < rows.size(); ++row) {
@@ -445,84 +428,20 @@ void PanelModel::rebuild(bool keepSelection)
     }
 }
 
-void PanelModel::storeAddNode(int layer, osg::Node *node)
-{
-    const bool takes = layer < store.size() && node && node != mkScenegraph::getRoot().get();
-    if (takes && !member(layer, node)) {
-        store[layer].members.push_back({ node });
-    }
-}
-
-void PanelModel::storeSubNode(int layer, osg::Node *node)
-{
-    if (Member *const found = member(layer, node)) {
-        store[layer].members.erase(found);
-    }
-}
-
-void PanelModel::storeMoveLayer(int layer, int by)
-{
-    if (layer < store.size() && layer + by >= 0 && layer + by < store.size()) {
-        std::swap(store[layer], store[layer + by]);
-    }
-}
-
-void PanelModel::storeMoveNode(int layer, osg::Node *node, int by)
-{
-    if (Member *const found = member(layer, node)) {
-        auto &all = store[layer].members;
-        const auto other = found - all.data() + by;
-        if (other >= 0 && other < all.size()) {
-            std::swap(*found, all[int(other)]);
-        }
-    }
-}
-
-PanelModel PanelModel::read(const QTreeWidget *tree)
-{
-    PanelModel real;
-    const osg::RenderLayersPtr content = mkScenegraph::getRenderLayer()->getAttachment();
-    for (std::size_t i = 0; i < content->getLayers().size(); ++i) {
-        const osg::RenderLayerPtr layer = content->getLayer(i);
-        real.store.push_back({ QString::fromStdString(layer->getName()), layer->getState() != 0 });
-        for (const osg::NodePtr &node : layer->getNodes()) {
-            real.store.back().members.push_back({ node.get(), std::nullopt });
-            if (const osg::RaytracingGeoAttachmentPtr found{ layer->findAttributes(node) }) {
-                real.store.back().members.back().attributes = { HostFixture::values(found).left(11),
-                                                                found->getOverrideMaterial() };
-            }
-        }
-    }
-    for (QTreeWidgetItemIterator it(const_cast<QTreeWidget *>(tree)); *it; ++it) {
-        const bool isNode = (*it)->parent();
-        if (*it == tree->currentItem()) {
-            real.current = real.rows.size();
-        }
-        real.rows.push_back({ 0, isNode ? 0 : -1, (*it)->text(0), (*it)->isExpanded(), 0,
-                              isNode ? HostFixture::cells(*it) : QString(), (*it)->isSelected() });
-    }
-    return real;
-}
-
 QString PanelModel::describe() const
 {
-    QString text = "store\n";
-    for (const Layer &layer : store) {
-        text += QString("  %1 %2\n").arg(layer.name, layer.open ? "open" : "closed");
-        for (const Member &member : layer.members) {
-            text += QString("    %1 #%2 ").arg(nameOf(member.node)).arg(member.node->getId());
-            text += (member.attributes ? values(*member.attributes) : "none") + '\n';
-        }
+    return ::describe(store) + ::describe(rows, current);
+}
+
+QString PanelModel::describe(const QTreeWidget *tree)
+{
+    QVector<Row> rows;
+    int current = -1;
+    for (QTreeWidgetItemIterator it(const_cast<QTreeWidget *>(tree)); *it; ++it) {
+        const bool isNode = (*it)->parent();
+        current = *it == tree->currentItem() ? rows.size() : current;
+        rows.push_back({ 0, isNode ? 0 : -1, (*it)->text(0), (*it)->isExpanded(), 0,
+                         isNode ? HostFixture::cells(*it) : QString(), (*it)->isSelected() });
     }
-    text += "rows\n";
-    for (int i = 0; i < rows.size(); ++i) {
-        const Row &row = rows[i];
-        text += QString(row.selected ? "  x" : "  -") + (row.selected && i == current ? "*|" : " |")
-                + row.text + '|'
-                + (row.isNode() ? row.cells
-                   : row.open   ? "open"
-                                : "closed")
-                + '\n';
-    }
-    return text;
+    return ::describe(*HostFixture::store()) + ::describe(rows, current);
 }

@@ -2,37 +2,20 @@
 
 #include "OSGSystem/Material.h"
 #include "OSGSystem/Node.h"
+#include "mkKernel/mkScenegraph.h"
+#include "mkOpenSGUtils/mkRenderLayer.h"
 
 #include <QStringList>
 #include <QVector>
 
-#include <optional>
-
 class QTreeWidget;
 
-/// What the store and the panel should hold, in plain values, written from what each operation
-/// promises. An operation of the model is run before the panel's own, while every node that it
-/// speaks of still lives.
+/// What the store and the panel should hold: a store of its own, and rows in plain values, written
+/// from what each operation promises. An operation of the model is run before the panel's own,
+/// while every node that it speaks of still lives.
 class PanelModel
 {
 public:
-    struct Attributes
-    {
-        QString flags = "11111111110";
-        osg::MaterialPtr material = osg::NullFC;
-    };
-    struct Member
-    {
-        osg::Node *node;
-        /// Nothing for a member that the store holds no attributes for.
-        std::optional<Attributes> attributes = Attributes();
-    };
-    struct Layer
-    {
-        QString name;
-        bool open = false;
-        QVector<Member> members = {};
-    };
     /// A row of the tree, with its place in the store; layer rows have node -1.
     struct Row
     {
@@ -48,8 +31,9 @@ public:
     };
     /// Indices of rows.
     using Rows = QVector<int>;
+    using Nodes = std::vector<osg::NodePtr>;
 
-    QVector<Layer> store;
+    mkRenderLayer store{ osg::Node::create() };
     /// All rows from top to bottom, also those under closed layers.
     QVector<Row> rows;
     int current = -1;
@@ -59,11 +43,20 @@ public:
 
     bool isSelected(int row) const { return row >= 0 && rows[row].selected; }
     int layerOf(int row) const { return row - rows[row].node - 1; }
+    int layerCount() const { return int(store.getAttachment()->getLayers().size()); }
     template <typename Wanted>
     Rows where(Wanted wanted) const;
     Rows layerRows() const;
     Rows visibleRows() const;
-    int layerNamed(const QString &name) const;
+
+    /// The model's store has another root than the scene, which refuses its own.
+    template <typename Layer>
+    void addTo(const Layer &layer, const osg::NodePtr &node)
+    {
+        if (node != mkScenegraph::getRoot()) {
+            store.addNode(layer, node);
+        }
+    }
 
     // The user in the tree. `order` is the selection in the order in which Qt lists it.
     void selectOnly(int row);
@@ -71,49 +64,39 @@ public:
     void selectAll();
     void setOpen(int row, bool open);
     void createLayer(const QString &name);
-    void commitText(int row, int column, const QString &text);
+    void commitName(int row, const QString &name);
     void duplicateLayers();
     /// By -1 or +1.
     void move(int by, const Rows &order);
     void removeSelectedLayers();
     void removeSelectedNodes();
-    void addNodes(const std::vector<osg::NodePtr> &nodes);
+    void addNodes(const Nodes &nodes);
     void applyAttributes(const QString &flags);
     void clearMaterials();
     void toggleCell(int row, int column);
     void clickClearButton(int row);
-    void dropNodes(int row, const std::vector<osg::NodePtr> &nodes);
+    void dropNodes(int row, const Nodes &nodes);
     void dropMaterial(int row, const osg::MaterialPtr &material);
-    void cleanup();
-    void materialRenamed(const osg::MaterialPtr &material);
     /// What Select Nodes makes the host's selection.
-    std::vector<osg::NodePtr> nodesOf(const Rows &order) const;
+    Nodes nodesOf(const Rows &order) const;
     void rebuild(bool keepSelection);
     /// Rebuilds after a change of the document.
     void changed(bool keepSelection);
 
-    // The store, as the host documents it.
-    void storeAddNode(int layer, osg::Node *node);
-    void storeSubNode(int layer, osg::Node *node);
-    void storeMoveLayer(int layer, int by);
-
-    /// What is really there. Rows have no ids, and do not know their places.
-    static PanelModel read(const QTreeWidget *tree);
-    /// The whole panel and store as text.
+    /// The whole panel and store as text: as they should be, and as they are.
     QString describe() const;
+    static QString describe(const QTreeWidget *tree);
 
 private:
     /// The rows of a layer's nodes.
     Rows below(int layerRow) const;
     Rows selected(bool nodes) const;
-    Member *member(int layer, const osg::Node *node);
     /// The node of a row that lives now; null for layer rows.
     osg::NodePtr resolve(int row) const;
     /// Of a row's node, or of whatever is at its place in the store; null where there are none.
-    Attributes *attributesOf(int row);
-    Attributes *attributesAt(int row);
+    osg::RaytracingGeoAttachmentPtr attributesOf(int row) const;
+    osg::RaytracingGeoAttachmentPtr attributesAt(int row) const;
     void writeCells(int row);
-    void storeMoveNode(int layer, osg::Node *node, int by);
 };
 
 template <typename Wanted>
