@@ -90,8 +90,9 @@ void TreeBench::reportRestore(const QString &name, const TreeShape &shape, const
         });
     bare.clear();
     report.line(name, result.ratio, QStringLiteral("x_bare"), limit,
-                QStringLiteral("%1; %2 of the panel's own rebuild")
+                QStringLiteral("%1; %2 ms, %3 of the panel's own rebuild")
                     .arg(result.spread)
+                    .arg(result.subject * 1e3, 0, 'f', 1)
                     .arg(result.subject / median(plain), 0, 'f', 2));
 }
 

@@ -38,6 +38,7 @@ class tst_Corners : public QObject
 private Q_SLOTS:
     void init();
     void widthOfFirstColumn();
+    void picture();
     void failuresWithinCommands();
     void dragFromEmptySpace();
     void keysOfTheDialog();
@@ -132,6 +133,28 @@ void tst_Corners::widthOfFirstColumn()
         tree->resizeColumnToContents(0);
         QVERIFY2(width == tree->columnWidth(0), QByteArray::number(int(i)));
     }
+}
+
+/// A delegate that measures each cell anew gives the same picture.
+void tst_Corners::picture()
+{
+    QTreeWidget *const tree = host->tree();
+    host->node("d")->setName("");
+    QStyledItemDelegate plain;
+    QAbstractItemDelegate *const own = tree->itemDelegate();
+    const auto restore = qScopeGuard([&] { tree->setItemDelegate(own); });
+    for (const int fontSize : { 9, 20 }) {
+        tree->setFont(QFont("Sans", fontSize));
+        const auto grab = [&](QAbstractItemDelegate *delegate) {
+            tree->setItemDelegate(delegate);
+            host->rebuild();
+            host->key(Qt::Key_A, Qt::ControlModifier);
+            host->settle();
+            return tree->grab().toImage();
+        };
+        QVERIFY(grab(own) == grab(&plain));
+    }
+    tree->setFont({});
 }
 
 /// What is moved, renamed, toggled or cleaned up leaves the document as it was, whatever throws;

@@ -31,7 +31,9 @@ QSize mkRowDelegate::sizeHint(const QStyleOptionViewItem &option, const QModelIn
         const auto pixmap = icon.value<QPixmap>();
         iconSize = pixmap.size() / pixmap.devicePixelRatio();
     }
-    const Key key{ text.toString(), { iconSize.width(), iconSize.height() } };
+    // A cell without text is lower than one with an empty text.
+    const int height = text.isNull() ? -2 : iconSize.height();
+    const Key key{ text.toString(), { iconSize.width(), height } };
     const auto found = sizes.constFind(key);
     if (found != sizes.constEnd()) {
         return found.value();
