@@ -157,24 +157,28 @@ void mkNodeItem::writeAttributes() const
 void mkNodeItem::commitLayerName() const
 {
     if (isLayer()) {
+        const unsigned index = getLayerIndex();
         const QByteArray name = data(mkColumn::Layer, Qt::DisplayRole).toString().toUtf8();
-        mkStore()->setLayerName(getLayerIndex(), name.toStdString());
+        mkStore()->setLayerName(index, name.toStdString());
     }
 }
 
 void mkNodeItem::activate() const
 {
+    const unsigned index = getLayerIndex();
     if (isNode()) {
-        mkStore()->activateNode(getLayerIndex(), getNode());
+        const osg::NodePtr node = getNode();
+        mkStore()->activateNode(index, node);
     } else if (isLayer()) {
-        mkStore()->activateLayer(getLayerIndex());
+        mkStore()->activateLayer(index);
     }
 }
 
 void mkNodeItem::clearOverrideMaterial() const
 {
-    const osg::RaytracingGeoAttachmentPtr attributes = mkStore()->getAttributes(getLayerIndex(),
-                                                                                getNode());
+    const unsigned index = getLayerIndex();
+    const osg::NodePtr node = getNode();
+    const osg::RaytracingGeoAttachmentPtr attributes = mkStore()->getAttributes(index, node);
     if (attributes != osg::NullFC) {
         attributes->setOverrideMaterial(osg::NullFC);
         attributes->setUseOverrideMaterial(false);

@@ -272,9 +272,12 @@ void mkNodeListWidget::resumeEdit(const OpenEdit &edit)
 void mkNodeListWidget::storeExpansion(QTreeWidgetItem *item)
 {
     const auto *const row = static_cast<mkNodeItem *>(item);
+    const bool isLayer = row && row->isLayer();
+    const unsigned index = isLayer ? row->getLayerIndex() : 0;
+    const unsigned state = isLayer && row->isExpanded() ? 1 : 0;
     mkRenderLayer *const store = mkScenegraph::getRenderLayer();
-    if (row && store && !store->isEmpty() && row->isLayer()) {
-        store->setCollapseState(row->getLayerIndex(), row->isExpanded() ? 1 : 0);
+    if (row && store && !store->isEmpty() && isLayer) {
+        store->setCollapseState(index, state);
     }
 }
 
