@@ -124,7 +124,7 @@
     </message>
     <message>
         <source>As the first of three arguments: read a file of another format, write the scene file that the third one names, then exit.</source>
-        <translation>Als erstes von drei Argumenten: eine Datei eines anderen Formats lesen, die Szenendatei schreiben, die das dritte nennt, und enden.</translation>
+        <translation>Als erstes von drei Argumenten: eine Datei eines anderen Formats lesen, die Szenendatei schreiben, die das dritte nennt, und beenden.</translation>
     </message>
     <message>
         <source>--convert takes a file to read and one to write.</source>
@@ -226,7 +226,7 @@
     </message>
     <message>
         <source>Save the changes before the workbench is closed?</source>
-        <translation>Änderungen speichern, bevor die Workbench geschlossen wird?</translation>
+        <translation>Die Änderungen vor dem Schließen speichern?</translation>
     </message>
 </context>
 <context>
@@ -466,7 +466,7 @@
     </message>
     <message>
         <source>The scene has changes that are in no file.</source>
-        <translation>Die Szene hat Änderungen, die in keiner Datei sind.</translation>
+        <translation>Die Szene hat Änderungen, die in keiner Datei stehen.</translation>
     </message>
     <message>
         <source>A scene without a file</source>
@@ -478,7 +478,7 @@
     </message>
     <message>
         <source>%1 was not saved when the workbench stopped.</source>
-        <translation>%1 war nicht gespeichert, als die Workbench endete.</translation>
+        <translation>%1 war nicht gespeichert, als die Workbench beendet wurde.</translation>
     </message>
     <message>
         <source>There is a copy of it as it was on %1.</source>
@@ -526,7 +526,7 @@
     </message>
     <message>
         <source>Save the changes before another scene is opened?</source>
-        <translation>Änderungen speichern, bevor eine andere Szene geöffnet wird?</translation>
+        <translation>Die Änderungen speichern, bevor eine andere Szene geöffnet wird?</translation>
     </message>
     <message>
         <source>Discard Changes</source>
