@@ -16,7 +16,8 @@ import unittest
 PYTHON = [os.environ["MK_PYTHON"]]
 WORKBENCH = [os.environ["MK_WORKBENCH"], "--batch", "--script"]
 ENVIRONMENT = dict(os.environ, QT_QPA_PLATFORM="offscreen", LC_ALL="C.UTF-8", PYTHONDONTWRITEBYTECODE="1", QT_LOGGING_RULES="*.warning=false")
-del ENVIRONMENT["MK_PYTHON"]
+# It would hide what is done about buffers.
+ENVIRONMENT.pop("PYTHONUNBUFFERED", None)
 
 # Name, source, and what the script's arguments and standard output are, where they matter.
 CASES = [

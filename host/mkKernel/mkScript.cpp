@@ -123,11 +123,11 @@ python::object running(const char *name)
 }
 
 /// Flushes what Python buffers; false when something cannot be written. A script may have put
-/// anything in the streams' place, or closed them.
+/// anything in the place of the original streams, or closed them.
 bool flushStreams(bool report = false)
 {
     bool done = true;
-    for (const char *name : { "stdout", "stderr" }) {
+    for (const char *name : { "stdout", "stderr", "__stdout__", "__stderr__" }) {
         PyObject *const stream = PySys_GetObject(name);
         if (!stream || stream == Py_None) {
             continue;
@@ -140,9 +140,13 @@ bool flushStreams(bool report = false)
         const python::handle<> result(
             python::allow_null(PyObject_CallMethod(stream, "flush", nullptr)));
         if (!result) {
-            done = false;
+            // Python makes nothing of what the originals lose behind another stream.
+            done = done && *name == '_';
             // Where the standard error is lost, there is nowhere to say so.
-            report &&qstrcmp(name, "stdout") == 0 ? PyErr_WriteUnraisable(stream) : PyErr_Clear();
+            if (report && qstrcmp(name, "stdout") == 0) {
+                PyErr_WriteUnraisable(stream);
+            }
+            PyErr_Clear();
         }
     }
     return done;
