@@ -37,6 +37,8 @@ class tst_Corners : public QObject
 
 private Q_SLOTS:
     void init();
+    // First: once the library was loaded anew, scripts hold functions of the old one.
+    void scriptInterrupted();
     void widthOfFirstColumn();
     void picture();
     void failuresWithinCommands();
@@ -44,7 +46,6 @@ private Q_SLOTS:
     void keysOfTheDialog();
     void panelClosedByHost();
     void rowsTakenDown();
-    void scriptInterrupted();
     void unsubscribing();
 
 private:
