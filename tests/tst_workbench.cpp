@@ -358,7 +358,13 @@ void tst_workbench::program()
         qunsetenv(name);
     }
     expect({ studio }, 1, "", "workbench: There is no display.");
+    qputenv("DISPLAY", ":9876");
+    expect({ studio }, 1, "", "workbench: The display :9876 does not answer.");
+    qunsetenv("DISPLAY");
+    qputenv("WAYLAND_DISPLAY", "no-such-display");
+    expect({ studio }, 1, "", "workbench: The display no-such-display does not answer.");
     expect({ "--snapshot", "again.png", studio }, 0, "", "");
+    qunsetenv("WAYLAND_DISPLAY");
     qputenv("QT_QPA_PLATFORM", "offscreen");
 }
 

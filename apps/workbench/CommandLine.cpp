@@ -1,5 +1,6 @@
 #include "CommandLine.h"
 
+#include "DisplayProbe.h"
 #include "Translations.h"
 
 #include <QCommandLineParser>
@@ -46,7 +47,7 @@ bool installTranslations(const QStringList &arguments)
 
 } // namespace
 
-bool CommandLine::preparePlatform(int argc, char **argv)
+QByteArray CommandLine::preparePlatform(int argc, char **argv)
 {
     const QStringList all = [&] {
         QStringList texts;
@@ -60,14 +61,17 @@ bool CommandLine::preparePlatform(int argc, char **argv)
             return all.contains(QLatin1String(option));
         });
     };
-    const bool hasDisplay = !qEnvironmentVariableIsEmpty("DISPLAY")
-                            || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")
-                            || !qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")
-                            || has({ "-platform" });
-    if (!hasDisplay || has({ "--batch", "--help", "-h", "--version", "-v" })) {
+    if (has({ "--batch", "--help", "-h", "--version", "-v" })) {
         qputenv("QT_QPA_PLATFORM", "offscreen");
+        return {};
     }
-    return hasDisplay;
+    const QByteArray chosen = qgetenv("QT_QPA_PLATFORM");
+    if (has({ "-platform" }) || (!chosen.isEmpty() && chosen != "xcb")) {
+        return {};
+    }
+    const DisplayProbe::Result display = DisplayProbe::find();
+    qputenv("QT_QPA_PLATFORM", display.platform.isEmpty() ? "offscreen" : display.platform);
+    return display.reason;
 }
 
 bool CommandLine::readPictures(const QString &sizeText, const QString &samplesText)

@@ -12,9 +12,10 @@ struct CommandLine
     Q_DECLARE_TR_FUNCTIONS(CommandLine)
 
 public:
-    /// Chooses a platform without a display where the arguments, or the lack of a display, call
-    /// for it; false for the latter. To be called before the application object is made.
-    static bool preparePlatform(int argc, char **argv);
+    /// Chooses Qt's platform: one without a display where the arguments, or the lack of a display,
+    /// call for it. Returns why there is no display, for the user; empty where there is one or none
+    /// is needed. To be called before the application object is made.
+    static QByteArray preparePlatform(int argc, char **argv);
     /// Installs the translations to the language that the arguments name, or to the locale's, and
     /// reads the arguments without those that Qt has taken, and keeps those of scripts. For --help
     /// and --version it prints what was asked for, for wrong arguments what is wrong; `done` is

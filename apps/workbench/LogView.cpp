@@ -19,6 +19,7 @@ LogView::LogView(QWidget *parent)
 {
     setObjectName(QStringLiteral("log"));
     setReadOnly(true);
+    setPlaceholderText(tr("What the host and scripts report appears here."));
     setMaximumBlockCount(maxLines);
     setLineWrapMode(NoWrap);
     setUndoRedoEnabled(false);

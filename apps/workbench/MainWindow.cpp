@@ -1,33 +1,38 @@
 #include "MainWindow.h"
 
 #include "AttributesView.h"
+#include "HelpDialogs.h"
+#include "LayerPanel.h"
+#include "LayerStatus.h"
 #include "LogView.h"
 #include "MaterialsPane.h"
 #include "PythonConsole.h"
 #include "SceneDocument.h"
 #include "ScenePane.h"
+#include "SceneStatistics.h"
 #include "SceneWatcher.h"
 #include "ScriptRunner.h"
+#include "StatusLine.h"
+#include "WindowLayout.h"
 #include "mkIconManager/mkIconManager.h"
 #include "mkKernel/mkController.h"
 #include "mkKernel/mkScript.h"
 #include "mkKernelServices/mkScopedUndo.h"
+#include "mkOpenSGUtils/mkMaterials.h"
 #include "mkQt4Ext/QMKDockWindowManager.h"
 #include "mkShortcut/mkShortcut.h"
 
 #include <QApplication>
 #include <QCloseEvent>
-#include <QDialogButtonBox>
-#include <QHeaderView>
+#include <QDragEnterEvent>
+#include <QFileInfo>
 #include <QMenuBar>
-#include <QMessageBox>
-#include <QPushButton>
-#include <QScreen>
+#include <QMimeData>
 #include <QStatusBar>
 #include <QTimer>
 #include <QTreeWidget>
 #include <QUndoStack>
-#include <QVBoxLayout>
+#include <QUrl>
 
 MainWindow::MainWindow(bool isUnattended)
     : unattended(isUnattended)
@@ -43,7 +48,10 @@ MainWindow::MainWindow(bool isUnattended)
     createFileMenu();
     createEditMenu();
     createDocks();
-    statusBar();
+    layerStatus = new LayerStatus(watcher);
+    statusBar()->addPermanentWidget(layerStatus);
+    connect(mkScenegraph::the(), &mkScenegraph::sceneChanged, this, &MainWindow::showStatistics);
+    setAcceptDrops(true);
     closing.setSingleShot(true);
     closing.setInterval(200);
     connect(&closing, &QTimer::timeout, this, &MainWindow::close);
@@ -91,8 +99,9 @@ void MainWindow::createEditMenu()
 void MainWindow::createHelpMenu()
 {
     QMenu *const menu = menuBar()->addMenu(tr("&Help"));
-    menu->addAction(tr("&Keyboard Shortcuts"), this, &MainWindow::showShortcuts);
-    menu->addAction(tr("&About"), this, &MainWindow::showAbout);
+    menu->addAction(tr("&Guide"), this, [this] { HelpDialogs::showGuide(this); });
+    menu->addAction(tr("&Keyboard Shortcuts"), this, [this] { HelpDialogs::showShortcuts(this); });
+    menu->addAction(tr("&About"), this, [this] { HelpDialogs::showAbout(this); });
 }
 
 void MainWindow::createDocks()
@@ -109,6 +118,11 @@ void MainWindow::createDocks()
     console = new PythonConsole;
     consoleDock = addDock(QT_TRANSLATE_NOOP("QMKDockWindowManager", "Python Console"), console,
                           "Console", Qt::BottomDockWidgetArea);
+    const QString group = tr("Python Console");
+    mkShortcut::addKey(group, Qt::Key_Up, {}, tr("Recall the statement before"));
+    mkShortcut::addKey(group, Qt::Key_Down, {}, tr("Recall the statement after"));
+    mkShortcut::addKey(group, Qt::Key_Tab, {}, tr("Complete"));
+    mkShortcut::addKey(group, Qt::Key_C, Qt::ControlModifier, tr("Interrupt"));
 }
 
 QDockWidget *MainWindow::addDock(const char *name, QWidget *widget, const char *icon,
@@ -120,40 +134,50 @@ QDockWidget *MainWindow::addDock(const char *name, QWidget *widget, const char *
 
 void MainWindow::completeLayout()
 {
+    QMenu *const view = docks->groupMenu(tr("&View"));
+    view->addSeparator();
+    view->addAction(tr("&Reset Layout"), this, [this] {
+        layout->arrange();
+        layout->share();
+    });
     createHelpMenu();
-    // The dock manager makes tabs of docks at one side; these are to be seen together.
-    for (QDockWidget *dock : { sceneDock, attributesDock, materialsDock }) {
-        removeDockWidget(dock);
+    LayerPanel *columns = nullptr;
+    WindowLayout::Docks arranged{ sceneDock, attributesDock, materialsDock, logDock, nullptr };
+    for (QDockWidget *dock : docks->getDockWidgets()) {
+        if (dock->widget() && dock->widget()->findChild<QTreeWidget *>(QStringLiteral("_layer"))) {
+            arranged.panel = dock;
+            columns = new LayerPanel(dock->widget());
+            connect(columns, &LayerPanel::changed, layerStatus, &LayerStatus::refresh,
+                    Qt::QueuedConnection);
+        }
     }
-    setCorner(Qt::BottomLeftCorner, Qt::LeftDockWidgetArea);
-    addDockWidget(Qt::LeftDockWidgetArea, sceneDock);
-    splitDockWidget(sceneDock, attributesDock, Qt::Vertical);
-    tabifyDockWidget(attributesDock, materialsDock);
-    for (QDockWidget *dock : { sceneDock, attributesDock, materialsDock }) {
-        dock->show();
+    layout = std::make_unique<WindowLayout>(this, columns, arranged);
+    layout->arrange();
+    isArranged = !unattended && layout->restore();
+    if (!isArranged) {
+        layout->place(unattended);
     }
-    attributesDock->raise();
-    const QSize size(1800, 960);
-    resize(unattended ? size : size.boundedTo(screen()->availableSize()));
 }
 
 void MainWindow::showEvent(QShowEvent *event)
 {
     QMainWindow::showEvent(event);
-    if (!arranged) {
-        // Sizes of docks count once the window has its own.
-        arranged = true;
-        console->start();
-        QTimer::singleShot(0, this, [this] {
-            // Without a central widget all sides must be told their size.
-            QDockWidget *const panel = docks->getDockWidgets().constLast();
-            const int panelWidth = width() * (centralWidget() ? 2 : 4) / 5;
-            resizeDocks({ sceneDock, panel }, { width() / 5, panelWidth }, Qt::Horizontal);
-            resizeDocks({ sceneDock, attributesDock }, { height() / 2, height() / 2 },
-                        Qt::Vertical);
-            resizeDocks({ panel, logDock }, { height() * 3 / 4, height() / 4 }, Qt::Vertical);
-        });
+    if (isShown) {
+        return;
     }
+    isShown = true;
+    console->start();
+    scenePane->setFocus();
+    if (!isArranged) {
+        QTimer::singleShot(0, this, [this] { layout->share(); });
+    }
+}
+
+void MainWindow::showStatistics()
+{
+    const QString file = QFileInfo(mkScenegraph::getFile()).fileName();
+    const QString what = describeScene(mkScenegraph::getRoot(), mkMaterials::getMaterials().size());
+    StatusLine::show(file.isEmpty() ? what : tr("%1: %2", "file, contents").arg(file, what));
 }
 
 bool MainWindow::openFile(const QString &file)
@@ -164,6 +188,32 @@ bool MainWindow::openFile(const QString &file)
 void MainWindow::offerRecovery()
 {
     document->offerRecovery();
+}
+
+namespace {
+
+/// The file that a drag brings; empty when it brings none.
+QString fileOf(const QMimeData *data)
+{
+    const QList<QUrl> urls = data->urls();
+    return urls.size() == 1 ? urls.first().toLocalFile() : QString();
+}
+
+} // namespace
+
+void MainWindow::dragEnterEvent(QDragEnterEvent *event)
+{
+    if (!fileOf(event->mimeData()).isEmpty()) {
+        event->acceptProposedAction();
+    }
+}
+
+void MainWindow::dropEvent(QDropEvent *event)
+{
+    event->acceptProposedAction();
+    // The program that it comes from waits until this returns, and questions take their time.
+    const QString file = fileOf(event->mimeData());
+    QTimer::singleShot(0, document, [this, file] { document->openInstead(file); });
 }
 
 void MainWindow::closeEvent(QCloseEvent *event)
@@ -179,33 +229,7 @@ void MainWindow::closeEvent(QCloseEvent *event)
     statusBar()->clearMessage();
     event->setAccepted(document->mayLeave(tr("Save the changes before the workbench is closed?"),
                                           tr("Discard Changes and Quit")));
-}
-
-void MainWindow::showShortcuts()
-{
-    QDialog dialog(this);
-    dialog.setWindowTitle(tr("Keyboard Shortcuts"));
-    auto *const list = new QTreeWidget(&dialog);
-    list->setHeaderLabels({ tr("Panel"), tr("Keys"), tr("Action") });
-    list->setRootIsDecorated(false);
-    list->setAlternatingRowColors(true);
-    for (const mkShortcut::Entry &entry : mkShortcut::getKeys()) {
-        new QTreeWidgetItem(list, { entry.group, entry.keys, entry.description });
+    if (event->isAccepted() && !unattended && layout) {
+        layout->save();
     }
-    list->header()->setSectionResizeMode(QHeaderView::ResizeToContents);
-    auto *const buttons = new QDialogButtonBox(QDialogButtonBox::Close, &dialog);
-    connect(buttons, &QDialogButtonBox::rejected, &dialog, &QDialog::reject);
-    auto *const layout = new QVBoxLayout(&dialog);
-    layout->addWidget(list);
-    layout->addWidget(buttons);
-    dialog.resize(560, 420);
-    dialog.exec();
-}
-
-void MainWindow::showAbout()
-{
-    QMessageBox::about(this, tr("About the Workbench"),
-                       tr("<h3>Workbench %1</h3><p>A reference host for scene panels: it opens "
-                          "scene files and shows them beside the panels of its plug-ins.</p>")
-                           .arg(QApplication::applicationVersion()));
 }

@@ -3,11 +3,15 @@
 #include <QMainWindow>
 #include <QTimer>
 
+#include <memory>
+
 class PythonConsole;
+class LayerStatus;
 class QMKDockWindowManager;
 class SceneDocument;
 class ScenePane;
 class SceneWatcher;
+class WindowLayout;
 
 /// The workbench's window. Plug-ins dock their panels into it between its construction and
 /// completeLayout().
@@ -31,6 +35,8 @@ public:
 
 protected:
     void showEvent(QShowEvent *event) override;
+    void dragEnterEvent(QDragEnterEvent *event) override;
+    void dropEvent(QDropEvent *event) override;
     void closeEvent(QCloseEvent *event) override;
 
 private:
@@ -41,11 +47,12 @@ private:
     QDockWidget *addDock(const char *name, QWidget *widget, const char *icon,
                          Qt::DockWidgetArea area);
 
-    void showShortcuts();
-    void showAbout();
+    void showStatistics();
 
     bool unattended;
-    bool arranged = false;
+    bool isShown = false;
+    /// The user's own layout was restored.
+    bool isArranged = false;
     SceneWatcher *watcher;
     QMKDockWindowManager *docks;
     SceneDocument *document;
@@ -56,6 +63,8 @@ private:
     QDockWidget *consoleDock = nullptr;
     QDockWidget *logDock = nullptr;
     PythonConsole *console = nullptr;
+    LayerStatus *layerStatus = nullptr;
+    std::unique_ptr<WindowLayout> layout;
     /// Tries again to close, which a running statement has put off.
     QTimer closing;
 };

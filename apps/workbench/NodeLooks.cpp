@@ -67,7 +67,7 @@ QIcon icon(const osg::NodePtr &node)
         const QSizeF size = QSizeF(pixmap.size()) / pixmap.devicePixelRatio();
         QPainter painter(&pixmap);
         painter.setRenderHint(QPainter::Antialiasing);
-        drawMark(painter, QRectF(size.width() - 7, 0.6, 6.4, 6.4), markColor);
+        drawMark(painter, QRectF(size.width() - 5.8, 0.6, 5.2, 5.2), markColor);
         if (const osg::MaterialPtr material = overrideInUse(own->getValues())) {
             drawMark(painter, QRectF(size.width() - 8.6, size.height() - 8.6, 8, 8),
                      opaqueColor(material));

@@ -188,7 +188,7 @@ bool SceneDocument::reportFailures(const QString &file, const QString &title, co
 mkSceneFile::Progress SceneDocument::showProgress(const QString &what)
 {
     const auto dialog = std::make_shared<QProgressDialog>(what, tr("Cancel"), 0, 100, window);
-    dialog->setWindowTitle(tr("Scene"));
+    dialog->setWindowTitle(what);
     // What is done to the scene meanwhile would be lost, so nothing is.
     dialog->setWindowModality(Qt::ApplicationModal);
     dialog->setMinimumDuration(300);
@@ -252,9 +252,14 @@ void SceneDocument::chooseAndOpen()
     }
 }
 
+bool SceneDocument::openInstead(const QString &file)
+{
+    return mayReplaceScene() && open(file);
+}
+
 void SceneDocument::openRecent(const QString &file)
 {
-    if (mayReplaceScene() && !open(file) && !QFileInfo::exists(file)) {
+    if (!openInstead(file) && !QFileInfo::exists(file)) {
         recentFiles->remove(file);
     }
 }

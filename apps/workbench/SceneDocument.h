@@ -28,6 +28,8 @@ public:
     /// Opens a scene file and reports a failure: to the user, or on standard error when
     /// unattended. False when the open scene stayed.
     bool open(const QString &file);
+    /// The same once the user has agreed to leave the present scene.
+    bool openInstead(const QString &file);
     /// Saves into the scene's file, or asks for one where it has none of the host's own format.
     /// False when nothing was saved.
     bool save();

@@ -1,9 +1,13 @@
 #include "SceneEdits.h"
 
+#include "SceneStatistics.h"
+#include "StatusLine.h"
+
 #include "mkKernel/mkController.h"
 #include "mkKernel/mkSelectionManager.h"
 #include "mkKernelServices/mkScopedUndo.h"
 #include "mkOpenSGUtils/mkMaterials.h"
+#include "mkOpenSGUtils/mkNodeUtils.h"
 #include "mkOpenSGUtils/mkRenderLayer.h"
 
 #include <QCoreApplication>
@@ -250,8 +254,15 @@ void removeNodes(const std::vector<mkNodePtr> &nodes)
 
 void merge(mkScenegraph::Document document)
 {
-    const mkScopedUndo undo(true);
-    mkUndo::execute(std::make_unique<Merge>(std::move(document)));
+    const NodePtr root = document.root;
+    const QString what = describeScene(root, document.materials.size());
+    {
+        const mkScopedUndo undo(true);
+        mkUndo::execute(std::make_unique<Merge>(std::move(document)));
+    }
+    mkScenegraph::scrollToNodes({ root });
+    StatusLine::show(
+        translate("Merged %1: %2").arg(QString::fromUtf8(mkNodeUtils::getName(root)), what));
 }
 
 } // namespace SceneEdits

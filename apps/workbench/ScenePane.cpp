@@ -1,5 +1,6 @@
 #include "ScenePane.h"
 
+#include "EmptyHint.h"
 #include "NodeKind.h"
 #include "SceneTree.h"
 #include "SceneWatcher.h"
@@ -54,6 +55,12 @@ ScenePane::ScenePane(SceneWatcher *watcher, QWidget *parent)
     layout->addWidget(note);
     layout->addWidget(trees);
     setMinimumWidth(200);
+    setFocusProxy(all);
+    new EmptyHint(all, [] {
+        return mkScenegraph::getRoot()->getChildren().empty()
+                   ? tr("The scene is empty.\nOpen a file with Ctrl+O, or drop one here.")
+                   : QString();
+    });
 
     connect(field, &QLineEdit::textChanged, this, &ScenePane::search);
     connect(field, &SearchField::left, this, &ScenePane::leaveField);

@@ -3,6 +3,7 @@
 #include "OSGSystem/Material.h"
 #include "OSGSystem/Node.h"
 #include "mkKernel/mkScenegraph.h"
+#include "mkOpenSGExt/RaytracingGeoAttachment.h"
 
 #include <utility>
 
@@ -27,6 +28,10 @@ void SceneWatcher::containerChanged(const osg::FieldContainerPtr &container,
         materials = true;
     } else {
         looks = true;
+        if (which == osg::RaytracingGeoAttachmentBase::OverrideMaterialFieldMask
+            && type.isDerivedFrom(osg::RaytracingGeoAttachmentBase::_type)) {
+            overridden.insert(container->getId());
+        }
         if (type.isDerivedFrom(osg::Node::_type) && (which & osg::Node::ChildrenFieldMask).any()) {
             parents.insert(container->getId());
         }
@@ -40,6 +45,7 @@ void SceneWatcher::deliver()
 {
     timer.stop();
     const QSet<quint32> changedParents = std::exchange(parents, {});
+    const QSet<quint32> changedOverrides = std::exchange(overridden, {});
     const bool changedLooks = std::exchange(looks, false);
     const bool changedMaterials = std::exchange(materials, false);
     const bool changedScene = std::exchange(scene, false);
@@ -54,5 +60,8 @@ void SceneWatcher::deliver()
     }
     if (changedMaterials || changedScene) {
         Q_EMIT materialsChanged();
+    }
+    for (const quint32 attributes : changedOverrides) {
+        Q_EMIT overrideMaterialSet(attributes);
     }
 }

@@ -26,6 +26,8 @@ Q_SIGNALS:
     /// Names, cores or render attributes of nodes changed.
     void looksChanged();
     void materialsChanged();
+    /// These attributes, of a node or of a layer, were given an override material, or lost it.
+    void overrideMaterialSet(quint32 attributesId);
 
 private:
     void containerChanged(const osg::FieldContainerPtr &container, const osg::BitVector &which,
@@ -33,6 +35,7 @@ private:
 
     QTimer timer;
     QSet<quint32> parents;
+    QSet<quint32> overridden;
     bool scene = false;
     bool looks = false;
     bool materials = false;

@@ -2,7 +2,9 @@
 #include "ImportProcess.h"
 #include "LayerPictures.h"
 #include "MainWindow.h"
+#include "QuietPlatform.h"
 #include "UnattendedDialogs.h"
+#include "WorkbenchStyle.h"
 #include "mkKernel/mkScenegraph.h"
 #include "mkKernel/mkScript.h"
 #include "mkMicroKernel/mkMicroKernel.h"
@@ -90,7 +92,7 @@ int main(int argc, char **argv)
         const QCoreApplication converter(argc, argv);
         return convertScene(converter.arguments().at(2), converter.arguments().at(3));
     }
-    const bool hasDisplay = CommandLine::preparePlatform(argc, argv);
+    const QByteArray noDisplay = CommandLine::preparePlatform(argc, argv);
     QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
     QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
     // What follows "--" is the scripts', though Qt would take options of its own from it.
@@ -99,7 +101,9 @@ int main(int argc, char **argv)
         - argv);
     // Python is to have the very bytes.
     const QList<QByteArray> scriptArguments(argv + qMin(ownCount + 1, argc), argv + argc);
+    QuietPlatform::install();
     const QApplication application(ownCount, argv);
+    QApplication::setStyle(new WorkbenchStyle);
     QCoreApplication::setOrganizationName(QStringLiteral("mkRenderLayerModule"));
     QCoreApplication::setApplicationName(QStringLiteral("workbench"));
     QCoreApplication::setApplicationVersion(QStringLiteral(WORKBENCH_VERSION));
@@ -110,9 +114,11 @@ int main(int argc, char **argv)
     if (commandLine.done) {
         return commandLine.status;
     }
-    if (!hasDisplay && !commandLine.isUnattended()) {
-        std::fprintf(stderr, "workbench: There is no display. --batch runs scripts without one, "
-                             "--snapshot FILE leaves a picture of the window.\n");
+    if (!noDisplay.isEmpty() && !commandLine.isUnattended()) {
+        std::fprintf(stderr,
+                     "workbench: %s --batch runs scripts without one, --snapshot FILE leaves a "
+                     "picture of the window.\n",
+                     noDisplay.constData());
         return 1;
     }
 

@@ -78,4 +78,13 @@ QPixmap dimmed(const QPixmap &pixmap)
     return faded;
 }
 
+QPixmap overlaid(const QPixmap &pixmap, const char *name)
+{
+    QPixmap marked(pixmap);
+    const int size = qRound(pixmap.width() / pixmap.devicePixelRatio());
+    const int covered = size * 5 / 8;
+    QPainter(&marked).drawPixmap(size - covered, size - covered, render(name, covered));
+    return marked;
+}
+
 } // namespace mkIconManager

@@ -18,5 +18,7 @@ MK_HOST_API const QPixmap get(const char *name);
 MK_HOST_API QIcon getIcon(const std::string &name, const std::string &overlay);
 /// A faded copy, for things that are there but not visible.
 MK_HOST_API QPixmap dimmed(const QPixmap &pixmap);
+/// A copy with another icon over its lower right part.
+MK_HOST_API QPixmap overlaid(const QPixmap &pixmap, const char *name);
 
 } // namespace mkIconManager

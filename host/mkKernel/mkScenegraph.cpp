@@ -121,6 +121,9 @@ const QPixmap mkScenegraph::getNodeIcon(osg::FieldContainerPtr core, const osg::
     const QPixmap pixmap = mkIconManager::get(iconName(core, node));
     const auto attributes = dimHidden ? mkNodeUtils::getRenderAttributes(node)
                                       : osg::RaytracingGeoAttachmentPtr();
+    if (node && the()->root && !the()->root->isAncestorOf(node)) {
+        return mkIconManager::overlaid(mkIconManager::dimmed(pixmap), "Gone");
+    }
     if (attributes && !attributes->getVisible()) {
         return mkIconManager::dimmed(pixmap);
     }

@@ -49,7 +49,8 @@ public:
     /// their selection.
     static std::vector<mkNodePtr> getSelectedRootNodes();
     /// The icon that the scene view shows for a node; by kind of `core`, which may be null. With
-    /// `dimHidden` the icon is faded while the node's render attributes make it invisible.
+    /// `dimHidden` the icon is faded while the node's render attributes make it invisible. One that
+    /// is in the scene no more is faded under a cross.
     static const QPixmap getNodeIcon(osg::FieldContainerPtr core, const osg::NodePtr &node,
                                      bool dimHidden);
     /// Brings the nodes into view in the scene tree.

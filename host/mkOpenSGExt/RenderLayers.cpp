@@ -247,6 +247,12 @@ bool RenderLayers::moveEntry(std::size_t index, int step)
     return true;
 }
 
+void RenderLayers::noteActivation(const RenderLayerPtr &layer)
+{
+    activated.erase(std::remove(activated.begin(), activated.end(), layer), activated.end());
+    activated.push_back(layer);
+}
+
 void RenderLayers::enterName(std::size_t slot) const
 {
     if (const RenderLayerPtr layer{ layers[slot] }) {

@@ -98,6 +98,11 @@ public:
     /// Removes the entries that are no layers; true when there were any.
     bool removeForeignEntries();
     bool renameLayer(std::size_t index, const std::string &name);
+    /// The layers that were activated, as a whole or for single nodes, since the attributes were
+    /// last reset, the latest last; they may have left the store since.
+    const std::vector<RenderLayerPtr> &getActivated() const { return activated; }
+    void noteActivation(const RenderLayerPtr &layer);
+    void forgetActivations() { activated.clear(); }
     /// Exchanges the entry with its neighbour `step` places on (-1 or 1); false past the ends.
     bool moveEntry(std::size_t index, int step);
     void visitFields(FieldVisitor &visitor) override;
@@ -113,6 +118,7 @@ private:
     mutable std::unordered_map<std::string, std::vector<std::size_t>> slotsOfName;
     mutable bool hasGaps = false;
     std::size_t count = 0;
+    std::vector<RenderLayerPtr> activated;
 };
 using RenderLayersPtr = Ptr<RenderLayers>;
 

@@ -1,6 +1,7 @@
 #include "mkOpenSGUtils/mkNodeUtils.h"
 
 #include "OSGSystem/Geometry.h"
+#include "mkOpenSGExt/RenderLayers.h"
 #include "mkOpenSGUtils/mkNodePtr.h"
 #include "mkUtils/mkTrace.h"
 
@@ -176,6 +177,10 @@ void applyRenderLayerAttributes(const osg::NodePtr &node,
 void resetRenderLayerAttributes(const osg::NodePtr &root)
 {
     mkTrace::call("mkNodeUtils::resetRenderLayerAttributes", root);
+    if (const osg::RenderLayersPtr layers{
+            root ? root->findAttachment(osg::RenderLayers::_type.getGroupId()) : nullptr }) {
+        layers->forgetActivations();
+    }
     osg::traverse(root, [](const osg::NodePtr &node) {
         if (const RaytracingGeoAttachmentPtr own = getRenderAttributes(node)) {
             own->reset();

@@ -1,6 +1,7 @@
 #include "mkOpenSGUtils/mkRenderLayer.h"
 
 #include "mkOpenSGUtils/mkNodeUtils.h"
+#include "mkUtils/mkLog.h"
 #include "mkUtils/mkTrace.h"
 
 #include <algorithm>
@@ -111,7 +112,12 @@ std::size_t mkRenderLayer::addNodes(unsigned index, const std::vector<osg::NodeP
 
 bool mkRenderLayer::addNode(const RenderLayerPtr &target, const osg::NodePtr &node)
 {
-    return target && node && node != root && !target->contains(node)
+    if (target && node && node == root) {
+        mkLog::warning("mkRenderLayer::addNode: The scene's root '%s' cannot be in a layer!",
+                       mkNodeUtils::getName(node));
+        return false;
+    }
+    return target && node && !target->contains(node)
            && target->addNode(node, RaytracingGeoAttachment::make());
 }
 
@@ -146,6 +152,7 @@ void mkRenderLayer::activateLayer(unsigned index)
     if (!target) {
         return;
     }
+    content->noteActivation(target);
     // A copy: observers of the scene may change the layer while it is applied.
     const std::vector<osg::NodePtr> nodes = target->getNodes();
     for (const osg::NodePtr &node : nodes) {
@@ -156,7 +163,9 @@ void mkRenderLayer::activateLayer(unsigned index)
 void mkRenderLayer::activateNode(unsigned index, const osg::NodePtr &node)
 {
     mkTrace::call("mkRenderLayer::activateNode", index, node);
-    if (const RenderLayerPtr target = layer(index)) {
+    const RenderLayerPtr target = layer(index);
+    if (target && target->contains(node)) {
+        content->noteActivation(target);
         activateNode(target, node);
     }
 }

@@ -32,7 +32,7 @@ public:
     void moveDownLayer(unsigned index);
 
     /// Appends `node` with default attributes. A null node, a node already in the layer and the
-    /// scene root are refused.
+    /// scene root are refused, the latter with a line in the log.
     void addNode(unsigned index, const osg::NodePtr &node);
     void addNode(const std::string &layerName, const osg::NodePtr &node);
     /// Appends, in their order, those of `nodes` that are not refused; returns their number.

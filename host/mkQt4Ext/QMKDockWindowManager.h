@@ -52,13 +52,14 @@ public:
                     const QList<QAction *> &actions = {});
 
     QList<QMKDockWidget *> getDockWidgets() const { return docks; }
+    /// The menu of a group, made where there is none yet.
+    QMenu *groupMenu(const QString &group);
 
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
     using Sizes = QVector<QPair<QPointer<QMKDockWidget>, QSize>>;
 
-    QMenu *groupMenu(const QString &group);
     void showCentral(QWidget *widget, bool visible);
     /// Of all that can be seen, and of one that is being closed.
     Sizes sizesWith(const QMKDockWidget *closing) const;

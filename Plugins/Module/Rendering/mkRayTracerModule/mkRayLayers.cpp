@@ -1,12 +1,8 @@
 #include "mkRayLayers.h"
 
 #include "mkKernel/mkScenegraph.h"
-#include "mkOpenSGUtils/mkNodeUtils.h"
 
 #include <QSet>
-
-#include <algorithm>
-#include <tuple>
 
 namespace {
 
@@ -26,29 +22,6 @@ std::vector<osg::RenderLayerPtr> layersOfScene()
         }
     }
     return layers;
-}
-
-auto fields(const osg::RenderAttributeValues &v)
-{
-    return std::make_tuple(v.visible, v.visibleInAlpha, v.primaryVisibility, v.visibleInReflections,
-                           v.visibleInRefractions, v.castShadows, v.receiveShadows, v.doubleSided,
-                           v.visibleInPhotons, v.castShadowsOnShadowMaterial, v.useOverrideMaterial,
-                           v.overrideMaterial);
-}
-
-bool isActive(const osg::RenderLayer &layer)
-{
-    bool differs = false;
-    const std::vector<osg::NodePtr> &nodes = layer.getNodes();
-    for (std::size_t i = 0; i < nodes.size(); ++i) {
-        const osg::RaytracingGeoAttachmentPtr entry(layer.getAttributes()[i]);
-        const osg::RaytracingGeoAttachmentPtr own = mkNodeUtils::getRenderAttributes(nodes[i]);
-        if (!entry || !own || fields(own->getValues()) != fields(entry->getValues())) {
-            return false;
-        }
-        differs = differs || fields(own->getValues()) != fields(osg::RenderAttributeValues());
-    }
-    return differs;
 }
 
 } // namespace
@@ -81,8 +54,9 @@ std::vector<mkRayLayers::Layer> mkRayLayers::read()
 QStringList mkRayLayers::activeNames()
 {
     QStringList names;
-    for (const osg::RenderLayerPtr &layer : layersOfScene()) {
-        if (isActive(*layer)) {
+    const mkRenderLayer *const store = mkScenegraph::getRenderLayer();
+    if (const osg::RenderLayersPtr content = store ? store->getAttachment() : nullptr) {
+        for (const osg::RenderLayerPtr &layer : content->getActivated()) {
             names += QString::fromStdString(layer->getName());
         }
     }
