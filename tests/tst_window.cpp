@@ -6,8 +6,8 @@
 #include "SceneTree.h"
 #include "SceneWatcher.h"
 #include "mkKernel/mkController.h"
-#include "mkOpenSGUtils/mkNodeUtils.h"
 #include "mkKernelServices/mkScopedUndo.h"
+#include "mkOpenSGUtils/mkNodeUtils.h"
 
 #include <QtTest>
 

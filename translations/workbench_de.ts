@@ -132,10 +132,135 @@
     </message>
 </context>
 <context>
+    <name>HelpDialogs</name>
+    <message>
+        <source>&lt;h4&gt;Finding nodes&lt;/h4&gt;&lt;p&gt;Type into the field above the scene tree (Ctrl+F): part of a name, a whole name with wildcards such as &lt;b&gt;wheel_*&lt;/b&gt;, &lt;b&gt;kind:light&lt;/b&gt;, &lt;b&gt;material:rubber&lt;/b&gt;, or several of them. Escape ends the search.&lt;/p&gt;&lt;h4&gt;Layers&lt;/h4&gt;&lt;p&gt;Drag nodes from the scene tree onto a layer of the panel, drag materials onto a node of a layer. Activating a layer gives its nodes the attributes that the layer keeps for them; the status bar names the active layers. In the scene tree a dot marks nodes whose attributes are not the defaults, and a badge in its colour an override material that is in use. Reset takes all of that back.&lt;/p&gt;&lt;h4&gt;Editing the scene&lt;/h4&gt;&lt;p&gt;F2 renames and Delete deletes nodes and materials; File &amp;gt; Merge adds another file.&lt;/p&gt;&lt;h4&gt;Undo&lt;/h4&gt;&lt;p&gt;Undo takes back what was done to the scene: selecting, renaming, deleting, merging. &lt;b&gt;What was done to layers is not undone&lt;/b&gt;, neither their order, their members nor their attributes. A deleted node stays in its layers, with a cross on its icon, until Cleanup; undoing the deletion brings it back to life there, too.&lt;/p&gt;</source>
+        <translation>&lt;h4&gt;Knoten finden&lt;/h4&gt;&lt;p&gt;In das Feld über dem Szenenbaum (Strg+F) kommt ein Teil eines Namens, ein ganzer Name mit Platzhaltern wie &lt;b&gt;wheel_*&lt;/b&gt;, &lt;b&gt;kind:light&lt;/b&gt;, &lt;b&gt;material:rubber&lt;/b&gt; oder mehreres davon. Esc beendet die Suche.&lt;/p&gt;&lt;h4&gt;Ebenen&lt;/h4&gt;&lt;p&gt;Knoten werden aus dem Szenenbaum auf eine Ebene gezogen, Materialien auf einen Knoten einer Ebene. Wird eine Ebene aktiviert, bekommen ihre Knoten die Attribute, die die Ebene für sie hält; die Statuszeile nennt die aktiven Ebenen. Im Szenenbaum zeigt ein Punkt Knoten, deren Attribute nicht die Vorgaben sind, und eine Marke in seiner Farbe ein verwendetes Ersatzmaterial. Zurücksetzen nimmt all das zurück.&lt;/p&gt;&lt;h4&gt;Die Szene bearbeiten&lt;/h4&gt;&lt;p&gt;F2 benennt Knoten und Materialien um, Entf löscht sie; Datei &amp;gt; Einfügen fügt eine weitere Datei hinzu.&lt;/p&gt;&lt;h4&gt;Rückgängig&lt;/h4&gt;&lt;p&gt;Rückgängig nimmt zurück, was mit der Szene geschah: Auswählen, Umbenennen, Löschen, Einfügen. &lt;b&gt;Was mit Ebenen geschah, wird nicht zurückgenommen&lt;/b&gt;, weder ihre Reihenfolge noch ihre Knoten oder deren Attribute. Ein gelöschter Knoten bleibt mit einem Kreuz auf seinem Symbol in seinen Ebenen, bis Aufräumen ihn entfernt; wird das Löschen zurückgenommen, lebt er auch dort wieder.&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>Guide</source>
+        <translation>Anleitung</translation>
+    </message>
+    <message>
+        <source>Panel</source>
+        <translation>Fenster</translation>
+    </message>
+    <message>
+        <source>Keys</source>
+        <translation>Tasten</translation>
+    </message>
+    <message>
+        <source>Action</source>
+        <translation>Aktion</translation>
+    </message>
+    <message>
+        <source>Keyboard Shortcuts</source>
+        <translation>Tastenkürzel</translation>
+    </message>
+    <message>
+        <source>About the Workbench</source>
+        <translation>Über die Workbench</translation>
+    </message>
+    <message>
+        <source>&lt;h3&gt;Workbench %1&lt;/h3&gt;&lt;p&gt;A reference host for scene panels: it opens scene files and shows them beside the panels of its plug-ins.&lt;/p&gt;</source>
+        <translation>&lt;h3&gt;Workbench %1&lt;/h3&gt;&lt;p&gt;Ein Referenzhost für Szenenfenster: Er öffnet Szenendateien und zeigt sie neben den Fenstern seiner Plug-ins.&lt;/p&gt;</translation>
+    </message>
+</context>
+<context>
+    <name>LayerPanel</name>
+    <message>
+        <source>The layers, and below each the nodes that it holds</source>
+        <translation>Die Ebenen und unter jeder die Knoten, die sie enthält</translation>
+    </message>
+    <message>
+        <source>The node is there at all</source>
+        <translation>Der Knoten ist überhaupt da</translation>
+    </message>
+    <message>
+        <source>The node counts in the picture&apos;s alpha channel</source>
+        <translation>Der Knoten zählt im Alphakanal des Bildes</translation>
+    </message>
+    <message>
+        <source>The camera sees the node directly</source>
+        <translation>Die Kamera sieht den Knoten direkt</translation>
+    </message>
+    <message>
+        <source>The node shows in reflections</source>
+        <translation>Der Knoten erscheint in Spiegelungen</translation>
+    </message>
+    <message>
+        <source>The node shows through transparent surfaces</source>
+        <translation>Der Knoten erscheint durch durchsichtige Flächen</translation>
+    </message>
+    <message>
+        <source>The node casts shadows</source>
+        <translation>Der Knoten wirft Schatten</translation>
+    </message>
+    <message>
+        <source>Shadows fall on the node</source>
+        <translation>Schatten fallen auf den Knoten</translation>
+    </message>
+    <message>
+        <source>Faces show from behind, too</source>
+        <translation>Flächen sind auch von hinten zu sehen</translation>
+    </message>
+    <message>
+        <source>The node meets photons</source>
+        <translation>Der Knoten begegnet Photonen</translation>
+    </message>
+    <message>
+        <source>The node casts shadows on shadow materials</source>
+        <translation>Der Knoten wirft Schatten auf Schattenmaterialien</translation>
+    </message>
+    <message>
+        <source>The override material takes the place of the node&apos;s own</source>
+        <translation>Das Ersatzmaterial tritt an die Stelle des eigenen</translation>
+    </message>
+    <message>
+        <source>The override material; drag one here from the Materials</source>
+        <translation>Das Ersatzmaterial; aus den Materialien hierher zu ziehen</translation>
+    </message>
+    <message>
+        <source>%1
+It is in the scene no more.</source>
+        <translation>%1
+Er ist nicht mehr in der Szene.</translation>
+    </message>
+</context>
+<context>
+    <name>LayerStatus</name>
+    <message>
+        <source>%1 (deleted)</source>
+        <translation>%1 (gelöscht)</translation>
+    </message>
+    <message>
+        <source>No layer is active</source>
+        <translation>Keine Ebene ist aktiv</translation>
+    </message>
+    <message>
+        <source>Active: %1</source>
+        <translation>Aktiv: %1</translation>
+    </message>
+    <message>
+        <source>%1
+Layers activated since the last reset, the latest last.</source>
+        <translation>%1
+Ebenen, die seit dem letzten Zurücksetzen aktiviert wurden, die letzte zuletzt.</translation>
+    </message>
+    <message>
+        <source>%1 is set but not used yet: UseOverrideMaterial is off in this row.</source>
+        <translation>%1 ist gesetzt, wird aber noch nicht verwendet: UseOverrideMaterial ist in dieser Zeile aus.</translation>
+    </message>
+</context>
+<context>
     <name>LogView</name>
     <message>
         <source>Clear</source>
         <translation>Leeren</translation>
+    </message>
+    <message>
+        <source>What the host and scripts report appears here.</source>
+        <translation>Was der Host und Skripte melden, erscheint hier.</translation>
     </message>
 </context>
 <context>
@@ -193,30 +318,6 @@
         <translation>Änderungen verwerfen und beenden</translation>
     </message>
     <message>
-        <source>Keyboard Shortcuts</source>
-        <translation>Tastenkürzel</translation>
-    </message>
-    <message>
-        <source>Panel</source>
-        <translation>Bereich</translation>
-    </message>
-    <message>
-        <source>Keys</source>
-        <translation>Tasten</translation>
-    </message>
-    <message>
-        <source>Action</source>
-        <translation>Aktion</translation>
-    </message>
-    <message>
-        <source>About the Workbench</source>
-        <translation>Über die Workbench</translation>
-    </message>
-    <message>
-        <source>&lt;h3&gt;Workbench %1&lt;/h3&gt;&lt;p&gt;A reference host for scene panels: it opens scene files and shows them beside the panels of its plug-ins.&lt;/p&gt;</source>
-        <translation>&lt;h3&gt;Workbench %1&lt;/h3&gt;&lt;p&gt;Ein Referenzprogramm für Szenen-Panels: Es öffnet Szenendateien und zeigt sie neben den Panels seiner Plug-ins.&lt;/p&gt;</translation>
-    </message>
-    <message>
         <source>&amp;Find in Scene</source>
         <translation>In Szene &amp;suchen</translation>
     </message>
@@ -227,6 +328,54 @@
     <message>
         <source>Save the changes before the workbench is closed?</source>
         <translation>Die Änderungen vor dem Schließen speichern?</translation>
+    </message>
+    <message>
+        <source>&amp;Guide</source>
+        <translation>&amp;Anleitung</translation>
+    </message>
+    <message>
+        <source>Python Console</source>
+        <translation>Python-Konsole</translation>
+    </message>
+    <message>
+        <source>Recall the statement before</source>
+        <translation>Vorige Anweisung zurückholen</translation>
+    </message>
+    <message>
+        <source>Recall the statement after</source>
+        <translation>Nächste Anweisung zurückholen</translation>
+    </message>
+    <message>
+        <source>Complete</source>
+        <translation>Vervollständigen</translation>
+    </message>
+    <message>
+        <source>Interrupt</source>
+        <translation>Unterbrechen</translation>
+    </message>
+    <message>
+        <source>&amp;Reset Layout</source>
+        <translation>Anordnung &amp;zurücksetzen</translation>
+    </message>
+    <message>
+        <source>%1: %2</source>
+        <comment>file, contents</comment>
+        <translation>%1: %2</translation>
+    </message>
+</context>
+<context>
+    <name>MaterialUse</name>
+    <message>
+        <source>layer %1: overrides %2</source>
+        <translation>Ebene %1: ersetzt %2</translation>
+    </message>
+    <message>
+        <source>overrides %1 now</source>
+        <translation>ersetzt jetzt %1</translation>
+    </message>
+    <message>
+        <source>and %1 more places</source>
+        <translation>und %1 weitere Stellen</translation>
     </message>
 </context>
 <context>
@@ -284,6 +433,21 @@
     <message>
         <source> and %1 more</source>
         <translation> und %1 weitere</translation>
+    </message>
+</context>
+<context>
+    <name>NodeLooks</name>
+    <message>
+        <source>Off: %1</source>
+        <translation>Aus: %1</translation>
+    </message>
+    <message>
+        <source>Override material: %1</source>
+        <translation>Ersatzmaterial: %1</translation>
+    </message>
+    <message>
+        <source>Override material, not used: %1</source>
+        <translation>Ersatzmaterial, nicht verwendet: %1</translation>
     </message>
 </context>
 <context>
@@ -505,10 +669,6 @@
         <translation>Abbrechen</translation>
     </message>
     <message>
-        <source>Scene</source>
-        <translation>Szene</translation>
-    </message>
-    <message>
         <source>Scene files (*.%1 %2);;All files (*)</source>
         <translation>Szenendateien (*.%1 %2);;Alle Dateien (*)</translation>
     </message>
@@ -543,6 +703,37 @@
     <message>
         <source>%1[*] - Workbench</source>
         <translation>%1[*] - Workbench</translation>
+    </message>
+</context>
+<context>
+    <name>SceneEdits</name>
+    <message>
+        <source>Rename Material</source>
+        <translation>Material umbenennen</translation>
+    </message>
+    <message>
+        <source>Delete Material</source>
+        <translation>Material löschen</translation>
+    </message>
+    <message>
+        <source>Rename Node</source>
+        <translation>Knoten umbenennen</translation>
+    </message>
+    <message>
+        <source>Delete Node</source>
+        <translation>Knoten löschen</translation>
+    </message>
+    <message>
+        <source>Delete %1 Nodes</source>
+        <translation>%1 Knoten löschen</translation>
+    </message>
+    <message>
+        <source>Merge into Scene</source>
+        <translation>In Szene einfügen</translation>
+    </message>
+    <message>
+        <source>Merged %1: %2</source>
+        <translation>%1 eingefügt: %2</translation>
     </message>
 </context>
 <context>
@@ -583,6 +774,39 @@ Arten und Materialien: kind:mesh material:rubber</translation>
         <source>%1 of %2 nodes</source>
         <comment>found, all</comment>
         <translation>%1 von %2 Knoten</translation>
+    </message>
+    <message>
+        <source>The scene is empty.
+Open a file with Ctrl+O, or drop one here.</source>
+        <translation>Die Szene ist leer.
+Mit Strg+O eine Datei öffnen oder eine hier ablegen.</translation>
+    </message>
+</context>
+<context>
+    <name>SceneStatistics</name>
+    <message>
+        <source>1 node</source>
+        <translation>1 Knoten</translation>
+    </message>
+    <message>
+        <source>%1 nodes</source>
+        <translation>%1 Knoten</translation>
+    </message>
+    <message>
+        <source>1 mesh</source>
+        <translation>1 Netz</translation>
+    </message>
+    <message>
+        <source>%1 meshes</source>
+        <translation>%1 Netze</translation>
+    </message>
+    <message>
+        <source>1 material</source>
+        <translation>1 Material</translation>
+    </message>
+    <message>
+        <source>%1 materials</source>
+        <translation>%1 Materialien</translation>
     </message>
 </context>
 <context>

@@ -13,10 +13,11 @@
 
 namespace {
 
-QString translate(const char *text)
+/// For the translations.
+struct Texts
 {
-    return QCoreApplication::translate("HelpDialogs", text);
-}
+    Q_DECLARE_TR_FUNCTIONS(HelpDialogs)
+};
 
 void show(QWidget *window, const QString &title, QWidget *content, const QSize &size)
 {
@@ -36,7 +37,7 @@ void show(QWidget *window, const QString &title, QWidget *content, const QSize &
 void HelpDialogs::showGuide(QWidget *window)
 {
     auto *const text = new QTextBrowser;
-    text->setHtml(translate(
+    text->setHtml(Texts::tr(
         "<h4>Finding nodes</h4>"
         "<p>Type into the field above the scene tree (Ctrl+F): part of a name, a whole name with "
         "wildcards such as <b>wheel_*</b>, <b>kind:light</b>, <b>material:rubber</b>, or several "
@@ -55,26 +56,26 @@ void HelpDialogs::showGuide(QWidget *window)
         "<b>What was done to layers is not undone</b>, neither their order, their members nor "
         "their attributes. A deleted node stays in its layers, with a cross on its icon, until "
         "Cleanup; undoing the deletion brings it back to life there, too.</p>"));
-    show(window, translate("Guide"), text, { 560, 480 });
+    show(window, Texts::tr("Guide"), text, { 560, 480 });
 }
 
 void HelpDialogs::showShortcuts(QWidget *window)
 {
     auto *const list = new QTreeWidget;
-    list->setHeaderLabels({ translate("Panel"), translate("Keys"), translate("Action") });
+    list->setHeaderLabels({ Texts::tr("Panel"), Texts::tr("Keys"), Texts::tr("Action") });
     list->setRootIsDecorated(false);
     list->setAlternatingRowColors(true);
     for (const mkShortcut::Entry &entry : mkShortcut::getKeys()) {
         new QTreeWidgetItem(list, { entry.group, entry.keys, entry.description });
     }
     list->header()->setSectionResizeMode(QHeaderView::ResizeToContents);
-    show(window, translate("Keyboard Shortcuts"), list, { 560, 520 });
+    show(window, Texts::tr("Keyboard Shortcuts"), list, { 560, 520 });
 }
 
 void HelpDialogs::showAbout(QWidget *window)
 {
-    QMessageBox::about(window, translate("About the Workbench"),
-                       translate("<h3>Workbench %1</h3><p>A reference host for scene panels: it "
+    QMessageBox::about(window, Texts::tr("About the Workbench"),
+                       Texts::tr("<h3>Workbench %1</h3><p>A reference host for scene panels: it "
                                  "opens scene files and shows them beside the panels of its "
                                  "plug-ins.</p>")
                            .arg(QApplication::applicationVersion()));

@@ -64,8 +64,8 @@ void LayerPanel::explainColumns()
     QTreeWidgetItem *const header = tree->headerItem();
     const int count = std::min(header->columnCount(), int(std::size(explanations)));
     for (int column = 0; column < count; ++column) {
-        header->setToolTip(column, header->text(column) + QLatin1Char('\n')
-                                       + tr(explanations[column]));
+        header->setToolTip(column,
+                           header->text(column) + QLatin1Char('\n') + tr(explanations[column]));
     }
 }
 
@@ -134,11 +134,11 @@ QString LayerPanel::memberTip(const QPoint &position) const
     // The rows are those of the store, in its order.
     const QModelIndex index = tree->indexAt(position);
     const QModelIndex parent = index.parent();
-    if (!parent.isValid()) {
+    const mkRenderLayer *const store = mkScenegraph::getRenderLayer();
+    if (!parent.isValid() || !store) {
         return {};
     }
-    const osg::RenderLayerPtr layer = mkScenegraph::getRenderLayer()->getAttachment()->getLayer(
-        std::size_t(parent.row()));
+    const osg::RenderLayerPtr layer = store->getAttachment()->getLayer(std::size_t(parent.row()));
     if (!layer || std::size_t(index.row()) >= layer->getNodes().size()) {
         return {};
     }

@@ -8,8 +8,8 @@ class QHelpEvent;
 class QMenu;
 class QTreeWidget;
 
-/// What the workbench sets on the panel of render layers from outside, so that it can be read in any
-/// width: ellipses and tool tips in the header, widths of columns, tool tips with the paths of
+/// What the workbench sets on the panel of render layers from outside, so that it can be read in
+/// any width: ellipses and tool tips in the header, widths of columns, tool tips with the paths of
 /// members, and the title of its menu when that is torn off.
 class LayerPanel : public QObject
 {

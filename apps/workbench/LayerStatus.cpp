@@ -29,9 +29,11 @@ LayerStatus::LayerStatus(SceneWatcher *watcher, QWidget *parent)
 
 void LayerStatus::refresh()
 {
-    const osg::RenderLayersPtr layers = mkScenegraph::getRenderLayer()->getAttachment();
     QStringList active;
-    for (const osg::RenderLayerPtr &layer : layers->getActivated()) {
+    const mkRenderLayer *const store = mkScenegraph::getRenderLayer();
+    const osg::RenderLayersPtr layers = store ? store->getAttachment() : nullptr;
+    for (const osg::RenderLayerPtr &layer :
+         layers ? layers->getActivated() : std::vector<osg::RenderLayerPtr>()) {
         const QString name = QString::fromStdString(layer->getName());
         const auto &present = layers->getLayers();
         active += std::find(present.begin(), present.end(), layer) != present.end()

@@ -57,6 +57,8 @@ MainWindow::MainWindow(bool isUnattended)
     connect(&closing, &QTimer::timeout, this, &MainWindow::close);
 }
 
+MainWindow::~MainWindow() = default;
+
 void MainWindow::createFileMenu()
 {
     const QString group = tr("Workbench");

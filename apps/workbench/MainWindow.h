@@ -22,6 +22,7 @@ class MainWindow : public QMainWindow
 public:
     /// Unattended, it shows no dialogs of its own and leaves the user's settings alone.
     explicit MainWindow(bool unattended);
+    ~MainWindow() override;
 
     /// To be called when the plug-ins are there: adds what comes after their menus and arranges
     /// the docks.

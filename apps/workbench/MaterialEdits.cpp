@@ -15,10 +15,11 @@ namespace {
 
 using osg::MaterialPtr;
 
-QString translate(const char *text)
+/// For the translations.
+struct Texts
 {
-    return QCoreApplication::translate("SceneEdits", text);
-}
+    Q_DECLARE_TR_FUNCTIONS(SceneEdits)
+};
 
 void announce(const osg::FieldContainerPtr &container, const osg::BitVector &which)
 {
@@ -29,7 +30,7 @@ class RenameMaterial : public QUndoCommand
 {
 public:
     RenameMaterial(MaterialPtr renamed, std::string newName)
-        : QUndoCommand(translate("Rename Material"))
+        : QUndoCommand(Texts::tr("Rename Material"))
         , material(std::move(renamed))
         , name(std::move(newName))
     {}
@@ -55,7 +56,7 @@ class RemoveMaterial : public QUndoCommand
 {
 public:
     explicit RemoveMaterial(MaterialPtr removed)
-        : QUndoCommand(translate("Delete Material"))
+        : QUndoCommand(Texts::tr("Delete Material"))
         , material(std::move(removed))
     {}
 

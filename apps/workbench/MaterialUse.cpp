@@ -13,10 +13,11 @@ namespace {
 
 constexpr int mostPlaces = 8;
 
-QString translate(const char *text)
+/// For the translations.
+struct Texts
 {
-    return QCoreApplication::translate("MaterialUse", text);
-}
+    Q_DECLARE_TR_FUNCTIONS(MaterialUse)
+};
 
 QString pathOf(const osg::NodePtr &node)
 {
@@ -64,7 +65,7 @@ QString MaterialUse::describe() const
     // What is in layers comes first: it is harder to find otherwise.
     for (const Override &place : overrides) {
         if (place.layer) {
-            lines += translate("layer %1: overrides %2")
+            lines += Texts::tr("layer %1: overrides %2")
                          .arg(QString::fromStdString(place.layer->getName()), pathOf(place.node));
         }
     }
@@ -73,13 +74,13 @@ QString MaterialUse::describe() const
     }
     for (const Override &place : overrides) {
         if (!place.layer) {
-            lines += translate("overrides %1 now").arg(pathOf(place.node));
+            lines += Texts::tr("overrides %1 now").arg(pathOf(place.node));
         }
     }
     const int more = lines.size() - mostPlaces;
     if (more > 1) {
         lines = lines.mid(0, mostPlaces);
-        lines += translate("and %1 more places").arg(more);
+        lines += Texts::tr("and %1 more places").arg(more);
     }
     return lines.join(QLatin1Char('\n'));
 }

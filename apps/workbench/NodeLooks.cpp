@@ -16,10 +16,11 @@ namespace {
 const QColor markColor(0xe0, 0x6c, 0x00);
 constexpr qreal outline = 1.2;
 
-QString translate(const char *text)
+/// For the translations.
+struct Texts
 {
-    return QCoreApplication::translate("NodeLooks", text);
-}
+    Q_DECLARE_TR_FUNCTIONS(NodeLooks)
+};
 
 osg::MaterialPtr overrideInUse(const osg::RenderAttributeValues &values)
 {
@@ -95,13 +96,13 @@ QString toolTip(const osg::NodePtr &node)
         }
     }
     if (!off.isEmpty()) {
-        text += QLatin1Char('\n') + translate("Off: %1").arg(off.join(QLatin1String(", ")));
+        text += QLatin1Char('\n') + Texts::tr("Off: %1").arg(off.join(QLatin1String(", ")));
     }
     if (values.overrideMaterial) {
         const QString name = QString::fromUtf8(mkMaterials::getName(values.overrideMaterial));
         text += QLatin1Char('\n')
-                + (values.useOverrideMaterial ? translate("Override material: %1")
-                                              : translate("Override material, not used: %1"))
+                + (values.useOverrideMaterial ? Texts::tr("Override material: %1")
+                                              : Texts::tr("Override material, not used: %1"))
                       .arg(name);
     }
     return text;

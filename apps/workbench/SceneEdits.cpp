@@ -22,15 +22,11 @@ namespace {
 
 using osg::NodePtr;
 
-QString translate(const char *text)
+/// For the translations.
+struct Texts
 {
-    return QCoreApplication::translate("SceneEdits", text);
-}
-
-QString countedNodes(const char *one, const char *many, std::size_t count)
-{
-    return count == 1 ? translate(one) : translate(many).arg(count);
-}
+    Q_DECLARE_TR_FUNCTIONS(SceneEdits)
+};
 
 /// True when a member of some layer is one of `nodes` or below one.
 bool areInLayers(const std::vector<NodePtr> &nodes)
@@ -63,7 +59,7 @@ class RenameNode : public QUndoCommand
 {
 public:
     RenameNode(NodePtr renamed, std::string newName)
-        : QUndoCommand(translate("Rename Node"))
+        : QUndoCommand(Texts::tr("Rename Node"))
         , node(std::move(renamed))
         , name(std::move(newName))
     {}
@@ -95,7 +91,8 @@ class RemoveNodes : public QUndoCommand
 {
 public:
     explicit RemoveNodes(std::vector<NodePtr> removed)
-        : QUndoCommand(countedNodes("Delete Node", "Delete %1 Nodes", removed.size()))
+        : QUndoCommand(removed.size() == 1 ? Texts::tr("Delete Node")
+                                           : Texts::tr("Delete %1 Nodes").arg(removed.size()))
         , nodes(std::move(removed))
     {}
 
@@ -173,7 +170,7 @@ class Merge : public QUndoCommand
 {
 public:
     explicit Merge(mkScenegraph::Document merged)
-        : QUndoCommand(translate("Merge into Scene"))
+        : QUndoCommand(Texts::tr("Merge into Scene"))
         , document(std::move(merged))
     {}
 
@@ -262,7 +259,7 @@ void merge(mkScenegraph::Document document)
     }
     mkScenegraph::scrollToNodes({ root });
     StatusLine::show(
-        translate("Merged %1: %2").arg(QString::fromUtf8(mkNodeUtils::getName(root)), what));
+        Texts::tr("Merged %1: %2").arg(QString::fromUtf8(mkNodeUtils::getName(root)), what));
 }
 
 } // namespace SceneEdits

@@ -57,7 +57,8 @@ ScenePane::ScenePane(SceneWatcher *watcher, QWidget *parent)
     setMinimumWidth(200);
     setFocusProxy(all);
     new EmptyHint(all, [] {
-        return mkScenegraph::getRoot()->getChildren().empty()
+        const osg::NodePtr root = mkScenegraph::getRoot();
+        return !root || root->getChildren().empty()
                    ? tr("The scene is empty.\nOpen a file with Ctrl+O, or drop one here.")
                    : QString();
     });

@@ -22,7 +22,10 @@ SceneSearch::SceneSearch(QObject *parent)
 void SceneSearch::start(const NodePattern &newPattern)
 {
     pattern = newPattern;
-    pending = { mkScenegraph::getRoot() };
+    pending.clear();
+    if (const osg::NodePtr root = mkScenegraph::getRoot()) {
+        pending.push_back(root);
+    }
     filter = std::make_shared<NodeFilter>();
     visited = 0;
     timer.start();

@@ -2,8 +2,8 @@
 
 #include <QProxyStyle>
 
-/// The platform's style, but for icons of selected rows, which keep their colours: tinted, the kinds
-/// of nodes could not be told apart.
+/// The platform's style, but for icons of selected rows, which keep their colours: tinted, the
+/// kinds of nodes could not be told apart.
 class WorkbenchStyle : public QProxyStyle
 {
     Q_OBJECT
