@@ -74,10 +74,7 @@ QIcon icon(const osg::NodePtr &node)
                      opaqueColor(material));
         }
     }
-    QIcon icon(pixmap);
-    // The style would tint that of a selected row.
-    icon.addPixmap(pixmap, QIcon::Selected);
-    return icon;
+    return QIcon(pixmap);
 }
 
 QString toolTip(const osg::NodePtr &node)
