@@ -2,13 +2,9 @@
 
 #include "mkRayEnvironment.h"
 #include "mkRayFilm.h"
-#include "mkRayPictureFiles.h"
-#include "mkRayRenderer.h"
 
 #include <tbb/task_arena.h>
 
-#include <QSignalSpy>
-#include <QTemporaryDir>
 #include <QTest>
 
 #include <cmath>
@@ -168,7 +164,6 @@ void tst_RayTracer::furnace()
     add(scene, ball(), M44f(), white);
     const mkRayFilm film = rendered(scene, eyeAt(5, 0.12F), 256);
     const C4f seen = average(film);
-    qDebug() << seen.r << seen.a;
     QCOMPARE(seen.a, 1.0F);
     QVERIFY2(seen.r >= 0.5F * least && seen.r <= 0.505F, qPrintable(QString::number(seen.r)));
 }
@@ -216,8 +211,8 @@ void tst_RayTracer::sameBytes()
     add(scene, square(), placed({ 0, -1, 0 }, { 4, 4, 4 }, { -90, 0, 0 }), grey(0.7F));
     const QSize size(60, 50);
     const QImage one = rendered(scene, eyeAt(), 3, size, 1).picture();
-    QCOMPARE(rendered(scene, eyeAt(), 3, size, 4).picture(), one);
-    QVERIFY(rendered(scene, eyeAt(), 3, size, 4, 2).picture() != one);
+    QCOMPARE(rendered(scene, eyeAt(), 3, size, 2).picture(), one);
+    QVERIFY(rendered(scene, eyeAt(), 3, size, 2, 2).picture() != one);
 }
 
 QTEST_GUILESS_MAIN(tst_RayTracer)

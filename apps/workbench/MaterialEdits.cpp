@@ -52,6 +52,25 @@ private:
     std::string name;
 };
 
+class SwitchShadowMaterial : public QUndoCommand
+{
+public:
+    explicit SwitchShadowMaterial(MaterialPtr switched)
+        : QUndoCommand(translate("Shadow Material"))
+        , material(std::move(switched))
+    {}
+
+    void redo() override
+    {
+        material->setShadowMaterial(!material->isShadowMaterial());
+        mkController::setModified(1);
+    }
+    void undo() override { redo(); }
+
+private:
+    MaterialPtr material;
+};
+
 class RemoveMaterial : public QUndoCommand
 {
 public:
@@ -142,6 +161,14 @@ bool renameMaterial(const MaterialPtr &material, const std::string &name)
     const mkScopedUndo undo(true);
     mkUndo::execute(std::make_unique<RenameMaterial>(material, unique));
     return true;
+}
+
+void setShadowMaterial(const MaterialPtr &material, bool on)
+{
+    if (material->isShadowMaterial() != on) {
+        const mkScopedUndo undo(true);
+        mkUndo::execute(std::make_unique<SwitchShadowMaterial>(material));
+    }
 }
 
 void removeMaterial(const MaterialPtr &material)

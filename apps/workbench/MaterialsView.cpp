@@ -5,6 +5,7 @@
 #include "NamedDrag.h"
 #include "NodePattern.h"
 #include "SceneEdits.h"
+#include "SceneWatcher.h"
 #include "StatusLine.h"
 #include "mkIconManager/mkIconManager.h"
 #include "mkKernel/mkSelectionManager.h"
@@ -58,6 +59,9 @@ MaterialsView::MaterialsView(SceneWatcher *watcher, QWidget *parent)
     setEditTriggers(DoubleClicked);
     setDragDropMode(DragOnly);
     setContextMenuPolicy(Qt::ActionsContextMenu);
+    connect(selectionModel(), &QItemSelectionModel::currentChanged, this,
+            &MaterialsView::currentMaterialChanged);
+    connect(watcher, &SceneWatcher::materialsChanged, this, &MaterialsView::currentMaterialChanged);
 
     const auto keyText = [](int key) { return mkShortcut::convertKey(key, {}, false); };
     auto *const rename = new QAction(tr("Rename\t%1").arg(keyText(Qt::Key_F2)), this);

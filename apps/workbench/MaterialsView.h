@@ -19,12 +19,17 @@ public:
 
     /// Shows the materials whose names fit what a search field holds.
     void search(const QString &text);
+    /// Null for none.
+    osg::MaterialPtr currentMaterial() const;
+
+Q_SIGNALS:
+    /// Another one is current, or something about materials has changed.
+    void currentMaterialChanged();
 
 protected:
     void startDrag(Qt::DropActions supportedActions) override;
 
 private:
-    osg::MaterialPtr currentMaterial() const;
     void removeCurrent();
     void selectNodes();
 

@@ -18,6 +18,8 @@ void removeNodes(const std::vector<mkNodePtr> &nodes);
 /// An empty name is refused with false, and so is the one that the material has. One that another
 /// material has gets a number behind it.
 bool renameMaterial(const osg::MaterialPtr &material, const std::string &name);
+/// Whether the material shows only the shadows on it.
+void setShadowMaterial(const osg::MaterialPtr &material, bool on);
 /// Takes a material out of the document. What has it gets the host's default look, what it
 /// overrides is overridden no more.
 void removeMaterial(const osg::MaterialPtr &material);

@@ -75,8 +75,8 @@ bool mkRayFilm::addPass(const mkRayIntegrator &integrator, const mkRayCamera &ca
                               for (int x = tile.cols().begin(); x < tile.cols().end(); ++x) {
                                   const std::size_t place = std::size_t(y) * stride()
                                                             + std::size_t(x);
-                                  mkRaySampler sampler(std::uint32_t(place), sample, seed);
-                                  const Imath::V2f within = sampler.next2();
+                                  const mkRaySampler sampler(std::uint32_t(place), sample, seed);
+                                  const Imath::V2f within = sampler.withinPixel();
                                   const Imath::V2f at((float(x) + within.x) / float(width),
                                                       (float(y) + within.y) / float(height));
                                   const mkRaySample found =

@@ -98,7 +98,7 @@ mkRay mkRayIntegrator::eyeRay(const mkRayCamera &camera, float aspect, V2f place
 {
     const V3f way = camera.forward + camera.right * ((2 * place.x - 1) * aspect * camera.tangent)
                     + camera.up * ((1 - 2 * place.y) * camera.tangent);
-    return { camera.position, way.normalized() };
+    return { camera.position, way * (1 / std::sqrt(way.dot(way))) };
 }
 
 mkRaySample mkRayIntegrator::trace(const mkRay &eye, mkRaySampler sampler) const

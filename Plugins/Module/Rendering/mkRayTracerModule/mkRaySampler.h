@@ -36,6 +36,15 @@ public:
         , index(sample)
     {}
 
+    /// Where in its pixel the path begins. Points of the R2 sequence, shifted anew for each pixel,
+    /// which cost less than others and spread as well over a square.
+    Imath::V2f withinPixel() const
+    {
+        const std::uint32_t shift = mkRayHash(base);
+        return { mkRayUnit(shift + index * 0xc13fa9a9U),
+                 mkRayUnit((shift * 0x9e3779b9U) + index * 0x91e10da5U) };
+    }
+
     Imath::V2f next2()
     {
         const std::uint32_t salt = mkRayHash(base + ++dimension * 0x9e3779b9U);

@@ -27,6 +27,7 @@ mkRayTracerModule *instance = nullptr;
 mkRayTracerModule::mkRayTracerModule()
     : mkModuleBase("Ray Tracer", "Rendering", mkMessage::SceneLoaded | mkMessage::SceneMerged,
                    nullptr)
+    , session(this)
 {
     if (QMKDockWindowManager *const docks = mkController::getDockWindowManager()) {
         panel = new mkRayViewPanel(&session, mkController::getMainWindow());

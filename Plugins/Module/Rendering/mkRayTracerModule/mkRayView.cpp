@@ -66,6 +66,11 @@ void mkRayView::restart()
     } else {
         show({});
     }
+    if (!task.isTracedLike(last)) {
+        // What is shown is of the past.
+        shown.samples = 0;
+    }
+    last = task;
     tracer.start(std::move(task));
 }
 

@@ -52,6 +52,7 @@ private:
     mkRaySession *session;
     mkRayRenderer tracer;
     std::shared_ptr<const mkRaySnapshot> scene;
+    mkRayTask last;
     mkRayProgress shown;
     QImage outline;
     std::unordered_set<std::uint32_t> selected;
