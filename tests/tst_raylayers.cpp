@@ -31,6 +31,9 @@
 
 using namespace RayScenes;
 
+/// Milliseconds; the tracer's threads give way to all others.
+constexpr int patience = 60000;
+
 class tst_RayLayers : public QObject
 {
     Q_OBJECT
@@ -58,7 +61,10 @@ private:
     {
         return module->findChild<mkRaySession *>()->control().camera();
     }
-    bool waitForPicture() { return module->waitForView(1, [] { return true; }); }
+    bool waitForPicture()
+    {
+        return module->waitForView(1, [] { return true; });
+    }
     /// What the view shows in a point of the picture, 0 to 1 each.
     QColor shown(double x, double y) const
     {
@@ -131,8 +137,8 @@ void tst_RayLayers::layerPictures()
     mkController::setModified(0);
 
     const QTemporaryDir directory;
-    const QStringList files = module->renderLayers(directory.filePath("new"), { 40, 20 }, 4,
-                                                   format, "eye", [] { return true; });
+    const QStringList files = module->renderLayers(directory.filePath("new"), { 40, 20 }, 4, format,
+                                                   "eye", [] { return true; });
     QVERIFY(!attributes(right)->getVisible() && attributes(left)->getVisible());
     QVERIFY(!mkController::isModified());
 
@@ -187,8 +193,8 @@ void tst_RayLayers::layerPictures()
 
 void tst_RayLayers::fileNames()
 {
-    QCOMPARE(mkRayLayers::fileNames({ "Paint", "../etc", "paint", "", "a b", "a/b", "Ärger",
-                                      QString(200, 'x') }),
+    QCOMPARE(mkRayLayers::fileNames(
+                 { "Paint", "../etc", "paint", "", "a b", "a/b", "Ärger", QString(200, 'x') }),
              QStringList({ "Paint", "___etc", "paint1", "layer", "a_b", "a_b1", "Ärger",
                            QString(60, 'x') }));
 }
@@ -207,17 +213,17 @@ void tst_RayLayers::viewFollows()
     store.getAttributes(0, right)->setVisible(false);
     store.activateLayer(0);
     mkController::updateRender(false);
-    QTRY_VERIFY(std::abs(shown(0.64, 0.5).greenF() - bright) > 0.2);
+    QTRY_VERIFY_WITH_TIMEOUT(std::abs(shown(0.64, 0.5).greenF() - bright) > 0.2, patience);
     QCOMPARE(status("rayLayers"), QString("Active: Paint"));
     mkNodeUtils::resetRenderLayerAttributes(mkScenegraph::getRoot());
-    QTRY_COMPARE(shown(0.64, 0.5).greenF(), bright);
-    QTRY_COMPARE(status("rayLayers"), QString("No layer is active"));
+    QTRY_COMPARE_WITH_TIMEOUT(shown(0.64, 0.5).greenF(), bright, patience);
+    QTRY_COMPARE_WITH_TIMEOUT(status("rayLayers"), QString("No layer is active"), patience);
 
     const osg::Ptr<osg::DrawableBase> core(right->getCore());
     core->getMaterial()->setEmission({ 0.1F, 0.1F, 0.1F });
-    QTRY_VERIFY(shown(0.64, 0.5).greenF() < bright - 0.1);
+    QTRY_VERIFY_WITH_TIMEOUT(shown(0.64, 0.5).greenF() < bright - 0.1, patience);
     mkScenegraph::newScene("nothing");
-    QTRY_VERIFY(panel()->view()->progress().picture.isNull());
+    QTRY_VERIFY_WITH_TIMEOUT(panel()->view()->progress().picture.isNull(), patience);
     QVERIFY(checks != QColor(Qt::black));
 }
 
@@ -285,7 +291,8 @@ void tst_RayLayers::scripts_data()
 {
     QTest::addColumn<QString>("statement");
     QTest::addColumn<QString>("failure");
-    QTest::newRow("picture") << "renderPicture(FILE + '.png', 8, 4, 1)" << "";
+    QTest::newRow("picture") << "renderPicture(FILE + '.png', 8, 4, 1)"
+                             << "";
     QTest::newRow("OpenEXR") << "renderPicture(file=FILE + '.exr', width=8, height=4, samples=1, "
                                 "camera='eye')"
                              << "";
@@ -295,13 +302,18 @@ void tst_RayLayers::scripts_data()
                           << "A picture is 1 to 16384 pixels wide and high.";
     QTest::newRow("samples") << "renderPicture(FILE + '.png', 4, 4, 0)"
                              << "A picture takes 1 to 1048576 samples.";
-    QTest::newRow("place") << "renderPicture('/nowhere/x.png', 4, 4, 1)" << "cannot be written";
-    QTest::newRow("layers") << "renderLayers(FILE)" << "The scene has no render layers.";
+    QTest::newRow("place") << "renderPicture('/nowhere/x.png', 4, 4, 1)"
+                           << "cannot be written";
+    QTest::newRow("layers") << "renderLayers(FILE)"
+                            << "The scene has no render layers.";
     QTest::newRow("format") << "renderLayers(FILE, format='gif')"
                             << "A format is \"png\" or \"exr\".";
-    QTest::newRow("light") << "setEnvironment(FILE)" << "cannot be read";
-    QTest::newRow("help") << "setEnvironment.__doc__.index('built-in')" << "";
-    QTest::newRow("wait") << "waitForView(1)" << "";
+    QTest::newRow("light") << "setEnvironment(FILE)"
+                           << "cannot be read";
+    QTest::newRow("help") << "setEnvironment.__doc__.index('built-in')"
+                          << "";
+    QTest::newRow("wait") << "waitForView(1)"
+                          << "";
 }
 
 void tst_RayLayers::scripts()
@@ -345,13 +357,27 @@ void tst_RayLayers::damagedScenes()
     const osg::Ptr<osg::Geometry> geometry(left->getCore());
     const osg::Ptr<osg::Transform> transform(left->getParent()->getCore());
     switch (damage) {
-    case 0: geometry->indices.insert(geometry->indices.begin() + 300, { 0, 1, 4000000000U, 7 }); break;
-    case 1: geometry->positions[40] = { notANumber, endless, 0 }; break;
-    case 2: geometry->indices.assign(300, 5); break;
-    case 3: geometry->normals.assign(geometry->positions.size(), { 0, notANumber, 0 }); break;
-    case 4: transform->setMatrix({}); break;
-    case 5: transform->setMatrix({ endless, 0, 0, notANumber, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1 }); break;
-    case 6: geometry->setMaterial(osg::NullFC); break;
+    case 0:
+        geometry->indices.insert(geometry->indices.begin() + 300, { 0, 1, 4000000000U, 7 });
+        break;
+    case 1:
+        geometry->positions[40] = { notANumber, endless, 0 };
+        break;
+    case 2:
+        geometry->indices.assign(300, 5);
+        break;
+    case 3:
+        geometry->normals.assign(geometry->positions.size(), { 0, notANumber, 0 });
+        break;
+    case 4:
+        transform->setMatrix({});
+        break;
+    case 5:
+        transform->setMatrix({ endless, 0, 0, notANumber, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1 });
+        break;
+    case 6:
+        geometry->setMaterial(osg::NullFC);
+        break;
     default: {
         const auto texture = osg::Texture::create();
         texture->setData("nothing that can be read");

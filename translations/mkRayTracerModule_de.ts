@@ -48,6 +48,63 @@
     </message>
 </context>
 <context>
+    <name>mkRayPictureFiles</name>
+    <message>
+        <source>%1 cannot be written: %2.</source>
+        <translation>%1 kann nicht geschrieben werden: %2.</translation>
+    </message>
+    <message>
+        <source>it has no channels R, G and B</source>
+        <translation>Sie hat keine Kanäle R, G und B</translation>
+    </message>
+    <message>
+        <source>it is too large</source>
+        <translation>Sie ist zu groß</translation>
+    </message>
+    <message>
+        <source>%1 cannot be read: %2.</source>
+        <translation>%1 kann nicht gelesen werden: %2.</translation>
+    </message>
+    <message>
+        <source>There are no layers to write.</source>
+        <translation>Es gibt keine Ebenen zu schreiben.</translation>
+    </message>
+</context>
+<context>
+    <name>mkRayPictureJob</name>
+    <message>
+        <source>A picture is 1 to %1 pixels wide and high.</source>
+        <translation>Ein Bild ist 1 bis %1 Pixel breit und hoch.</translation>
+    </message>
+    <message>
+        <source>A picture takes 1 to %1 samples.</source>
+        <translation>Ein Bild braucht 1 bis %1 Abtastungen.</translation>
+    </message>
+    <message>
+        <source>The scene has no render layers.</source>
+        <translation>Die Szene hat keine Render-Ebenen.</translation>
+    </message>
+    <message>
+        <source>The folder %1 cannot be made.</source>
+        <translation>Der Ordner %1 kann nicht angelegt werden.</translation>
+    </message>
+</context>
+<context>
+    <name>mkRayScene</name>
+    <message>
+        <source>Embree cannot be started (error %1).</source>
+        <translation>Embree kann nicht gestartet werden (Fehler %1).</translation>
+    </message>
+    <message>
+        <source>There is not enough memory to trace this scene.</source>
+        <translation>Für diese Szene reicht der Speicher nicht.</translation>
+    </message>
+    <message>
+        <source>Embree cannot trace this scene.</source>
+        <translation>Embree kommt mit dieser Szene nicht zurecht.</translation>
+    </message>
+</context>
+<context>
     <name>mkRaySession</name>
     <message>
         <source>There is no camera &quot;%1&quot;.</source>

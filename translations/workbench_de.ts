@@ -392,6 +392,14 @@ Ebenen, die seit dem letzten Zurücksetzen aktiviert wurden, die letzte zuletzt.
         <source>No material fits.</source>
         <translation>Kein Material passt.</translation>
     </message>
+    <message>
+        <source>Shadow material</source>
+        <translation>Schattenmaterial</translation>
+    </message>
+    <message>
+        <source>Pictures show only the shadows on what has this material</source>
+        <translation>Bilder zeigen nur die Schatten auf dem, was dieses Material hat</translation>
+    </message>
 </context>
 <context>
     <name>MaterialsView</name>

@@ -31,8 +31,8 @@ osg::Ptr<osg::Geometry> ball(std::uint32_t rings)
             if (ring < rings && step < 2 * rings) {
                 const std::uint32_t first = ring * (2 * rings + 1) + step;
                 const std::uint32_t below = first + 2 * rings + 1;
-                geometry->indices.insert(geometry->indices.end(), { first, below, below + 1, first,
-                                                                    below + 1, first + 1 });
+                geometry->indices.insert(geometry->indices.end(),
+                                         { first, below, below + 1, first, below + 1, first + 1 });
             }
         }
     }
@@ -163,10 +163,10 @@ std::vector<mkRay> eyeRays(const mkRayCamera &camera)
                 for (int x = left; x < std::min(left + tile, width); ++x) {
                     const mkRaySampler sampler(std::uint32_t(y * width + x), 0, 0);
                     const Imath::V2f within = sampler.withinPixel();
-                    rays.push_back(mkRayIntegrator::eyeRay(
-                        camera, float(width) / float(height),
-                        { (float(x) + within.x) / float(width),
-                          (float(y) + within.y) / float(height) }));
+                    rays.push_back(
+                        mkRayIntegrator::eyeRay(camera, float(width) / float(height),
+                                                { (float(x) + within.x) / float(width),
+                                                  (float(y) + within.y) / float(height) }));
                 }
             }
         }
@@ -227,9 +227,8 @@ void activation(Report &report)
         seconds.push_back(secondsOf([&] { scene.apply(reader.read(root, environment)); }));
         mkRayFilm film(frame / 4);
         const std::atomic<bool> cancelled{ false };
-        toPicture.push_back(secondsOf([&] {
-            film.addPass(mkRayIntegrator(scene), above(columns), 0, cancelled);
-        }));
+        toPicture.push_back(
+            secondsOf([&] { film.addPass(mkRayIntegrator(scene), above(columns), 0, cancelled); }));
     }
     report.line(QStringLiteral("rays/activation_10000"), median(seconds) * 1000,
                 QStringLiteral("ms"), 20,

@@ -30,17 +30,13 @@ constexpr std::size_t mostPixels = 1U << 28U;
     throw std::runtime_error(reason.toStdString());
 }
 
-QString translate(const char *text)
-{
-    return QCoreApplication::translate("mkRayPictureFiles", text);
-}
-
 void save(const QString &file, const QByteArray &bytes)
 {
     QSaveFile target(file);
     if (!target.open(QIODevice::WriteOnly) || target.write(bytes) != bytes.size()
         || !target.commit()) {
-        fail(translate("%1 cannot be written: %2.").arg(file, target.errorString()));
+        fail(QCoreApplication::translate("mkRayPictureFiles", "%1 cannot be written: %2.")
+                 .arg(file, target.errorString()));
     }
 }
 
@@ -61,7 +57,7 @@ std::string colorPrefix(const Imf::ChannelList &channels)
             return prefix;
         }
     }
-    fail(translate("it has no channels R, G and B"));
+    fail(QCoreApplication::translate("mkRayPictureFiles", "it has no channels R, G and B"));
 }
 
 } // namespace
@@ -75,7 +71,7 @@ try {
     pixels.height = std::size_t(qint64(window.max.y) - window.min.y + 1);
     if (pixels.width > mostPixels || pixels.height > mostPixels
         || pixels.width * pixels.height > mostPixels) {
-        fail(translate("it is too large"));
+        fail(QCoreApplication::translate("mkRayPictureFiles", "it is too large"));
     }
     const std::string prefix = colorPrefix(input.header().channels());
     pixels.colors.resize(pixels.width * pixels.height);
@@ -95,13 +91,14 @@ try {
     input.readPixels(window.min.y, window.max.y);
     return pixels;
 } catch (const std::exception &failure) {
-    fail(translate("%1 cannot be read: %2.").arg(file, QString::fromUtf8(failure.what())));
+    fail(QCoreApplication::translate("mkRayPictureFiles", "%1 cannot be read: %2.")
+             .arg(file, QString::fromUtf8(failure.what())));
 }
 
 void mkWriteExr(const QString &file, const mkRayLayerFilms &layers)
 {
     if (layers.empty()) {
-        fail(translate("There are no layers to write."));
+        fail(QCoreApplication::translate("mkRayPictureFiles", "There are no layers to write."));
     }
     const QSize size = layers.front().second->size();
     const auto width = std::size_t(size.width());
@@ -140,7 +137,8 @@ void mkWriteExr(const QString &file, const mkRayLayerFilms &layers)
         }
         bytes = QByteArray::fromStdString(stream.str());
     } catch (const std::exception &failure) {
-        fail(translate("%1 cannot be written: %2.").arg(file, QString::fromUtf8(failure.what())));
+        fail(QCoreApplication::translate("mkRayPictureFiles", "%1 cannot be written: %2.")
+                 .arg(file, QString::fromUtf8(failure.what())));
     }
     save(file, bytes);
 }
@@ -150,6 +148,7 @@ void mkWritePng(const QString &file, const mkRayFilm &film, float exposure)
     QSaveFile target(file);
     if (!target.open(QIODevice::WriteOnly) || !film.picture(exposure).save(&target, "PNG")
         || !target.commit()) {
-        fail(translate("%1 cannot be written: %2.").arg(file, target.errorString()));
+        fail(QCoreApplication::translate("mkRayPictureFiles", "%1 cannot be written: %2.")
+                 .arg(file, target.errorString()));
     }
 }

@@ -15,11 +15,6 @@ constexpr int largestSide = 16384;
 constexpr int mostSamples = 1 << 20;
 constexpr std::chrono::milliseconds interval(50);
 
-QString translate(const char *text)
-{
-    return QCoreApplication::translate("mkRayPictureJob", text);
-}
-
 } // namespace
 
 void mkRayPictureJob::check(const Settings &settings)
@@ -27,11 +22,16 @@ void mkRayPictureJob::check(const Settings &settings)
     const auto isSide = [](int side) { return side >= 1 && side <= largestSide; };
     if (!isSide(settings.size.width()) || !isSide(settings.size.height())) {
         throw std::runtime_error(
-            translate("A picture is 1 to %1 pixels wide and high.").arg(largestSide).toStdString());
+            QCoreApplication::translate("mkRayPictureJob",
+                                        "A picture is 1 to %1 pixels wide and high.")
+                .arg(largestSide)
+                .toStdString());
     }
     if (settings.samples < 1 || settings.samples > mostSamples) {
         throw std::runtime_error(
-            translate("A picture takes 1 to %1 samples.").arg(mostSamples).toStdString());
+            QCoreApplication::translate("mkRayPictureJob", "A picture takes 1 to %1 samples.")
+                .arg(mostSamples)
+                .toStdString());
     }
 }
 
@@ -53,12 +53,16 @@ mkRayPictureJob mkRayPictureJob::layers(const QString &directory, bool openExr,
 {
     check(settings);
     if (pictures.empty()) {
-        throw std::runtime_error(translate("The scene has no render layers.").toStdString());
+        throw std::runtime_error(
+            QCoreApplication::translate("mkRayPictureJob", "The scene has no render layers.")
+                .toStdString());
     }
     const QDir target(directory);
     if (!target.mkpath(QStringLiteral("."))) {
         throw std::runtime_error(
-            translate("The folder %1 cannot be made.").arg(directory).toStdString());
+            QCoreApplication::translate("mkRayPictureJob", "The folder %1 cannot be made.")
+                .arg(directory)
+                .toStdString());
     }
     mkRayPictureJob job;
     job.settings = settings;

@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr int niceness = 10;
+constexpr int niceness = 5;
 /// The rough picture has one pixel where the real one has so many, each way.
 constexpr int roughness = 4;
 constexpr qint64 shownEvery = 40;

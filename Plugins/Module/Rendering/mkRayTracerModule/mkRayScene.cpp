@@ -2,10 +2,11 @@
 
 #include "mkRaySampler.h"
 
+#include <QCoreApplication>
+
 #include <algorithm>
 #include <cstring>
 #include <stdexcept>
-#include <string>
 
 using Imath::C3f;
 using Imath::C4f;
@@ -21,6 +22,11 @@ Value interpolated(const mkRayMesh &mesh, const std::vector<Value> &corners, con
     const std::uint32_t *const corner = &mesh.indices[std::size_t(hit.triangle) * 3];
     return corners[corner[0]] * (1 - hit.u - hit.v) + corners[corner[1]] * hit.u
            + corners[corner[2]] * hit.v;
+}
+
+[[noreturn]] void fail(const QString &reason)
+{
+    throw std::runtime_error(reason.toStdString());
 }
 
 std::uint32_t saltOf(std::uint32_t path, std::uint32_t instance, std::uint32_t triangle)
@@ -45,8 +51,8 @@ mkRayScene::mkRayScene()
     , current(std::make_shared<mkRaySnapshot>())
 {
     if (!device) {
-        throw std::runtime_error("Embree cannot be started (error "
-                                 + std::to_string(rtcGetDeviceError(nullptr)) + ").");
+        fail(QCoreApplication::translate("mkRayScene", "Embree cannot be started (error %1).")
+                 .arg(int(rtcGetDeviceError(nullptr))));
     }
     place();
 }
@@ -75,9 +81,10 @@ void mkRayScene::check() const
     case RTC_ERROR_NONE:
         return;
     case RTC_ERROR_OUT_OF_MEMORY:
-        throw std::runtime_error("There is not enough memory to trace this scene.");
+        fail(QCoreApplication::translate("mkRayScene",
+                                         "There is not enough memory to trace this scene."));
     default:
-        throw std::runtime_error("Embree cannot trace this scene.");
+        fail(QCoreApplication::translate("mkRayScene", "Embree cannot trace this scene."));
     }
 }
 
