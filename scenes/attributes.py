@@ -43,13 +43,18 @@ def render(name):
     print(mkRayTracerModule.renderPicture(file, 200, 150, samples, "camera"))
 
 
-floor = mkHost.findMaterial("floor_white")
 os.makedirs(directory, exist_ok=True)
+floor = mkHost.findMaterial("floor_white")
 resetRenderLayers()
 render("all")
-for attribute, on in ATTRIBUTES:
+for attribute, _ in ATTRIBUTES:
+    # What this one is about is only seen on a shadow material.
+    floor.shadowMaterial = attribute == "visibleForShadowMaterial"
+    if floor.shadowMaterial:
+        render("shadowMaterial")
     node = find(NODES.get(attribute, "subject"))
-    values = [default != (name == attribute) for name, default in ATTRIBUTES]
+    values = [on != (name == attribute) for name, on in ATTRIBUTES]
     setNodeVisibilityFlags(node, *values, "marble_green")
     render(attribute)
     resetNodeVisibilityFlags(node)
+floor.shadowMaterial = False
