@@ -54,7 +54,7 @@ for attribute, _ in ATTRIBUTES:
         render("shadowMaterial")
     node = find(NODES.get(attribute, "subject"))
     values = [on != (name == attribute) for name, on in ATTRIBUTES]
-    setNodeVisibilityFlags(node, *values, "marble_green")
+    setNodeVisibilityFlags(node, *values, "mirror")
     render(attribute)
     resetNodeVisibilityFlags(node)
 floor.shadowMaterial = False

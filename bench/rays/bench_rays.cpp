@@ -116,11 +116,7 @@ public:
     {
         int met = 0;
         for (const mkRay &ray : rays) {
-            RTCRayQueryContext context;
-            rtcInitRayQueryContext(&context);
-            RTCIntersectArguments arguments;
-            rtcInitIntersectArguments(&arguments);
-            arguments.context = &context;
+            mkEmbree::Context context;
             RTCRayHit query{};
             query.ray.org_x = ray.origin.x;
             query.ray.org_y = ray.origin.y;
@@ -132,7 +128,7 @@ public:
             query.ray.mask = mkRayKind::All;
             query.hit.geomID = RTC_INVALID_GEOMETRY_ID;
             query.hit.instID[0] = RTC_INVALID_GEOMETRY_ID;
-            rtcIntersect1(top, &query, &arguments);
+            mkEmbree::intersect(top, context, nullptr, query);
             met += query.hit.geomID != RTC_INVALID_GEOMETRY_ID ? 1 : 0;
         }
         return met;
