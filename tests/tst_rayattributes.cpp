@@ -162,7 +162,7 @@ C4f seen(const Scene &scene, const Values &values)
 {
     mkNodeUtils::getOrMakeRenderAttributes(scene.object)->setValues(values);
     mkRaySceneReader reader([] {});
-    return average(rendered(reader.read(scene.root, scene.environment), scene.camera, 64));
+    return average(rendered(reader.read(scene.root, scene.environment), scene.camera, 256));
 }
 
 QString text(const C4f &color)

@@ -85,7 +85,7 @@ private:
 void tst_RayLayers::initTestCase()
 {
     mkController::setMainWindow(&window);
-    new QMKDockWindowManager(&window);
+    mkController::setDockWindowManager(new QMKDockWindowManager(&window));
     mkScenegraph::newScene("empty");
     mkPythonRegisterFactory::run(mkPythonRegisterFactory::BeforeInterpreter);
     mkScript::start();
