@@ -743,6 +743,10 @@ Ebenen, die seit dem letzten Zurücksetzen aktiviert wurden, die letzte zuletzt.
         <source>Merged %1: %2</source>
         <translation>%1 eingefügt: %2</translation>
     </message>
+    <message>
+        <source>Shadow Material</source>
+        <translation>Schattenmaterial</translation>
+    </message>
 </context>
 <context>
     <name>ScenePane</name>

@@ -56,7 +56,7 @@ class SwitchShadowMaterial : public QUndoCommand
 {
 public:
     explicit SwitchShadowMaterial(MaterialPtr switched)
-        : QUndoCommand(translate("Shadow Material"))
+        : QUndoCommand(Texts::tr("Shadow Material"))
         , material(std::move(switched))
     {}
 
