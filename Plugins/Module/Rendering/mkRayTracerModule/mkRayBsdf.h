@@ -16,14 +16,14 @@ public:
     struct Choice
     {
         Lobe lobe;
-        Imath::C3f weight;
+        Imath::C3f weight{ 0, 0, 0 };
     };
 
     struct Sample
     {
-        Imath::V3f direction;
+        Imath::V3f direction{ 0, 0, 0 };
         /// What arrives, cosine included, divided by the density.
-        Imath::C3f weight;
+        Imath::C3f weight{ 0, 0, 0 };
         /// By solid angle; 0 for directions that no other technique could have found.
         float density = 0;
         bool passes = false;
