@@ -113,7 +113,9 @@ mkScenegraph::Document readForeignScene(const QString &file, const mkSceneFile::
 int convertScene(const QString &file, const QString &target)
 {
     const auto size = rlim_t(QFileInfo(file).size());
+#ifndef __SANITIZE_ADDRESS__ // which reserves terabytes of addresses
     limit(RLIMIT_AS, baseMemory + size * memoryPerByte);
+#endif
     limit(RLIMIT_CPU, baseSeconds + size / bytesPerSecond);
     limit(RLIMIT_CORE, 0);
     QString failure;
