@@ -61,6 +61,33 @@ float softBox(const V3f &direction, float azimuth, float elevation, float width,
     return ramp(aside - width) * ramp(above - height);
 }
 
+std::shared_ptr<const mkRayEnvironment> makeStudio()
+{
+    constexpr std::size_t width = 256;
+    constexpr std::size_t height = 128;
+    std::vector<C3f> pixels;
+    pixels.reserve(width * height);
+    for (std::size_t y = 0; y < height; ++y) {
+        for (std::size_t x = 0; x < width; ++x) {
+            const V3f direction = directionOf(
+                { (float(x) + 0.5F) / float(width), (float(y) + 0.5F) / float(height) });
+            const float room = 0.1F + 0.06F * (direction.y + 1);
+            const auto box = [&](const C3f &light, float azimuth, float elevation, float halfWidth,
+                                 float halfHeight) {
+                return light * softBox(direction, azimuth, elevation, halfWidth, halfHeight);
+            };
+            // The key light high on the left behind the usual eye, a fill on the right, a
+            // strip that draws edges from behind, and the ceiling.
+            pixels.push_back(C3f(1, 1.01F, 1.03F) * room
+                             + box({ 4.2F, 4.1F, 3.9F }, -2.3F, 0.8F, 0.42F, 0.3F)
+                             + box({ 0.9F, 0.96F, 1 }, 1.7F, 0.45F, 0.3F, 0.45F)
+                             + box({ 2, 2, 2 }, 0.5F, 0.6F, 0.6F, 0.08F)
+                             + box({ 0.7F, 0.7F, 0.7F }, 0, 1.57F, 0.6F, 0.35F));
+        }
+    }
+    return std::make_shared<const mkRayEnvironment>(width, height, std::move(pixels));
+}
+
 } // namespace
 
 mkRayEnvironment::mkRayEnvironment(std::size_t newWidth, std::size_t newHeight,
@@ -144,31 +171,7 @@ float mkRayEnvironment::density(const V3f &direction) const
 
 std::shared_ptr<const mkRayEnvironment> mkRayEnvironment::studio()
 {
-    static const std::shared_ptr<const mkRayEnvironment> made = [] {
-        constexpr std::size_t width = 256;
-        constexpr std::size_t height = 128;
-        std::vector<C3f> pixels;
-        pixels.reserve(width * height);
-        for (std::size_t y = 0; y < height; ++y) {
-            for (std::size_t x = 0; x < width; ++x) {
-                const V3f direction = directionOf(
-                    { (float(x) + 0.5F) / float(width), (float(y) + 0.5F) / float(height) });
-                const float room = 0.1F + 0.06F * (direction.y + 1);
-                const auto box = [&](const C3f &light, float azimuth, float elevation,
-                                     float halfWidth, float halfHeight) {
-                    return light * softBox(direction, azimuth, elevation, halfWidth, halfHeight);
-                };
-                // The key light high on the left behind the usual eye, a fill on the right, a
-                // strip that draws edges from behind, and the ceiling.
-                pixels.push_back(C3f(1, 1.01F, 1.03F) * room
-                                 + box({ 4.2F, 4.1F, 3.9F }, -2.3F, 0.8F, 0.42F, 0.3F)
-                                 + box({ 0.9F, 0.96F, 1 }, 1.7F, 0.45F, 0.3F, 0.45F)
-                                 + box({ 2, 2, 2 }, 0.5F, 0.6F, 0.6F, 0.08F)
-                                 + box({ 0.7F, 0.7F, 0.7F }, 0, 1.57F, 0.6F, 0.35F));
-            }
-        }
-        return std::make_shared<const mkRayEnvironment>(width, height, std::move(pixels));
-    }();
+    static const std::shared_ptr<const mkRayEnvironment> made = makeStudio();
     return made;
 }
 
