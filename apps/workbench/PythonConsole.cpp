@@ -1,6 +1,6 @@
 #include "PythonConsole.h"
 
-#include "LogView.h"
+#include "ConsoleTranscript.h"
 #include "mkKernel/mkScript.h"
 #include "mkPython/mkPythonSession.h"
 #include "mkShortcut/mkShortcut.h"
@@ -14,7 +14,6 @@
 #include <QPlainTextEdit>
 #include <QRegularExpression>
 #include <QScopeGuard>
-#include <QScrollBar>
 #include <QSettings>
 #include <QStyle>
 #include <QTextBlock>
@@ -22,15 +21,12 @@
 #include <QVBoxLayout>
 #include <QtMath>
 
-#include <utility>
-
 namespace {
 
-constexpr int maxTranscriptLines = 10000;
+using Kind = ConsoleTranscript::Kind;
+
 constexpr int maxHistory = 500;
 constexpr int maxInputLines = 10;
-/// Of what is printed between two looks at it, only the end is shown.
-constexpr int maxPendingSize = 200000;
 constexpr int keepAliveMilliseconds = 20;
 constexpr int idleMilliseconds = 200;
 
@@ -45,13 +41,11 @@ QFont fixedFont()
     return font;
 }
 
-QPlainTextEdit *createEdit(const QString &name, QWidget *parent)
+void prepareEdit(QPlainTextEdit *edit, const QString &name)
 {
-    auto *const edit = new QPlainTextEdit(parent);
     edit->setObjectName(name);
     edit->setFrameShape(QFrame::NoFrame);
     edit->setFont(fixedFont());
-    return edit;
 }
 
 /// That of the font's metrics may be a pixel less.
@@ -83,8 +77,8 @@ QString commonStart(const QStringList &texts)
 
 PythonConsole::PythonConsole(QWidget *parent)
     : QWidget(parent)
-    , transcript(createEdit(QStringLiteral("transcript"), this))
-    , input(createEdit(QStringLiteral("input"), this))
+    , transcript(new ConsoleTranscript(this))
+    , input(new QPlainTextEdit(this))
     , prompt(new QLabel(QStringLiteral(">>>"), this))
     , stopButton(new QToolButton(this))
 {
@@ -94,14 +88,15 @@ PythonConsole::PythonConsole(QWidget *parent)
     // One sheet in the colour of the editors.
     setBackgroundRole(QPalette::Base);
     setAutoFillBackground(true);
-    transcript->setReadOnly(true);
-    transcript->setUndoRedoEnabled(false);
-    transcript->setMaximumBlockCount(maxTranscriptLines);
+    prepareEdit(transcript, QStringLiteral("transcript"));
+    prepareEdit(input, QStringLiteral("input"));
     transcript->setMinimumHeight(2 * transcript->fontMetrics().lineSpacing());
     input->setLineWrapMode(QPlainTextEdit::NoWrap);
     input->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     input->setAccessibleName(tr("Python statement"));
     input->setPlaceholderText(tr("Python statement"));
+    // A file is dropped on the window, wherever that is.
+    input->setAcceptDrops(false);
     input->setEnabled(false);
     prompt->setFont(input->font());
     prompt->setContentsMargins(4, int(input->document()->documentMargin()), 0, 0);
@@ -125,13 +120,6 @@ PythonConsole::PythonConsole(QWidget *parent)
     setFocusProxy(input);
     input->installEventFilter(this);
     transcript->installEventFilter(this);
-    // Follows the end, also when its own size changes, as long as the reader has not scrolled up.
-    QScrollBar *const bar = transcript->verticalScrollBar();
-    connect(bar, &QScrollBar::rangeChanged, this, [bar, end = 0](int, int newEnd) mutable {
-        if (bar->value() >= std::exchange(end, newEnd)) {
-            bar->setValue(newEnd);
-        }
-    });
     connect(stopButton, &QToolButton::clicked, this, &PythonConsole::interrupt);
     connect(input, &QPlainTextEdit::textChanged, this, &PythonConsole::fitInput);
     idle.setSingleShot(true);
@@ -160,10 +148,11 @@ void PythonConsole::start()
     if (!mkScript::isRunning()) {
         return;
     }
-    session = std::make_unique<mkPythonSession>(
-        [this](mkPythonSession::Stream stream, const QString &text) {
-            write(stream == mkPythonSession::Stream::Output ? Kind::Output : Kind::Error, text);
-        });
+    session = std::make_unique<mkPythonSession>([this](mkPythonSession::Stream stream,
+                                                       const QString &text) {
+        transcript->write(stream == mkPythonSession::Stream::Output ? Kind::Output : Kind::Error,
+                          text);
+    });
     mkScript::setHeartbeat([this] { keepAlive(); });
     input->setEnabled(true);
 }
@@ -211,8 +200,7 @@ bool PythonConsole::inputKey(int key, Qt::KeyboardModifiers modifiers)
         return input->textCursor().blockNumber() == input->blockCount() - 1 && goThroughHistory(1);
     case Qt::Key_L:
         if (modifiers == Qt::ControlModifier) {
-            transcript->clear();
-            lineEnded = false;
+            transcript->empty();
             return true;
         }
         return false;
@@ -255,15 +243,15 @@ void PythonConsole::submit()
     input->clear();
     QString echo = source;
     echo.replace(QLatin1Char('\n'), QStringLiteral("\n... "));
-    write(Kind::Input, QStringLiteral(">>> ") + echo + QLatin1Char('\n'));
-    flush();
+    transcript->write(Kind::Input, QStringLiteral(">>> ") + echo + QLatin1Char('\n'));
+    transcript->flush();
 
     // What a statement makes the host say belongs to its answer.
     const int listener = mkLog::addListener([this](mkLog::Severity severity, const QString &line) {
-        write(severity == mkLog::Severity::Info      ? Kind::Output
-              : severity == mkLog::Severity::Warning ? Kind::Warning
-                                                     : Kind::Error,
-              line + QLatin1Char('\n'));
+        transcript->write(severity == mkLog::Severity::Info      ? Kind::Output
+                          : severity == mkLog::Severity::Warning ? Kind::Warning
+                                                                 : Kind::Error,
+                          line + QLatin1Char('\n'));
     });
     const auto removeListener = qScopeGuard([listener] { mkLog::removeListener(listener); });
     session->execute(source);
@@ -305,8 +293,8 @@ void PythonConsole::completeOrIndent()
     if (start.size() > name.size()) {
         cursor.insertText(start.mid(name.size()));
     } else if (matches.size() > 1) {
-        write(Kind::Output, matches.join(QStringLiteral("  ")) + QLatin1Char('\n'));
-        flush();
+        transcript->write(Kind::Output, matches.join(QStringLiteral("  ")) + QLatin1Char('\n'));
+        transcript->flush();
     }
 }
 
@@ -355,64 +343,9 @@ void PythonConsole::resizeEvent(QResizeEvent *event)
     fitInput();
 }
 
-/// May be called on another thread while this one waits for it.
-void PythonConsole::write(Kind kind, const QString &text)
-{
-    if (pending.empty()) {
-        QMetaObject::invokeMethod(this, &PythonConsole::flush, Qt::QueuedConnection);
-    }
-    if (!pending.empty() && pending.back().kind == kind) {
-        pending.back().text += text;
-    } else {
-        pending.push_back({ kind, text });
-    }
-    pendingSize += text.size();
-    if (pendingSize > 2 * maxPendingSize) {
-        auto first = pending.begin();
-        for (; pendingSize - first->text.size() >= maxPendingSize; ++first) {
-            pendingSize -= first->text.size();
-        }
-        pending.erase(pending.begin(), first);
-        pending.front().text.remove(0, pendingSize - maxPendingSize);
-        pendingSize = maxPendingSize;
-    }
-}
-
-void PythonConsole::flush()
-{
-    QTextCursor cursor(transcript->document());
-    cursor.movePosition(QTextCursor::End);
-    cursor.beginEditBlock();
-    for (Piece &piece : std::exchange(pending, {})) {
-        // Laying out very long lines takes seconds.
-        static const QRegularExpression longLine(QStringLiteral("([^\\n]{2000})(?=[^\\n])"));
-        piece.text.replace(longLine, QStringLiteral("\\1\n"));
-        QTextCharFormat format;
-        if (piece.kind == Kind::Input) {
-            format.setFontWeight(QFont::Bold);
-            lineEnded = lineEnded || !cursor.atBlockStart();
-        } else if (piece.kind != Kind::Output) {
-            format.setForeground(LogView::colorOf(piece.kind == Kind::Error
-                                                      ? mkLog::Severity::Error
-                                                      : mkLog::Severity::Warning,
-                                                  palette()));
-        }
-        // The last line ends when the next one begins: no empty one stands above the prompt.
-        if (std::exchange(lineEnded, piece.text.endsWith(QLatin1Char('\n')))) {
-            cursor.insertBlock();
-        }
-        if (lineEnded) {
-            piece.text.chop(1);
-        }
-        cursor.insertText(piece.text, format);
-    }
-    cursor.endEditBlock();
-    pendingSize = 0;
-}
-
 void PythonConsole::refresh()
 {
-    flush();
+    transcript->flush();
     prompt->setEnabled(!mkScript::isBusy());
     stopButton->setEnabled(mkScript::isBusy());
 }

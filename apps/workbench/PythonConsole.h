@@ -5,8 +5,8 @@
 #include <QWidget>
 
 #include <memory>
-#include <vector>
 
+class ConsoleTranscript;
 class QLabel;
 class QPlainTextEdit;
 class QToolButton;
@@ -14,8 +14,7 @@ class mkPythonSession;
 
 /// A console to the host's Python: a transcript, and an input below it that takes one statement or
 /// many lines. It also shows what scripts print, and keeps the windows alive while any statement
-/// runs, so that it can be stopped; no second one is started meanwhile. Its lines come out in the
-/// colours of the palette that is current then.
+/// runs, so that it can be stopped; no second one is started meanwhile.
 ///
 /// Return runs the input once it is complete, Shift+Return breaks the line; Up and Down go through
 /// the history, Tab completes or indents, Ctrl+C stops a running statement or empties the input,
@@ -39,13 +38,6 @@ protected:
     void resizeEvent(QResizeEvent *event) override;
 
 private:
-    enum class Kind { Input, Output, Warning, Error };
-    struct Piece
-    {
-        Kind kind;
-        QString text;
-    };
-
     bool inputKey(int key, Qt::KeyboardModifiers modifiers);
     void submit();
     void breakLine();
@@ -54,12 +46,10 @@ private:
     void interrupt();
     void fitInput();
 
-    void write(Kind kind, const QString &text);
-    void flush();
     void refresh();
     void keepAlive();
 
-    QPlainTextEdit *transcript;
+    ConsoleTranscript *transcript;
     QPlainTextEdit *input;
     QLabel *prompt;
     QToolButton *stopButton;
@@ -67,11 +57,6 @@ private:
     /// The place in the history, its end for what has not been submitted yet.
     int historyPlace = 0;
     QString draft;
-    /// Printed but not shown yet.
-    std::vector<Piece> pending;
-    int pendingSize = 0;
-    /// The transcript's last line is complete, though the next one has not begun.
-    bool lineEnded = false;
     /// Runs out once no statement keeps it from doing so.
     QTimer idle;
     std::unique_ptr<mkPythonSession> session;
