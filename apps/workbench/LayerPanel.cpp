@@ -4,6 +4,7 @@
 #include "mkOpenSGUtils/mkNodeUtils.h"
 #include "mkOpenSGUtils/mkRenderLayer.h"
 
+#include <QGuiApplication>
 #include <QHeaderView>
 #include <QHelpEvent>
 #include <QMenu>
@@ -52,6 +53,20 @@ LayerPanel::LayerPanel(QWidget *panel)
             menu->setTitle(panel->windowTitle());
         }
     }
+    // The panel fits the column of names after some commands only, and to an empty tree, too.
+    widening.setSingleShot(true);
+    widening.setInterval(0);
+    connect(&widening, &QTimer::timeout, this, &LayerPanel::widenNames);
+    connect(this, &LayerPanel::changed, &widening, QOverload<>::of(&QTimer::start));
+    connect(tree->header(), &QHeaderView::sectionResized, this, [this](int column, int, int width) {
+        const bool byHand = QGuiApplication::mouseButtons() != Qt::NoButton
+                            && tree->header()->viewport()->underMouse();
+        if (column == 0 && byHand) {
+            chosenNameWidth = width;
+        } else if (column == 0) {
+            widening.start();
+        }
+    });
     const QAbstractItemModel *const model = tree->model();
     connect(model, &QAbstractItemModel::dataChanged, this, &LayerPanel::changed);
     connect(model, &QAbstractItemModel::rowsInserted, this, &LayerPanel::changed);
@@ -69,15 +84,33 @@ void LayerPanel::explainColumns()
     }
 }
 
+/// So wide that the names can be read, but never so that they leave no room for the rest.
+int LayerPanel::wantedNameWidth() const
+{
+    if (chosenNameWidth > 0) {
+        return chosenNameWidth;
+    }
+    const QAbstractItemView *const view = tree;
+    return std::max(tree->fontMetrics().averageCharWidth() * nameColumnInCharacters,
+                    std::min(view->sizeHintForColumn(0), tree->viewport()->width() / 2));
+}
+
+void LayerPanel::widenNames()
+{
+    if (tree && tree->header()->sectionSize(0) < wantedNameWidth()) {
+        tree->header()->resizeSection(0, wantedNameWidth());
+    }
+}
+
 void LayerPanel::fitColumns()
 {
     if (!tree) {
         return;
     }
     QHeaderView *const header = tree->header();
-    const int character = tree->fontMetrics().averageCharWidth();
-    const int narrowest = character * narrowestInCharacters;
-    const int name = std::max(header->sectionSize(0), character * nameColumnInCharacters);
+    const int narrowest = tree->fontMetrics().averageCharWidth() * narrowestInCharacters;
+    chosenNameWidth = 0;
+    const int name = wantedNameWidth();
     std::vector<int> wanted;
     for (int column = 1; column < header->count(); ++column) {
         wanted.push_back(header->sectionSizeHint(column));
@@ -103,17 +136,21 @@ void LayerPanel::fitColumns()
     }
 }
 
-QByteArray LayerPanel::saveColumns() const
+QVariant LayerPanel::saveColumns() const
 {
-    return tree ? tree->header()->saveState() : QByteArray();
+    return tree ? QVariantList{ tree->header()->saveState(), chosenNameWidth } : QVariant();
 }
 
-bool LayerPanel::restoreColumns(const QByteArray &columns)
+bool LayerPanel::restoreColumns(const QVariant &columns)
 {
+    const QVariantList saved = columns.toList();
     // Of another version of the panel it may be for other columns.
     const int count = tree ? tree->header()->count() : 0;
-    return tree && !columns.isEmpty() && tree->header()->restoreState(columns)
-           && tree->header()->count() == count;
+    const bool restored = tree && saved.size() == 2
+                          && tree->header()->restoreState(saved.at(0).toByteArray())
+                          && tree->header()->count() == count;
+    chosenNameWidth = restored ? saved.at(1).toInt() : 0;
+    return restored;
 }
 
 bool LayerPanel::eventFilter(QObject *watched, QEvent *event)

@@ -2,8 +2,9 @@
 
 #include <QObject>
 #include <QPointer>
+#include <QTimer>
+#include <QVariant>
 
-class QByteArray;
 class QHelpEvent;
 class QMenu;
 class QTreeWidget;
@@ -21,8 +22,9 @@ public:
 
     /// Makes all columns as wide as their headers, but where a little less lets all of them fit.
     void fitColumns();
-    QByteArray saveColumns() const;
-    bool restoreColumns(const QByteArray &columns);
+    QVariant saveColumns() const;
+    /// False when `columns` is none of saveColumns() for this panel.
+    bool restoreColumns(const QVariant &columns);
 
 Q_SIGNALS:
     /// Rows or their texts changed.
@@ -33,7 +35,13 @@ protected:
 
 private:
     void explainColumns();
+    int wantedNameWidth() const;
+    void widenNames();
     QString memberTip(const QPoint &position) const;
 
     QPointer<QTreeWidget> tree;
+    /// What the user has made of the column of names; 0 until then.
+    int chosenNameWidth = 0;
+    /// Collects changes before it widens that column.
+    QTimer widening;
 };

@@ -96,7 +96,7 @@ bool WindowLayout::restore()
     const QSettings settings;
     const bool restored = window->restoreGeometry(settings.value(geometryKey()).toByteArray())
                           && window->restoreState(settings.value(stateKey()).toByteArray());
-    if (columns && !columns->restoreColumns(settings.value(columnsKey()).toByteArray())) {
+    if (columns && !columns->restoreColumns(settings.value(columnsKey()))) {
         columns->fitColumns();
     }
     return restored;
