@@ -120,11 +120,6 @@ void MainWindow::createDocks()
     console = new PythonConsole;
     consoleDock = addDock(QT_TRANSLATE_NOOP("QMKDockWindowManager", "Python Console"), console,
                           "Console", Qt::BottomDockWidgetArea);
-    const QString group = tr("Python Console");
-    mkShortcut::addKey(group, Qt::Key_Up, {}, tr("Recall the statement before"));
-    mkShortcut::addKey(group, Qt::Key_Down, {}, tr("Recall the statement after"));
-    mkShortcut::addKey(group, Qt::Key_Tab, {}, tr("Complete"));
-    mkShortcut::addKey(group, Qt::Key_C, Qt::ControlModifier, tr("Interrupt"));
 }
 
 QDockWidget *MainWindow::addDock(const char *name, QWidget *widget, const char *icon,
@@ -201,18 +196,25 @@ QString fileOf(const QMimeData *data)
     return urls.size() == 1 ? urls.first().toLocalFile() : QString();
 }
 
+/// A program from which a file was moved would delete it.
+void acceptAsCopy(QDropEvent *event)
+{
+    event->setDropAction(Qt::CopyAction);
+    event->accept();
+}
+
 } // namespace
 
 void MainWindow::dragEnterEvent(QDragEnterEvent *event)
 {
     if (!fileOf(event->mimeData()).isEmpty()) {
-        event->acceptProposedAction();
+        acceptAsCopy(event);
     }
 }
 
 void MainWindow::dropEvent(QDropEvent *event)
 {
-    event->acceptProposedAction();
+    acceptAsCopy(event);
     // The program that it comes from waits until this returns, and questions take their time.
     const QString file = fileOf(event->mimeData());
     QTimer::singleShot(0, document, [this, file] { document->openInstead(file); });

@@ -11,6 +11,8 @@ SearchField::SearchField(QMenu *menu, QWidget *parent)
     : QLineEdit(parent)
 {
     setClearButtonEnabled(true);
+    // A file is dropped on the window, wherever that is.
+    setAcceptDrops(false);
     QAction *const action = addAction(mkIconManager::getIcon(menu ? "SearchBy" : "Search", ""),
                                       LeadingPosition);
     if (menu) {
