@@ -66,10 +66,12 @@ QByteArray CommandLine::preparePlatform(int argc, char **argv)
         return {};
     }
     const QByteArray chosen = qgetenv("QT_QPA_PLATFORM");
-    if (has({ "-platform" }) || (!chosen.isEmpty() && chosen != "xcb")) {
+    const QByteArrayList platforms = (chosen.isEmpty() ? "xcb;wayland" : chosen).split(';');
+    if (has({ "-platform" })
+        || !std::all_of(platforms.begin(), platforms.end(), &DisplayProbe::knows)) {
         return {};
     }
-    const DisplayProbe::Result display = DisplayProbe::find();
+    const DisplayProbe::Result display = DisplayProbe::find(platforms);
     qputenv("QT_QPA_PLATFORM", display.platform.isEmpty() ? "offscreen" : display.platform);
     return display.reason;
 }

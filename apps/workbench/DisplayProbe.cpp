@@ -46,9 +46,7 @@ bool hasWaylandServer()
     return answers;
 }
 
-} // namespace
-
-bool DisplayProbe::hasXServer()
+bool hasXServer()
 {
     // Qt's plug-in brings the library; where it is missing, so is the plug-in.
     QLibrary xcb(QStringLiteral("xcb"), 1);
@@ -66,22 +64,28 @@ bool DisplayProbe::hasXServer()
     return answers;
 }
 
-DisplayProbe::Result DisplayProbe::find()
+} // namespace
+
+bool DisplayProbe::knows(const QByteArray &platform)
+{
+    return platform == "xcb" || platform.startsWith("wayland");
+}
+
+DisplayProbe::Result DisplayProbe::find(const QByteArrayList &platforms)
 {
     QByteArray reason = "There is no display.";
-    if (!qEnvironmentVariableIsEmpty("DISPLAY")) {
-        if (hasXServer()) {
-            return { "xcb", {} };
+    for (const QByteArray &platform : platforms) {
+        const bool wayland = platform.startsWith("wayland");
+        const QByteArray display = qgetenv(wayland ? "WAYLAND_DISPLAY" : "DISPLAY");
+        if (display.isEmpty()) {
+            continue;
         }
-        reason = "The display " + qgetenv("DISPLAY") + " does not answer.";
-    }
-    if (!qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")) {
-        if (!hasWaylandServer()) {
-            reason = "The display " + qgetenv("WAYLAND_DISPLAY") + " does not answer.";
-        } else if (hasWaylandPlugin()) {
-            return { "wayland", {} };
-        } else {
+        if (wayland ? !hasWaylandServer() : !hasXServer()) {
+            reason = "The display " + display + " does not answer.";
+        } else if (wayland && !hasWaylandPlugin()) {
             reason = "Qt's Wayland plug-in is missing; Debian's package is qtwayland5.";
+        } else {
+            return { platform, {} };
         }
     }
     return { {}, reason };

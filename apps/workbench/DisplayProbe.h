@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QByteArray>
+#include <QByteArrayList>
 
 /// Finds out, before there is an application object, whether a window could be shown: Qt ends the
 /// program where a display does not answer.
@@ -14,9 +14,9 @@ struct Result
     QByteArray reason;
 };
 
-/// Looks at the display that the environment names.
-Result find();
-/// True when the X server that DISPLAY names lets us in.
-bool hasXServer();
+/// True when this looks for displays of the platform that Qt calls so: X11's and Wayland's.
+bool knows(const QByteArray &platform);
+/// Looks at the displays that the environment names, for the first of these platforms that has one.
+Result find(const QByteArrayList &platforms);
 
 } // namespace DisplayProbe

@@ -14,6 +14,7 @@
 #include <new>
 
 #include <sys/resource.h>
+#include <unistd.h>
 
 namespace {
 
@@ -120,9 +121,12 @@ int convertScene(const QString &file, const QString &target)
     limit(RLIMIT_CORE, 0);
     QString failure;
     try {
-        const mkScenegraph::Document document = importScene(file, [](int percent) {
-            std::printf("%d\n", percent);
-            std::fflush(stdout);
+        const bool isWatched = isatty(STDOUT_FILENO) == 0;
+        const mkScenegraph::Document document = importScene(file, [isWatched](int percent) {
+            if (isWatched) {
+                std::printf("%d\n", percent);
+                std::fflush(stdout);
+            }
         });
         mkSceneFile::write(target, { document.root, document.materials });
         return 0;

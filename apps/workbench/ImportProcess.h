@@ -10,6 +10,6 @@
 mkScenegraph::Document readForeignScene(const QString &file, const mkSceneFile::Progress &progress);
 
 /// The process itself: "--convert IN OUT" with these two files. It reports progress on standard
-/// output, a number a line, and the reason of a failure in the last line on standard error. Returns
-/// the exit status.
+/// output, a number a line, unless that is a terminal, and the reason of a failure in the last line
+/// on standard error. Returns the exit status.
 int convertScene(const QString &file, const QString &target);
