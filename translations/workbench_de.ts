@@ -334,26 +334,6 @@ Ebenen, die seit dem letzten Zurücksetzen aktiviert wurden, die letzte zuletzt.
         <translation>&amp;Anleitung</translation>
     </message>
     <message>
-        <source>Python Console</source>
-        <translation>Python-Konsole</translation>
-    </message>
-    <message>
-        <source>Recall the statement before</source>
-        <translation>Vorige Anweisung zurückholen</translation>
-    </message>
-    <message>
-        <source>Recall the statement after</source>
-        <translation>Nächste Anweisung zurückholen</translation>
-    </message>
-    <message>
-        <source>Complete</source>
-        <translation>Vervollständigen</translation>
-    </message>
-    <message>
-        <source>Interrupt</source>
-        <translation>Unterbrechen</translation>
-    </message>
-    <message>
         <source>&amp;Reset Layout</source>
         <translation>Anordnung &amp;zurücksetzen</translation>
     </message>

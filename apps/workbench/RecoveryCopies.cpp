@@ -1,5 +1,6 @@
 #include "RecoveryCopies.h"
 
+#include "FileLock.h"
 #include "OSGSystem/Revision.h"
 #include "mkKernel/mkScenegraph.h"
 #include "mkOpenSGUtils/mkMaterials.h"
@@ -9,7 +10,6 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QLockFile>
 #include <QUuid>
 
 #include <algorithm>
@@ -85,10 +85,8 @@ std::vector<RecoveryCopies::Copy> RecoveryCopies::takeLeft() const
             continue;
         }
         seen += copy.base;
-        copy.lock = std::make_unique<QLockFile>(lockPath(copy.base));
-        copy.lock->setStaleLockTime(0);
-        // The locks of programs that are no more can be had.
-        if (!copy.lock->tryLock(0)) {
+        copy.lock = FileLock::tryLock(lockPath(copy.base));
+        if (!copy.lock) {
             continue;
         }
         const QFileInfo scene(copy.scenePath());
@@ -137,9 +135,7 @@ void RecoveryCopies::begin()
     if (!own.lock) {
         QDir().mkpath(folder);
         own.base = QDir(folder).filePath(QUuid::createUuid().toString(QUuid::WithoutBraces));
-        own.lock = std::make_unique<QLockFile>(lockPath(own.base));
-        own.lock->setStaleLockTime(0);
-        own.lock->tryLock(0);
+        own.lock = FileLock::tryLock(lockPath(own.base));
     }
     file = std::make_unique<QFile>(own.partPath());
     if (!file->open(QIODevice::WriteOnly)) {

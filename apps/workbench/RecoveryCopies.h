@@ -10,7 +10,7 @@
 #include <vector>
 
 class QFile;
-class QLockFile;
+class FileLock;
 class mkSceneWriter;
 
 /// Keeps a copy of the scene while it has unsaved changes, so that a crash costs little. The copy
@@ -39,7 +39,7 @@ public:
         /// The scene's own file; empty when it has none.
         QString sceneFile;
         QDateTime written;
-        std::unique_ptr<QLockFile> lock;
+        std::unique_ptr<FileLock> lock;
     };
 
     /// Copies are kept in `folder` and renewed every `interval` milliseconds.
