@@ -42,13 +42,11 @@ public:
     /// Writes attributes into the node's own attachment, made where missing, and applies them to
     /// the node and what is below it. `overrideMaterial` is looked up by name, and only if
     /// `useOverrideMaterial` is true.
-    static void setNodeVisibilityFlags(const osg::NodePtr &node, bool visible, bool visibleInAlpha,
-                                       bool primaryVisibility, bool visibleInReflections,
-                                       bool visibleInRefractions, bool castShadows,
-                                       bool receiveShadows, bool doubleSided,
-                                       bool visibleForPhotons, bool visibleForShadowMaterial,
-                                       bool useOverrideMaterial,
-                                       const std::string &overrideMaterial);
+    static void setNodeVisibilityFlags(
+        const osg::NodePtr &node, bool visible, bool visibleInAlpha, bool primaryVisibility,
+        bool visibleInReflections, bool visibleInRefractions, bool castShadows, bool receiveShadows,
+        bool doubleSided, bool visibleForPhotons = true, bool visibleForShadowMaterial = true,
+        bool useOverrideMaterial = false, const std::string &overrideMaterial = std::string());
     /// Resets the render attributes of the node and what is below it.
     static void resetNodeVisibilityFlags(const osg::NodePtr &node);
     /// Restores a stored state on every drawable of the scene; one that does not have it is reset.

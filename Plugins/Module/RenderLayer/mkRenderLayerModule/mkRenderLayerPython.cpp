@@ -2,15 +2,12 @@
 
 #include "mkKernel/mkScript.h"
 #include "mkMicroKernel/mkPythonRegister.h"
-#include "mkRenderAttributes.h"
 #include "mkRenderLayerModule.h"
 
 #include <QCoreApplication>
 #include <QThread>
 
 #include <boost/python.hpp>
-
-#include <utility>
 
 namespace {
 
@@ -99,47 +96,9 @@ void addNodes(const std::vector<mkNodePtr> &nodes, const char *layerName)
     }
 }
 
-/// The shorter forms of setNodeVisibilityFlags: each fills in the first flag that is missing. The
-/// keywords carry no defaults of their own, so that what is passed must be an unbroken run from the
-/// first parameter.
-template <typename... Flags>
-void setFlags(const osg::NodePtr &node, Flags... flags)
-{
-    if constexpr (sizeof...(flags) == mkRenderAttributeCount) {
-        mkRenderLayerModule::setNodeVisibilityFlags(node, flags..., std::string());
-    } else {
-        const bool isUseOverrideMaterial = sizeof...(flags) + 1 == mkRenderAttributeCount;
-        setFlags(node, flags..., !isUseOverrideMaterial);
-    }
-}
-
-template <std::size_t>
-using Flag = bool;
-
-template <typename Keywords, std::size_t... index>
-void defineFlagSetter(const Keywords &keywords, std::index_sequence<index...>)
-{
-    python::def("setNodeVisibilityFlags", &setFlags<Flag<index>...>, keywords, setFlagsDoc,
-                GuiThreadOnly());
-}
-
-void defineFlagSetters()
-{
-    using python::arg;
-    const auto nine = (arg("node"), arg("visible"), arg("visibleInAlpha"), arg("primaryVisibility"),
-                       arg("visibleInReflections"), arg("visibleInRefractions"), arg("castShadows"),
-                       arg("receiveShadows"), arg("doubleSided"));
-    const auto ten = (nine, arg("visibleForPhotons"));
-    const auto eleven = (ten, arg("visibleForShadowMaterial"));
-    const auto twelve = (eleven, arg("useOverrideMaterial"));
-    const auto thirteen = (twelve, arg("overrideMaterial"));
-    python::def("setNodeVisibilityFlags", &mkRenderLayerModule::setNodeVisibilityFlags, thirteen,
-                setFlagsDoc, GuiThreadOnly());
-    defineFlagSetter(twelve, std::make_index_sequence<11>());
-    defineFlagSetter(eleven, std::make_index_sequence<10>());
-    defineFlagSetter(ten, std::make_index_sequence<9>());
-    defineFlagSetter(nine, std::make_index_sequence<8>());
-}
+/// One form for each number of arguments. The keywords carry no defaults of their own, so that what
+/// is passed must be an unbroken run from the first parameter.
+BOOST_PYTHON_FUNCTION_OVERLOADS(FlagSetters, mkRenderLayerModule::setNodeVisibilityFlags, 9, 13)
 
 } // namespace
 
@@ -155,7 +114,14 @@ BOOST_PYTHON_MODULE(mkRenderLayerModule)
                 activateDoc, GuiThreadOnly());
     python::def("resetRenderLayers", &mkRenderLayerModule::resetRenderLayers, resetDoc,
                 GuiThreadOnly());
-    defineFlagSetters();
+    const auto flagSetterKeywords = (arg("node"), arg("visible"), arg("visibleInAlpha"),
+                                     arg("primaryVisibility"), arg("visibleInReflections"),
+                                     arg("visibleInRefractions"), arg("castShadows"),
+                                     arg("receiveShadows"), arg("doubleSided"),
+                                     arg("visibleForPhotons"), arg("visibleForShadowMaterial"),
+                                     arg("useOverrideMaterial"), arg("overrideMaterial"));
+    python::def("setNodeVisibilityFlags", &mkRenderLayerModule::setNodeVisibilityFlags,
+                FlagSetters(flagSetterKeywords, setFlagsDoc)[GuiThreadOnly()]);
     python::def("resetNodeVisibilityFlags", &mkRenderLayerModule::resetNodeVisibilityFlags,
                 arg("node"), resetFlagsDoc, GuiThreadOnly());
     python::def("activateRenderLayerState", &mkRenderLayerModule::activateRenderLayerState,
