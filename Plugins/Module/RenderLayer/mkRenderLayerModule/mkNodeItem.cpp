@@ -9,7 +9,7 @@
 #include "mkOpenSGUtils/mkNodeUtils.h"
 #include "mkRenderAttributes.h"
 
-#include <QCoreApplication>
+#include <QIcon>
 
 namespace {
 
@@ -32,30 +32,6 @@ QString nameOf(const osg::NodePtr &node)
 }
 
 } // namespace
-
-mkAttributeCells::mkAttributeCells()
-    : onText(QCoreApplication::translate("RenderLayer", "On"))
-    , offText(QCoreApplication::translate("RenderLayer", "Off"))
-    , empty(QCoreApplication::translate("mkNodeItem", "Empty"))
-    , none(QVariant::fromValue(QIcon()))
-{}
-
-const QVariant &mkAttributeCells::clearButton()
-{
-    if (!button.isValid()) {
-        button = clearButtonIcon();
-    }
-    return button;
-}
-
-const QVariant &mkAttributeCells::nameOf(const osg::MaterialPtr &material)
-{
-    QVariant &name = materialNames[mkIdOf(material)];
-    if (!name.isValid()) {
-        name = QString::fromUtf8(mkMaterials::getName(material));
-    }
-    return name;
-}
 
 mkNodeItem::mkNodeItem(QTreeWidget *tree, const osg::NodePtr &node)
     : QTreeWidgetItem(tree, QTreeWidgetItem::Type)
@@ -98,44 +74,38 @@ unsigned mkNodeItem::getLayerIndex() const
     return tree ? unsigned(tree->topLevelRow(parent() ? parent() : this)) : 0;
 }
 
-void mkNodeItem::updateAttributes(const osg::RaytracingGeoAttachmentPtr &attributes)
-{
-    mkAttributeCells cells;
-    updateAttributes(attributes, cells);
-}
-
 void mkNodeItem::updateAttributes(const osg::RaytracingGeoAttachmentPtr &attributes,
-                                  mkAttributeCells &cells)
+                                  const mkAttributeCells &cells)
 {
     if (attributes == osg::NullFC || getNode() == osg::NullFC) {
         return;
     }
     for (const mkRenderAttribute &attribute : mkRenderAttributes) {
         const bool value = attribute.isOn(attributes);
-        setData(attribute.column, Qt::DisplayRole, cells.text(value));
+        setData(attribute.column, Qt::DisplayRole, value ? cells.on : cells.off);
         setData(attribute.column, Qt::UserRole, QVariant(value));
     }
     updateOverrideMaterial(attributes, cells);
 }
 
-void mkNodeItem::updateOverrideMaterial(const osg::RaytracingGeoAttachmentPtr &attributes)
-{
-    mkAttributeCells cells;
-    updateOverrideMaterial(attributes, cells);
-}
-
 void mkNodeItem::updateOverrideMaterial(const osg::RaytracingGeoAttachmentPtr &attributes,
-                                        mkAttributeCells &cells)
+                                        const mkAttributeCells &cells)
 {
     if (attributes == osg::NullFC) {
         return;
     }
+    QVariant text = cells.empty;
+    QVariant button = QIcon();
     const osg::MaterialPtr &material = attributes->getOverrideMaterial();
-    const bool none = material == osg::NullFC;
-    setData(mkColumn::OverrideMaterial, Qt::DisplayRole,
-            none ? cells.emptyText() : cells.nameOf(material));
-    setData(mkColumn::OverrideMaterial, Qt::DecorationRole,
-            none ? cells.noIcon() : cells.clearButton());
+    if (material != osg::NullFC) {
+        text = QString::fromUtf8(mkMaterials::getName(material));
+        if (!cells.clearButton.isValid()) {
+            cells.clearButton = clearButtonIcon();
+        }
+        button = cells.clearButton;
+    }
+    setData(mkColumn::OverrideMaterial, Qt::DisplayRole, text);
+    setData(mkColumn::OverrideMaterial, Qt::DecorationRole, button);
 }
 
 void mkNodeItem::writeAttributes() const

@@ -3,33 +3,19 @@
 #include "OSGSystem/Node.h"
 #include "mkOpenSGExt/RaytracingGeoAttachment.h"
 
-#include <QHash>
-#include <QIcon>
+#include <QCoreApplication>
 #include <QTreeWidgetItem>
 
 class QDropEvent;
 
-/// What attribute cells can show, translated and drawn once for many rows.
-class mkAttributeCells
+/// What attribute cells show, translated and drawn once for many rows.
+struct mkAttributeCells
 {
-public:
-    mkAttributeCells();
-
-    const QVariant &text(bool on) const { return on ? onText : offText; }
-    const QVariant &emptyText() const { return empty; }
-    const QVariant &noIcon() const { return none; }
-    /// The clear button; made when it is first asked for.
-    const QVariant &clearButton();
-    /// The name of `material`, not null; read when it is first asked for.
-    const QVariant &nameOf(const osg::MaterialPtr &material);
-
-private:
-    QVariant onText;
-    QVariant offText;
-    QVariant empty;
-    QVariant none;
-    QVariant button;
-    QHash<quint32, QVariant> materialNames;
+    const QVariant on = QCoreApplication::translate("RenderLayer", "On");
+    const QVariant off = QCoreApplication::translate("RenderLayer", "Off");
+    const QVariant empty = QCoreApplication::translate("mkNodeItem", "Empty");
+    /// Invalid until a row needs it.
+    mutable QVariant clearButton;
 };
 
 /// A row of the layer tree: a layer, or a node of the layer above it. A row shows what the store
@@ -67,13 +53,11 @@ public:
     int getAttributeIndex() const { return attributeIndex; }
 
     /// Fills columns 1 to 12. Nothing when the node is gone or `attributes` is null.
-    void updateAttributes(const osg::RaytracingGeoAttachmentPtr &attributes);
     void updateAttributes(const osg::RaytracingGeoAttachmentPtr &attributes,
-                          mkAttributeCells &cells);
+                          const mkAttributeCells &cells = mkAttributeCells());
     /// Fills column 12. Nothing when `attributes` is null.
-    void updateOverrideMaterial(const osg::RaytracingGeoAttachmentPtr &attributes);
     void updateOverrideMaterial(const osg::RaytracingGeoAttachmentPtr &attributes,
-                                mkAttributeCells &cells);
+                                const mkAttributeCells &cells = mkAttributeCells());
     /// Writes columns 1 to 11 into the store.
     void writeAttributes() const;
     /// Makes a layer row's text the layer's name in the store, which must have been checked.

@@ -2,6 +2,8 @@
 
 #include "mkNodeItem.h"
 
+#include <QHash>
+
 #include <memory>
 
 /// Makes the node rows of one rebuild. Each begins as a copy of one that shows the same attributes,
