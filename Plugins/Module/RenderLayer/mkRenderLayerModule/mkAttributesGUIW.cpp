@@ -9,8 +9,6 @@ mkAttributesGUIW::mkAttributesGUIW(QWidget *parent, const QString &name)
     setupUi(this);
 }
 
-mkAttributesGUIW::~mkAttributesGUIW() = default;
-
 void mkAttributesGUIW::forgetLastUse()
 {
     buttonBox->button(QDialogButtonBox::Ok)->setDefault(true);

@@ -13,7 +13,6 @@ class mkAttributesGUIW : public QDialog, public Ui::mkAttributesGUI
 
 public:
     mkAttributesGUIW(QWidget *parent, const QString &name);
-    ~mkAttributesGUIW() override;
 
     /// Makes OK the answer to Return, and puts the keyboard on the first box; the boxes stay.
     void forgetLastUse();

@@ -54,8 +54,6 @@ mkNodeItem::mkNodeItem(const osg::NodePtr &node, const mkNodeItem &alike)
     setData(mkColumn::Layer, Qt::DisplayRole, nameOf(node));
 }
 
-mkNodeItem::~mkNodeItem() = default;
-
 void mkNodeItem::setItemType(ItemType type)
 {
     itemType = type;

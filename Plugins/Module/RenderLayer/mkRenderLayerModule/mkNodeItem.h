@@ -32,7 +32,6 @@ public:
     /// A row for `node`, not null, of the type of `alike` and with its attributes. The two share
     /// their cells until one of them is changed.
     mkNodeItem(const osg::NodePtr &node, const mkNodeItem &alike);
-    ~mkNodeItem() override;
 
     /// Layer rows can be edited, other rows cannot.
     void setItemType(ItemType type);

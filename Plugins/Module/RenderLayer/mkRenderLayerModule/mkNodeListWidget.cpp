@@ -57,8 +57,6 @@ mkNodeListWidget::mkNodeListWidget(QWidget *parent, Qt::WindowFlags flags)
     registerKeys();
 }
 
-mkNodeListWidget::~mkNodeListWidget() = default;
-
 void mkNodeListWidget::createActions()
 {
     contextMenu = new QMenu(this);
@@ -180,24 +178,20 @@ void mkNodeListWidget::clickedSelectAll()
     selectAll();
 }
 
-void mkNodeListWidget::fitFirstColumn()
+void mkNodeListWidget::fitFirstColumn(Fit fit)
 {
     if (rebuildPending) {
-        pendingFit = std::max(pendingFit, Fit::Widen);
+        pendingFit = std::max(pendingFit, fit);
+    }
+    if (fit == Fit::Exact) {
+        resizeColumnToContents(mkColumn::Layer);
+        return;
     }
     const int wanted = std::max(sizeHintForColumn(mkColumn::Layer),
                                 header()->sectionSizeHint(mkColumn::Layer));
     if (columnWidth(mkColumn::Layer) < wanted) {
         setColumnWidth(mkColumn::Layer, wanted);
     }
-}
-
-void mkNodeListWidget::resizeFirstColumn()
-{
-    if (rebuildPending) {
-        pendingFit = Fit::Exact;
-    }
-    resizeColumnToContents(mkColumn::Layer);
 }
 
 void mkNodeListWidget::makeCurrent(QTreeWidgetItem *item)
@@ -235,24 +229,19 @@ mkNodeListWidget::Rows mkNodeListWidget::selectedItemRows() const
     Rows rows;
     QSet<const mkNodeItem *> seen;
     const QItemSelection selection = selectionModel()->selection();
-    rows.reserve(std::size_t(selection.size()));
     for (const QItemSelectionRange &range : selection) {
-        // The way from an index to its row is short, the one to its parent's is not.
-        auto *item = static_cast<mkNodeItem *>(itemFromIndex(range.topLeft()));
-        const QTreeWidgetItem *const layer = item->parent();
+        const auto *const layer = static_cast<mkNodeItem *>(
+            itemFromIndex(range.topLeft())->parent());
         // Only ranges narrower than the row can meet in one row.
         const bool wholeRows = range.width() == columnCount();
-        for (int row = range.top();;) {
+        for (int row = range.top(); row <= range.bottom(); ++row) {
+            mkNodeItem *const item = layer ? nodeItem(layer, row) : layerItem(row);
             if (wholeRows || !seen.contains(item)) {
                 rows.push_back(item);
             }
             if (!wholeRows) {
                 seen.insert(item);
             }
-            if (++row > range.bottom()) {
-                break;
-            }
-            item = static_cast<mkNodeItem *>(layer ? layer->child(row) : topLevelItem(row));
         }
     }
     return rows;
@@ -340,21 +329,9 @@ mkNodeItem *mkNodeListWidget::getNextSibling(const mkNodeItem *item) const
 void mkNodeListWidget::collectSelection(QStringList &layerNames, std::vector<osg::NodePtr> &nodes,
                                         QStringList &nodeLayerNames) const
 {
-    if (!selectionModel()->hasSelection()) {
-        return;
-    }
-    for (int i = 0; i < topLevelItemCount(); ++i) {
-        const mkNodeItem *const layer = layerItem(i);
-        const QString layerName = layer->text(mkColumn::Layer);
-        if (layer->isLayer() && layer->isSelected()) {
-            layerNames += layerName;
-        }
-        if (!layer->isExpanded()) {
-            continue;
-        }
-        for (const mkNodeItem *row : selectedNodesOf(layer)) {
-            nodes.push_back(row->getNode());
-            nodeLayerNames += layerName;
-        }
+    layerNames = getSelectedLayerNames();
+    for (const mkNodeItem *row : selectedRows(false)) {
+        nodes.push_back(row->getNode());
+        nodeLayerNames += row->parent()->text(mkColumn::Layer);
     }
 }

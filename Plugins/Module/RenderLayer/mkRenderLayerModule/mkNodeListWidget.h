@@ -9,7 +9,6 @@
 #include <QTreeWidget>
 
 #include <functional>
-#include <optional>
 #include <vector>
 
 class QMenu;
@@ -30,7 +29,6 @@ class mkNodeListWidget : public QTreeWidget
 public:
     /// `parent` also becomes the parent of the apply-attributes dialog.
     explicit mkNodeListWidget(QWidget *parent = nullptr, Qt::WindowFlags flags = Qt::WindowFlags());
-    ~mkNodeListWidget() override;
 
     /// The context menu, for others to add to. It belongs to the tree.
     QMenu *popupMenu() const { return contextMenu; }
@@ -45,11 +43,10 @@ public:
     void rebuildTree(bool keepSelection);
     /// Does at once what was left to the event loop, if anything was, and if rows are not in use.
     void catchUp();
-    /// Widens the first column to its contents; never makes it narrower. When a rebuild is still to
-    /// come, it is fitted to the new rows as well.
-    void fitFirstColumn();
-    /// The same, but makes it narrower too.
-    void resizeFirstColumn();
+    enum class Fit { None, Widen, Exact };
+    /// Fits the first column to its contents; makes it narrower only where Fit::Exact is asked for.
+    /// When a rebuild is still to come, the column is fitted to the new rows as well.
+    void fitFirstColumn(Fit fit = Fit::Widen);
     /// Makes `item` the current row and the only selected one, and brings it into view unless its
     /// layer is closed.
     void makeCurrent(QTreeWidgetItem *item);
@@ -129,19 +126,15 @@ private Q_SLOTS:
 private:
     using Rows = std::vector<mkNodeItem *>;
 
-    /// A layer's name in the middle of being typed.
-    struct OpenEdit
-    {
-        QString layerName;
-        QString text;
-        int cursor;
-        int selectionStart;
-        int selectionLength;
-    };
     enum class Direction { Up, Down };
-    enum class Fit { None, Widen, Exact };
     /// What a command does once the store has been called.
-    enum Afterwards { KeepSelection = 1, FitColumn = 2, MarkModified = 4 };
+    enum Afterwards {
+        KeepSelection = 1,
+        FitColumn = 2,
+        MarkModified = 4,
+        /// `callStore` itself brings its row up to date; the tree is rebuilt only if it throws.
+        PatchRow = 8
+    };
 
     /// The second half of a command: `callStore`, then a rebuild and what `afterwards` (a set of
     /// Afterwards) names. All of it is done whatever throws, since the store may have been changed
@@ -149,10 +142,6 @@ private:
     void change(int afterwards, const std::function<void()> &callStore);
     /// The same for slots: `function` is named in the report of what was thrown.
     void run(const char *function, int afterwards, const std::function<void()> &callStore);
-    /// For a `catch (...)` after which the rows of `tree`, unless it is gone, may not show what the
-    /// store holds.
-    static void recover(const QPointer<mkNodeListWidget> &tree, const char *function,
-                        int afterwards = 0);
     /// Has the event loop do the rebuild that was put off.
     void rebuildLater();
     void drawTree(bool keepSelection);
@@ -176,10 +165,10 @@ private:
     Rows getTargetLayerItems() const;
     Rows getTargetNodeItems() const;
 
-    /// Closes the open editor, if there is one, without taking over what was typed. The result is
-    /// what was typed, where that was a layer's name, for resumeEdit().
-    std::optional<OpenEdit> suspendEdit();
-    void resumeEdit(const OpenEdit &edit);
+    /// Closes the open editor, if there is one, without taking over what was typed. Where that was
+    /// a layer's name, the result opens it again with what was typed.
+    std::function<void()> suspendEdit();
+    void resumeEdit(const QString &layerName, const QString &typed, int start, int length);
     void storeExpansion(QTreeWidgetItem *item);
 
     void move(const char *function, Direction direction);

@@ -19,16 +19,13 @@ void mkNodeListWidget::doubleClicked(QTreeWidgetItem *item, int col)
     if (!row || row->isLayer() || col < mkColumn::FirstAttribute || col > mkColumn::LastAttribute) {
         return;
     }
-    const QPointer<mkNodeListWidget> self(this);
-    try {
+    run("mkNodeListWidget::doubleClicked", PatchRow, [this, row, col] {
         const RowsInUse inUse(this);
         const bool old = row->data(col, Qt::UserRole).toBool();
         row->setData(col, Qt::UserRole, !old);
         row->setData(col, Qt::DisplayRole, old ? tr("Off") : tr("On"));
         row->writeAttributes();
-    } catch (...) {
-        recover(self, "mkNodeListWidget::doubleClicked");
-    }
+    });
 }
 
 void mkNodeListWidget::mousePressEvent(QMouseEvent *event)
@@ -76,8 +73,7 @@ void mkNodeListWidget::mouseReleaseEvent(QMouseEvent *event)
 
 void mkNodeListWidget::clickClearButton(mkNodeItem *row)
 {
-    const QPointer<mkNodeListWidget> self(this);
-    try {
+    run("mkNodeListWidget::clickClearButton", PatchRow | FitColumn | MarkModified, [this, row] {
         const RowsInUse inUse(this);
         row->clearOverrideMaterial();
         if (!inUse.areGone()) {
@@ -87,12 +83,8 @@ void mkNodeListWidget::clickClearButton(mkNodeItem *row)
                                                                            : getItemAttributes(row);
         if (!inUse.areGone()) {
             row->updateOverrideMaterial(attributes);
-            fitFirstColumn();
         }
-        mkController::setModified(1);
-    } catch (...) {
-        recover(self, "mkNodeListWidget::clickClearButton", MarkModified);
-    }
+    });
 }
 
 void mkNodeListWidget::clearOverrideMaterial()

@@ -1,7 +1,6 @@
 // What can be dropped on the tree: scene nodes on a layer row, a material on a node row.
 
 #include "mkHostAccess.h"
-#include "mkKernel/mkController.h"
 #include "mkKernel/mkScenegraph.h"
 #include "mkKernel/mkTypeConverter.h"
 #include "mkKernelServices/mkdMaterial.h"
@@ -55,20 +54,9 @@ void mkNodeListWidget::acceptDrag(QDragMoveEvent *event)
 
 void mkNodeListWidget::dropEvent(QDropEvent *event)
 {
-    auto *const row = static_cast<mkNodeItem *>(itemAt(event->pos()));
-    if (!row) {
-        return;
-    }
-    // A warning may be shown meanwhile, and the panel closed behind it.
-    const QPointer<mkNodeListWidget> self(this);
-    try {
-        row->processDrop(event);
-        if (self) {
-            fitFirstColumn();
-        }
-        mkController::setModified(1);
-    } catch (...) {
-        recover(self, "mkNodeListWidget::dropEvent", MarkModified);
+    if (auto *const row = static_cast<mkNodeItem *>(itemAt(event->pos()))) {
+        run("mkNodeListWidget::dropEvent", PatchRow | FitColumn | MarkModified,
+            [row, event] { row->processDrop(event); });
     }
 }
 

@@ -77,36 +77,35 @@ void mkNodeListWidget::changedItem(QTreeWidgetItem *item, int)
     if (!row || !row->isLayer()) {
         return;
     }
+    // The edit is over. Closed now, its editor lives until the event loop below the view, which is
+    // still at work with it; a rebuild under a warning would have it deleted by the warning's loop.
+    suspendEdit();
+    const QString name = row->text(mkColumn::Layer);
+    int namesakes = 0;
+    for (int i = 0; i < topLevelItemCount(); ++i) {
+        if (topLevelItem(i) != row && topLevelItem(i)->text(mkColumn::Layer) == name) {
+            ++namesakes;
+        }
+    }
     // The host may close the panel meanwhile.
     const QPointer<mkNodeListWidget> self(this);
-    try {
-        // The edit is over. Closed now, its editor lives until the event loop below the view, which
-        // is still at work with it; a rebuild under a warning would have it deleted by the
-        // warning's loop.
-        suspendEdit();
-        const QString name = row->text(mkColumn::Layer);
-        int namesakes = 0;
-        for (int i = 0; i < topLevelItemCount(); ++i) {
-            if (topLevelItem(i) != row && topLevelItem(i)->text(mkColumn::Layer) == name) {
-                ++namesakes;
-            }
-        }
+    for (int i = 0; i < namesakes; ++i) {
+        QMessageBox::warning(nullptr, tr("Render Layer"),
+                             tr("Name is not unique, please choose a different one."),
+                             QMessageBox::Ok, QMessageBox::NoButton);
+    }
+    if (!self) {
+        return;
+    }
+    run("mkNodeListWidget::changedItem", 0, [&] {
+        // After a warning the row may be gone.
         if (!name.isEmpty() && namesakes == 0) {
-            const RowsInUse inUse(this);
             row->commitLayerName();
-        }
-        for (; namesakes > 0; --namesakes) {
-            QMessageBox::warning(nullptr, tr("Render Layer"),
-                                 tr("Name is not unique, please choose a different one."),
-                                 QMessageBox::Ok, QMessageBox::NoButton);
         }
         if (self) {
             fitFirstColumn();
-            rebuildTree(false);
         }
-    } catch (...) {
-        recover(self, "mkNodeListWidget::changedItem");
-    }
+    });
 }
 
 void mkNodeListWidget::duplicateLayer()

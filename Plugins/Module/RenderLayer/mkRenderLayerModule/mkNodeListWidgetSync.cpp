@@ -122,11 +122,8 @@ void mkNodeListWidget::rebuildTree(bool keepSelection)
         return;
     }
     rebuildFailed = false;
-    const Fit fit = std::exchange(pendingFit, Fit::None);
-    if (fit == Fit::Widen) {
-        fitFirstColumn();
-    } else if (fit == Fit::Exact) {
-        resizeFirstColumn();
+    if (const Fit fit = std::exchange(pendingFit, Fit::None); fit != Fit::None) {
+        fitFirstColumn(fit);
     }
 }
 
@@ -139,7 +136,7 @@ void mkNodeListWidget::drawTree(bool keepSelection)
     }
     mkSelectionMemory memory = mkSelectionMemory::take(*this, keepSelection);
     const int left = horizontalScrollBar()->value();
-    const std::optional<OpenEdit> edit = suspendEdit();
+    const auto resume = suspendEdit();
     mkSelectionMemory::deselectAll(*this);
     clear();
     const osg::RenderLayersPtr content = showableContent(store);
@@ -173,9 +170,7 @@ void mkNodeListWidget::drawTree(bool keepSelection)
         currentItem()->setSelected(true);
     }
     update();
-    if (edit) {
-        resumeEdit(*edit);
-    }
+    resume();
 }
 
 void mkNodeListWidget::change(int afterwards, const std::function<void()> &callStore)
@@ -189,13 +184,14 @@ void mkNodeListWidget::change(int afterwards, const std::function<void()> &callS
         }
     };
     const QPointer<mkNodeListWidget> self(this);
+    const bool rebuilds = (afterwards & PatchRow) == 0;
     attempt([&] {
         // A rebuild before the command's own would cost selected rows their selection.
-        const RowsInUse inUse(this);
+        const RowsInUse inUse(rebuilds ? this : nullptr);
         callStore();
     });
     attempt([&] {
-        if (self) {
+        if (self && (rebuilds || failure)) {
             rebuildTree((afterwards & KeepSelection) != 0);
         }
         if (self && (afterwards & FitColumn) != 0) {
@@ -218,19 +214,9 @@ try {
     mkReportFailure(function);
 }
 
-void mkNodeListWidget::recover(const QPointer<mkNodeListWidget> &tree, const char *function,
-                               int afterwards)
+std::function<void()> mkNodeListWidget::suspendEdit()
 {
-    if (tree) {
-        tree->run(function, afterwards, [] { throw; });
-    } else {
-        mkReportFailure(function);
-    }
-}
-
-std::optional<mkNodeListWidget::OpenEdit> mkNodeListWidget::suspendEdit()
-{
-    std::optional<OpenEdit> edit;
+    std::function<void()> resume = [] {};
     const QModelIndex current = currentIndex();
     for (int column = 0; state() == EditingState && column < mkColumn::Count; ++column) {
         QWidget *const editor = indexWidget(current.sibling(current.row(), column));
@@ -239,33 +225,31 @@ std::optional<mkNodeListWidget::OpenEdit> mkNodeListWidget::suspendEdit()
         }
         const auto *const line = qobject_cast<const QLineEdit *>(editor);
         if (line && column == mkColumn::Layer) {
-            edit = OpenEdit{ currentItem()->text(column), line->text(), line->cursorPosition(),
-                             line->selectionStart(), line->selectedText().size() };
+            const int start = line->hasSelectedText() ? line->selectionStart()
+                                                      : line->cursorPosition();
+            resume = [this, layerName = currentItem()->text(column), typed = line->text(), start,
+                      length = line->selectedText().size()] {
+                resumeEdit(layerName, typed, start, length);
+            };
         }
         // Were it left to the rows' deletion, the keys would go on to a neighbour of the tree.
         closeEditor(editor, QAbstractItemDelegate::NoHint);
     }
-    return edit;
+    return resume;
 }
 
-void mkNodeListWidget::resumeEdit(const OpenEdit &edit)
+void mkNodeListWidget::resumeEdit(const QString &layerName, const QString &typed, int start,
+                                  int length)
 {
-    const QList<QTreeWidgetItem *> layers = findItems(edit.layerName, Qt::MatchExactly,
-                                                      mkColumn::Layer);
+    const auto layers = findItems(layerName, Qt::MatchExactly, mkColumn::Layer);
     if (layers.size() != 1 || layers.first() != currentItem()) {
         return;
     }
     editItem(currentItem(), mkColumn::Layer);
-    auto *const line = qobject_cast<QLineEdit *>(
-        indexWidget(indexFromItem(currentItem(), mkColumn::Layer)));
-    if (!line) {
-        return;
-    }
-    line->setText(edit.text);
-    if (edit.selectionStart >= 0) {
-        line->setSelection(edit.selectionStart, edit.selectionLength);
-    } else {
-        line->setCursorPosition(edit.cursor);
+    QWidget *const editor = indexWidget(indexFromItem(currentItem(), mkColumn::Layer));
+    if (auto *const line = qobject_cast<QLineEdit *>(editor)) {
+        line->setText(typed);
+        line->setSelection(start, length);
     }
 }
 

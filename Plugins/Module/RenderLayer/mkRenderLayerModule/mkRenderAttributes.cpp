@@ -1,7 +1,5 @@
 #include "mkRenderAttributes.h"
 
-#include "mkHostAccess.h"
-
 #include <QtGlobal>
 
 using Attributes = osg::RaytracingGeoAttachmentBase;
@@ -37,15 +35,4 @@ void mkSetRenderAttributes(const osg::RaytracingGeoAttachmentPtr &attributes,
     for (std::size_t i = 0; i < flags.size(); ++i) {
         (attributes.operator->()->*mkRenderAttributes[i].set)(flags[i]);
     }
-}
-
-osg::RaytracingGeoAttachmentPtr mkFindOrCreateAttributes(const osg::NodePtr &node)
-{
-    osg::RaytracingGeoAttachmentPtr attributes = mkFindAttributes(node);
-    if (attributes == osg::NullFC) {
-        attributes = osg::RaytracingGeoAttachmentBase::create();
-        node->addAttachment(attributes, 0);
-        endEdit(node, osg::AttachmentContainer::AttachmentsFieldMask);
-    }
-    return attributes;
 }

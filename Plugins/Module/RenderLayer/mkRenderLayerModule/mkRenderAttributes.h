@@ -1,6 +1,5 @@
 #pragma once
 
-#include "OSGSystem/Node.h"
 #include "mkOpenSGExt/RaytracingGeoAttachment.h"
 
 #include <array>
@@ -30,7 +29,3 @@ extern const std::array<mkRenderAttribute, mkRenderAttributeCount> mkRenderAttri
 /// Writes all flags, in the table's order; sends no notification. `attributes` is not null.
 void mkSetRenderAttributes(const osg::RaytracingGeoAttachmentPtr &attributes,
                            const mkRenderAttributeFlags &flags);
-
-/// The render attributes that the node, not null, itself carries, made and attached where there are
-/// none. mkFindAttributes() only looks.
-osg::RaytracingGeoAttachmentPtr mkFindOrCreateAttributes(const osg::NodePtr &node);

@@ -101,7 +101,7 @@ bool mkRenderLayerModule::receivedMessage(mkMessage &message)
             panel->_layer->rebuildTree(false);
         }
         if (panel) {
-            panel->_layer->resizeFirstColumn();
+            panel->_layer->fitFirstColumn(mkNodeListWidget::Fit::Exact);
         }
         updateStoredRenderStateIds();
     } catch (...) {

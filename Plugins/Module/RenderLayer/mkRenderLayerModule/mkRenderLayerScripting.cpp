@@ -73,7 +73,12 @@ void mkRenderLayerModule::setNodeVisibilityFlags(
     if (useOverrideMaterial) {
         material = mkUnwrap(mkMaterials::findMaterial(overrideMaterial.c_str()));
     }
-    const osg::RaytracingGeoAttachmentPtr attributes = mkFindOrCreateAttributes(node);
+    osg::RaytracingGeoAttachmentPtr attributes = mkFindAttributes(node);
+    if (attributes == osg::NullFC) {
+        attributes = osg::RaytracingGeoAttachmentBase::create();
+        node->addAttachment(attributes, 0);
+        endEdit(node, osg::AttachmentContainer::AttachmentsFieldMask);
+    }
     mkSetRenderAttributes(attributes,
                           { visible, visibleInAlpha, primaryVisibility, visibleInReflections,
                             visibleInRefractions, castShadows, receiveShadows, doubleSided,

@@ -15,7 +15,7 @@ namespace {
 /// Up to here each restored row is a range of its own, as if rows had been selected one by one:
 /// what the user adds to the selection or takes from it then ends in the same order. Beyond,
 /// neighbours share a range, for Qt looks through all ranges for every cell that it paints.
-constexpr int mostSingleRows = 1000;
+constexpr std::size_t mostSingleRows = 1000;
 
 /// Takes one of the entries remembered under `key`; false when there is none left.
 template <typename Key>
@@ -94,7 +94,8 @@ std::vector<mkSelectionMemory::Run> mkSelectionMemory::takeMatches(const mkNodeL
 {
     std::vector<Run> runs;
     const auto add = [&runs](const QModelIndex &layer, int row) {
-        if (!runs.empty() && runs.back().layer == layer && runs.back().last + 1 == row) {
+        if (runs.size() >= mostSingleRows && runs.back().layer == layer
+            && runs.back().last + 1 == row) {
             runs.back().last = row;
         } else {
             runs.push_back({ layer, row, row });
@@ -131,18 +132,11 @@ void mkSelectionMemory::restore(mkNodeListWidget &tree)
     if (runs.empty()) {
         return;
     }
-    int count = 0;
-    for (const Run &run : runs) {
-        count += run.last - run.first + 1;
-    }
     const QAbstractItemModel *const rows = tree.model();
     QItemSelection selection;
     for (const Run &run : runs) {
-        const int height = count <= mostSingleRows ? 1 : run.last - run.first + 1;
-        for (int row = run.first; row <= run.last; row += height) {
-            selection.append({ rows->index(row, 0, run.layer),
-                               rows->index(row + height - 1, mkColumn::Count - 1, run.layer) });
-        }
+        selection.append({ rows->index(run.first, 0, run.layer),
+                           rows->index(run.last, mkColumn::Count - 1, run.layer) });
     }
     const QItemSelection cells = firstCells(selection);
     const Run &first = runs.front();
