@@ -9,7 +9,27 @@
 #include <QApplication>
 #include <QStatusBar>
 
+#include <cstdio>
+#include <cstdlib>
+
 extern "C" void initPlugin();
+
+void BenchHost::preparePlatform()
+{
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    }
+    // It complains about every window that is shown, and about a missing directory.
+    qInstallMessageHandler([](QtMsgType type, const QMessageLogContext &, const QString &text) {
+        if (!text.startsWith(QLatin1String("This plugin does not support"))
+            && !text.startsWith(QLatin1String("QStandardPaths: XDG_RUNTIME_DIR not set"))) {
+            std::fprintf(stderr, "%s\n", qUtf8Printable(text));
+        }
+        if (type == QtFatalMsg) {
+            std::abort();
+        }
+    });
+}
 
 BenchHost::BenchHost()
     : window(std::make_unique<QMainWindow>())

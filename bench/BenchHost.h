@@ -13,6 +13,9 @@
 class BenchHost
 {
 public:
+    /// To be called before there is a QApplication: windows are drawn into memory.
+    static void preparePlatform();
+
     BenchHost();
     ~BenchHost();
 

@@ -93,9 +93,8 @@ int TreeBench::run(const QStringList &groups)
     const std::vector<std::pair<const char *, void (TreeBench::*)()>> all{
         { "rebuild", &TreeBench::rebuild },         { "restore", &TreeBench::restore },
         { "commands", &TreeBench::commands },       { "rows", &TreeBench::singleRows },
-        { "interaction", &TreeBench::interaction }, { "scripting", &TreeBench::scripting },
-        { "memory", &TreeBench::memory },           { "painting", &TreeBench::painting },
-        { "growth", &TreeBench::growth },
+        { "interaction", &TreeBench::interaction }, { "memory", &TreeBench::memory },
+        { "painting", &TreeBench::painting },       { "growth", &TreeBench::growth },
     };
     for (const auto &[name, group] : all) {
         if (groups.isEmpty() || groups.contains(QLatin1String(name))) {

@@ -25,7 +25,6 @@ private:
     void commands();
     void singleRows();
     void interaction();
-    void scripting();
     void memory();
     void painting();
     void growth();

@@ -1,9 +1,8 @@
-// What the user waits for: selecting, menus, painting, scrolling; and scripts.
+// What the user waits for: selecting, menus, painting, scrolling.
 
 #include "TreeBench.h"
 
 #include "mkColumn.h"
-#include "mkRenderLayerModule.h"
 
 #include <QApplication>
 #include <QKeyEvent>
@@ -66,39 +65,6 @@ void TreeBench::interaction()
     bare.clear();
 }
 
-void TreeBench::scripting()
-{
-    // Each node that a script adds costs a rebuild by contract, so that cost must grow as a
-    // rebuild of the layer does, and no faster.
-    std::vector<double> sizes;
-    std::vector<double> perNode;
-    std::vector<double> rebuilds;
-    QStringList costs;
-    for (const int members : { 300, 600, 1200 }) {
-        host.open({ 1, members });
-        std::vector<double> runs;
-        for (int run = 0; run < 15; ++run) {
-            runs.push_back(rebuildSeconds());
-        }
-        for (const mkNodePtr &node : host.nodes()) {
-            BenchHost::store()->subNode(0, node.get());
-        }
-        host.tree()->rebuildTree(false);
-        const double seconds = secondsOf(
-            [this] { mkRenderLayerModule::addNodesToRenderLayer(host.nodes(), "Layer0"); });
-        sizes.push_back(members);
-        rebuilds.push_back(median(runs));
-        perNode.push_back(seconds / members);
-        costs += QStringLiteral("%1 nodes: %2 ms a node, %3 ms a rebuild")
-                     .arg(members)
-                     .arg(perNode.back() * 1e3, 0, 'f', 2)
-                     .arg(rebuilds.back() * 1e3, 0, 'f', 2);
-    }
-    report.line("script_add/1200", perNode.back() / rebuilds.back(), "x_rebuild", 1.5);
-    report.line("script_add/growth_per_node", growthExponent(sizes, perNode), "exponent",
-                growthExponent(sizes, rebuilds), costs.join(QStringLiteral("; ")));
-}
-
 void TreeBench::painting()
 {
     const TreeShape shape{ 100, 1000 };
@@ -124,15 +90,18 @@ void TreeBench::painting()
         });
     report.line("first_paint_100000", first.ratio, "x_bare", 1.2, first.spread);
 
-    std::vector<double> pages;
-    QScrollBar *const bar = tree->verticalScrollBar();
-    for (int page = 0; page < 60; ++page) {
-        pages.push_back(secondsOf([&] {
-            bar->setValue(bar->value() + bar->pageStep());
-            tree->viewport()->repaint();
-        }));
-    }
-    report.line("page_scroll", median(pages) * 1e3, "ms", 16);
+    const auto page = [](QTreeWidget &view) {
+        return [&view] {
+            QScrollBar *const bar = view.verticalScrollBar();
+            return secondsOf([&] {
+                bar->setValue(bar->value() + bar->pageStep());
+                view.viewport()->repaint();
+            });
+        };
+    };
+    const Comparison pages = compare(61, page(*tree), page(bare));
+    report.line("page_scroll", pages.ratio, "x_bare", 1.2,
+                QStringLiteral("%1; %2 ms").arg(pages.spread).arg(pages.subject * 1e3, 0, 'f', 1));
     bare.hide();
     bare.clear();
     bare.setNodeIcon(QPixmap());
