@@ -21,7 +21,6 @@ private Q_SLOTS:
     void acceptance();
     void drops();
     void materialIsAnnounced();
-    void rowsWithoutAttributes();
 
 private:
     template <typename Event>
@@ -130,36 +129,6 @@ void tst_Drop::materialIsAnnounced()
     QVERIFY(announced.list.getChanged() == expected);
     QVERIFY(announced.lines.size() == 1 && announced.lines[0].startsWith("11111111110 red "));
     QVERIFY(!announced.lines[0].endsWith('?'));
-}
-
-void tst_Drop::rowsWithoutAttributes()
-{
-    const auto check = [this](const char *row,
-                              const std::function<void(osg::RenderLayer &)> &lose) {
-        init();
-        const QString before = host.cells(row);
-        lose(*host.store()->getAttachment()->getLayer(0));
-        send<QDragEnterEvent>(nodes, row);
-        send<QDropEvent>({ { host.materialFormat, host.materialPayload("blue") } }, row);
-        QCOMPARE(host.cells(row), before);
-        QVERIFY(mkController::isModified());
-    };
-    check("A/b", [this](auto &layer) { layer.replaceAttributes(host.node("b"), osg::NullFC); });
-    check("A/b",
-          [this](auto &layer) { layer.replaceAttributes(host.node("b"), osg::Group::create()); });
-    check("A/b", [this](auto &) {
-        for (const char *name : { "A", "B", "C" }) {
-            host.store()->subLayer(name);
-        }
-    });
-    // The layer at the row's place is now shorter.
-    check("A/b", [this](auto &) {
-        host.store()->subNode(1, host.node("d"));
-        host.store()->subLayer("A");
-    });
-    // The attributes at the row's place are now those of the next node.
-    check("A/a", [this](auto &) { host.kill("a"); });
-    QCOMPARE(host.values(host.attributes(0, "b")), "11111111110 Empty");
 }
 
 HOST_TEST_MAIN(tst_Drop)

@@ -150,21 +150,17 @@ private Q_SLOTS:
     void messageWhileNameIsTyped();
     void whileDialogsAreOpen();
     void commandWithinACommand();
+    void scriptInterrupted();
 
 private:
     bool perform(const Command &command, const mkTrace::Interceptor &interceptor);
     void recovers();
 
-    // The interpreter starts only once in a process.
     std::unique_ptr<HostFixture> host = std::make_unique<HostFixture>(true);
 };
 
 void tst_Hostile::init()
 {
-    if (!host->panel()) {
-        host->unloadPlugin();
-        host->loadPlugin();
-    }
     QApplication::setActiveWindow(host->window());
     host->reset();
     host->addLayers();
@@ -213,6 +209,7 @@ void tst_Hostile::eachCallOfEachCommand()
             }
             ++calls;
         }));
+        const bool modifies = mkController::isModified();
         for (const Attack &attack : attacks()) {
             for (const int place : places) {
                 const LogLines log;
@@ -234,6 +231,11 @@ void tst_Hostile::eachCallOfEachCommand()
                 const int told = log.lines.size() + (ended ? 0 : 1);
                 QVERIFY2(thrown == 0 || (attack.lasting ? told > 0 : told == 1), qPrintable(story));
                 QVERIFY(ended || command.name.startsWith("script"));
+                host->settle();
+                QVERIFY2(modifies || !mkController::isModified(), qPrintable(story));
+                if (thrown > 0) {
+                    QCOMPARE(story + host->rows(), story + host->stored());
+                }
                 recovers();
                 QVERIFY2(!QTest::currentTestFailed(), qPrintable(story));
             }
@@ -304,58 +306,55 @@ void tst_Hostile::messageWhileNameIsTyped()
 
 void tst_Hostile::whileDialogsAreOpen()
 {
-    const auto check = [&](const Command &command, const Action &event) {
-        init();
-        const ModalAnswers answers([&](QWidget *modal) {
-            const QPointer<QWidget> dialog = modal;
-            event(*host);
-            host->rebuild();
-            QVERIFY(!host->tree() || host->rows() == host->stored());
-            if (dialog) {
-                ModalAnswers::agree(dialog);
-            }
-        });
-        host->select(command.selection);
-        host->selectInHost(command.nodes);
-        command.run(*host);
-        QCOMPARE(answers.count(), 1);
-        if (!host->tree()) {
-            // What is left answers to nothing.
-            host->send("materialRenamed", host->material("red"), mkMessage::SceneMerged);
-            host->rebuild();
-            return;
-        }
-        host->settle();
-        QCOMPARE(host->rows(), host->stored());
-        if (host->node("fresh")) {
-            QCOMPARE(host->rows(), "Z[fresh]");
-            QCOMPARE(host->values(host->attributes(0, "fresh")), "11111111110 Empty");
-        }
-        recovers();
-    };
-    for (const Command &command : askingCommands()) {
-        check(command, [](HostFixture &with) {
+    const Action events[] = {
+        [](HostFixture &with) {
             with.store()->subLayer("A");
             with.store()->subLayer("C");
-        });
-        check(command, [](HostFixture &with) {
+        },
+        [](HostFixture &with) {
             with.reset();
             with.node("e")->setName("fresh");
             with.addLayer("Z", { "fresh" });
-        });
-        if (command.name == "confirmed delete") {
-            check(command, [](HostFixture &) { delete QApplication::activeModalWidget(); });
-            check(command, [](HostFixture &with) {
-                QApplication::activeModalWidget()->setParent(nullptr);
-                delete with.panel();
+        },
+    };
+    for (const Command &command : askingCommands()) {
+        for (const Action &event : events) {
+            init();
+            const ModalAnswers answers([&](QWidget *modal) {
+                event(*host);
+                host->rebuild();
+                QCOMPARE(host->rows(), host->stored());
+                ModalAnswers::agree(modal);
             });
-        }
-        // In the warning about a name Qt itself is at work with the panel, below the slot.
-        if (!command.name.startsWith("rename")) {
-            check(command, [](HostFixture &with) { delete with.panel(); });
-            check(command, [](HostFixture &with) { delete with.panel()->parentWidget(); });
+            host->select(command.selection);
+            host->selectInHost(command.nodes);
+            command.run(*host);
+            QCOMPARE(answers.count(), 1);
+            host->settle();
+            QCOMPARE(host->rows(), host->stored());
+            if (host->node("fresh")) {
+                QCOMPARE(host->rows(), "Z[fresh]");
+                QCOMPARE(host->values(host->attributes(0, "fresh")), "11111111110 Empty");
+            }
+            recovers();
         }
     }
+}
+
+/// What was added by then stays, and is shown.
+void tst_Hostile::scriptInterrupted()
+{
+    int added = 0;
+    const Interception interception([&added](const char *call) {
+        if (strcmp(call, "mkRenderLayer::addNode") == 0 && ++added == 3) {
+            mkScript::interrupt();
+        }
+    });
+    QVERIFY(!mkScript::run("nodes = [mkHost.findNode(name) for name in 'de']\n"
+                           "addNodesToRenderLayer(nodes * 50000, 'A')"));
+    QCOMPARE(host->stored(), "A[a b d e] B[c d] C[a e]");
+    QCOMPARE(host->rows(), host->stored());
+    QVERIFY(mkController::isModified());
 }
 
 /// A host call of activating A, B/c and C, or of the rebuild before it, does something to the

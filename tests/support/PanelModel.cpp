@@ -2,12 +2,18 @@
 
 #include "HostFixture.h"
 
+#include "mkKernel/mkController.h"
+#include "mkKernel/mkSelectionManager.h"
+#include "mkKernelServices/mkScopedUndo.h"
+
+#include <QTest>
 #include <QTreeWidgetItemIterator>
 
 #include <algorithm>
-#include <map>
 
 namespace {
+
+using Attributes = osg::RaytracingGeoAttachmentPtr;
 
 QString uniqueName(const QString &name, const QStringList &taken)
 {
@@ -18,94 +24,101 @@ QString uniqueName(const QString &name, const QStringList &taken)
     return candidate;
 }
 
-void setFlags(const osg::RaytracingGeoAttachmentPtr &attributes, const QString &flags)
-{
-    for (int column = 1; column <= 11; ++column) {
-        HostFixture::flag(attributes, column) = flags[column - 1] == '1';
-    }
-}
-
-osg::RaytracingGeoAttachmentPtr attributesIn(const osg::RenderLayerPtr &layer, int node)
+Attributes attributesIn(const osg::RenderLayerPtr &layer, std::size_t node)
 {
     const auto &all = layer->getAttributes();
-    return osg::RaytracingGeoAttachmentPtr(node < int(all.size()) ? all[std::size_t(node)]
-                                                                  : osg::FieldContainerPtr());
+    return Attributes(node < all.size() ? all[node] : osg::FieldContainerPtr());
 }
 
-QString describe(const mkRenderLayer &store)
+void showFlag(QTreeWidgetItem *row, int column, bool on)
 {
-    QString text = "store\n";
-    for (std::size_t i = 0; i < store.getAttachment()->getLayers().size(); ++i) {
-        const osg::RenderLayerPtr layer = store.getAttachment()->getLayer(i);
-        text += QString("  %1 %2\n")
-                    .arg(layer->getName().c_str(), layer->getState() ? "open" : "closed");
-        for (std::size_t j = 0; j < layer->getNodes().size(); ++j) {
-            const osg::NodePtr node = layer->getNodes()[j];
-            text += QString("    %1 #%2 %3\n")
-                        .arg(node->getName().c_str())
-                        .arg(node->getId())
-                        .arg(HostFixture::values(attributesIn(layer, int(j))));
-        }
-    }
-    return text;
+    row->setText(column, on ? "On" : "Off");
+    row->setData(column, Qt::UserRole, on);
 }
 
-QString describe(const QVector<PanelModel::Row> &rows, int current)
+void showMaterial(QTreeWidgetItem *row, const Attributes &attributes)
 {
-    QString text = "rows\n";
-    for (int i = 0; i < rows.size(); ++i) {
-        const PanelModel::Row &row = rows[i];
-        text += QString(row.selected ? "  x" : "  -") + (row.selected && i == current ? "*|" : " |")
-                + row.text + '|'
-                + (row.isNode() ? row.cells
-                   : row.open   ? "open"
-                                : "closed")
-                + '\n';
+    row->setText(12, HostFixture::values(attributes).mid(12));
+    row->setIcon(12, attributes->getOverrideMaterial() ? QPixmap(1, 1) : QIcon());
+}
+
+void show(QTreeWidgetItem *row, const Attributes &attributes)
+{
+    for (int column = 1; column <= 11; ++column) {
+        showFlag(row, column, HostFixture::flag(attributes, column));
     }
-    return text;
+    showMaterial(row, attributes);
 }
 
 } // namespace
 
-PanelModel::Rows PanelModel::layerRows() const
+PanelModel::PanelModel()
 {
-    return where([this](int row) { return !rows[row].isNode(); });
+    tree.setColumnCount(13);
+    tree.setDragDropMode(QAbstractItemView::DropOnly);
+    tree.setAllColumnsShowFocus(true);
+    tree.setSelectionMode(QAbstractItemView::ExtendedSelection);
+    tree.setSelectionBehavior(QAbstractItemView::SelectRows);
+    // Taking the focus would choose a current row, scrolling open a closed layer.
+    tree.setFocusPolicy(Qt::NoFocus);
+    tree.setAutoScroll(false);
+    tree.resize(1400, 500);
+    tree.show();
 }
 
-PanelModel::Rows PanelModel::below(int layerRow) const
+PanelModel::Rows PanelModel::rows(const std::function<bool(Row)> &wanted)
 {
-    return where([&](int row) { return rows[row].isNode() && layerOf(row) == layerRow; });
+    Rows found;
+    for (QTreeWidgetItemIterator it(&tree); *it; ++it) {
+        if (wanted(*it)) {
+            found += *it;
+        }
+    }
+    return found;
 }
 
-PanelModel::Rows PanelModel::visibleRows() const
+int PanelModel::placeOf(Row row)
 {
-    return where([this](int row) { return !rows[row].isNode() || rows[layerOf(row)].open; });
+    return row->parent() ? row->parent()->indexOfChild(row)
+                         : row->treeWidget()->indexOfTopLevelItem(row);
 }
 
-PanelModel::Rows PanelModel::selected(bool nodes) const
+PanelModel::Row PanelModel::twin(Row row, const QTreeWidget &other)
 {
-    return where([&](int row) {
-        const bool visible = !nodes || rows[layerOf(row)].open;
-        return rows[row].selected && rows[row].isNode() == nodes && visible;
+    const Row parent = row && row->parent() ? twin(row->parent(), other)
+                                            : other.invisibleRootItem();
+    return row && parent ? parent->child(placeOf(row)) : nullptr;
+}
+
+PanelModel::Row PanelModel::current() const
+{
+    Row row = tree.currentItem();
+    return row && row->isSelected() ? row : nullptr;
+}
+
+PanelModel::Rows PanelModel::selected(bool nodes)
+{
+    return rows([nodes](Row row) {
+        return row->isSelected() && isVisible(row) && (row->parent() != nullptr) == nodes;
     });
 }
 
-osg::NodePtr PanelModel::resolve(int row) const
+osg::NodePtr PanelModel::resolve(Row row)
 {
-    return osg::NodePtr(osg::FieldContainerFactory::the()->getContainer(rows[row].id));
+    const std::uint32_t id = row->data(0, Qt::UserRole).toUInt();
+    return osg::NodePtr(osg::FieldContainerFactory::the()->getContainer(id));
 }
 
-osg::RaytracingGeoAttachmentPtr PanelModel::attributesOf(int row) const
+Attributes PanelModel::attributesOf(Row row) const
 {
-    return store.getAttributes(unsigned(rows[row].layer), resolve(row));
+    return store.getAttributes(indexOf(row), resolve(row));
 }
 
-osg::RaytracingGeoAttachmentPtr PanelModel::attributesAt(int row) const
+Attributes PanelModel::attributesAt(Row row) const
 {
-    const auto [layer, node] = std::pair(rows[row].layer, rows[row].node);
-    return resolve(row) && layer < layerCount()
-               ? attributesIn(store.getAttachment()->getLayer(std::size_t(layer)), node)
-               : osg::RaytracingGeoAttachmentPtr();
+    return resolve(row) && int(indexOf(row)) < layerCount()
+               ? attributesIn(layer(int(indexOf(row))), std::size_t(placeOf(row)))
+               : Attributes();
 }
 
 void PanelModel::changed(bool keepSelection)
@@ -114,61 +127,47 @@ void PanelModel::changed(bool keepSelection)
     modified = true;
 }
 
-void PanelModel::selectOnly(int row)
+void PanelModel::click(Row row, Qt::KeyboardModifiers modifiers)
 {
-    for (Row &other : rows) {
-        other.selected = false;
-    }
-    if (row >= 0) {
-        rows[row].selected = true;
-        current = row;
-    }
+    tree.scrollToItem(row);
+    QTest::mouseClick(tree.viewport(), Qt::LeftButton, modifiers,
+                      tree.visualItemRect(row).center());
 }
 
-void PanelModel::toggleSelection(int row)
+void PanelModel::select(Row row)
 {
-    rows[row].selected ^= true;
-    current = row;
-}
-
-void PanelModel::selectAll()
-{
-    selectOnly(-1);
-    for (const int row : visibleRows()) {
-        rows[row].selected = true;
+    tree.clearSelection();
+    if (row) {
+        // The modifier keys of the last event do not count.
+        tree.setSelectionMode(QAbstractItemView::SingleSelection);
+        tree.setCurrentItem(row);
+        tree.setSelectionMode(QAbstractItemView::ExtendedSelection);
+        row->setSelected(true);
     }
-}
-
-void PanelModel::setOpen(int row, bool open)
-{
-    rows[row].open = open;
-    store.setCollapseState(unsigned(rows[row].layer), open);
 }
 
 void PanelModel::createLayer(const QString &name)
 {
     QStringList taken;
-    for (const int layer : layerRows()) {
-        taken += rows[layer].text;
+    for (int i = 0; i < tree.topLevelItemCount(); ++i) {
+        taken += tree.topLevelItem(i)->text(0);
     }
     store.addLayer(uniqueName(name.isEmpty() ? "Layer" : name, taken).toStdString());
     changed(false);
 }
 
-void PanelModel::commitName(int row, const QString &name)
+void PanelModel::commitName(Row row, const QString &name)
 {
-    if (rows[row].text == name) {
+    if (row->text(0) == name) {
         return;
     }
-    rows[row].text = name;
-    int namesakes = -1;
-    for (const int layer : layerRows()) {
-        namesakes += rows[layer].text == name ? 1 : 0;
-    }
+    row->setText(0, name);
+    const int namesakes = tree.findItems(name, Qt::MatchExactly | Qt::MatchCaseSensitive).size()
+                          - 1;
     if (!name.isEmpty()) {
         warnings += namesakes;
         if (namesakes == 0) {
-            store.setLayerName(unsigned(rows[row].layer), name.toStdString());
+            store.setLayerName(indexOf(row), name.toStdString());
         }
     }
     rebuild(false);
@@ -176,69 +175,64 @@ void PanelModel::commitName(int row, const QString &name)
 
 void PanelModel::duplicateLayers()
 {
-    const Rows layers = selected(false);
     QStringList taken;
     for (int i = 0; i < layerCount(); ++i) {
-        taken += store.getAttachment()->getLayer(std::size_t(i))->getName().c_str();
+        taken += layer(i)->getName().c_str();
     }
-    for (const int row : layers) {
-        taken += uniqueName(rows[row].text, taken);
+    const Rows layers = selected(false);
+    for (const Row row : layers) {
+        taken += uniqueName(row->text(0), taken);
         osg::RenderLayerPtr copy;
-        store.copyLayer(unsigned(rows[row].layer), taken.last().toStdString(), &copy);
+        store.copyLayer(indexOf(row), taken.last().toStdString(), &copy);
     }
     if (!layers.empty()) {
         changed(false);
     }
 }
 
-void PanelModel::move(int by, const Rows &order)
+void PanelModel::move(int by)
 {
     const Rows layers = selected(false);
     const Rows nodes = selected(true);
     if (layers.empty() == nodes.empty()) {
         return;
     }
-    const Rows &moved = layers.empty() ? nodes : layers;
     // Rows of one parent move together, and only if none of them is at the end.
-    std::map<int, Rows> groups;
-    if (moved.size() == 1) {
-        groups[0] = { order.front() };
-    } else {
-        const int layerCount = layerRows().size();
-        for (const int row : moved) {
-            groups[layers.empty() ? layerOf(row) : -1] += row;
-        }
-        for (auto group = groups.begin(); group != groups.end();) {
-            const Row &outer = rows[by < 0 ? group->second.front() : group->second.back()];
-            const int place = outer.isNode() ? outer.node : outer.layer;
-            const int count = outer.isNode() ? below(group->first).size() : layerCount;
-            group = place == (by < 0 ? 0 : count - 1) ? groups.erase(group) : std::next(group);
-        }
+    QMap<int, Rows> groups;
+    const bool single = layers.size() + nodes.size() == 1;
+    for (const Row row : single ? tree.selectedItems().mid(0, 1) : layers + nodes) {
+        groups[row->parent() ? placeOf(row->parent()) : -1] += row;
     }
-    for (auto &[parent, group] : groups) {
+    bool moved = false;
+    for (Rows &group : groups) {
         if (by > 0) {
             std::reverse(group.begin(), group.end());
         }
-        for (const int row : group) {
-            const auto layer = unsigned(rows[row].layer);
-            if (rows[row].isNode()) {
-                by < 0 ? store.moveUpNode(layer, resolve(row))
-                       : store.moveDownNode(layer, resolve(row));
+        const Row parent = group.front()->parent();
+        const int last = (parent ? parent->childCount() : tree.topLevelItemCount()) - 1;
+        if (!single && placeOf(group.front()) == (by < 0 ? 0 : last)) {
+            continue;
+        }
+        moved = true;
+        for (const Row row : qAsConst(group)) {
+            if (parent) {
+                by < 0 ? store.moveUpNode(indexOf(row), resolve(row))
+                       : store.moveDownNode(indexOf(row), resolve(row));
             } else {
-                by < 0 ? store.moveUpLayer(layer) : store.moveDownLayer(layer);
+                by < 0 ? store.moveUpLayer(indexOf(row)) : store.moveDownLayer(indexOf(row));
             }
         }
     }
-    if (!groups.empty()) {
-        rebuild(moved.size() >= 2);
+    if (moved) {
+        rebuild(!single);
     }
 }
 
 void PanelModel::removeSelectedLayers()
 {
     const Rows layers = selected(false);
-    for (const int row : layers) {
-        store.subLayer(rows[row].text.toStdString());
+    for (const Row row : layers) {
+        store.subLayer(row->text(0).toStdString());
     }
     if (!layers.empty()) {
         changed(true);
@@ -248,8 +242,8 @@ void PanelModel::removeSelectedLayers()
 void PanelModel::removeSelectedNodes()
 {
     const Rows nodes = selected(true);
-    for (const int row : nodes) {
-        store.subNode(unsigned(rows[row].layer), resolve(row));
+    for (const Row row : nodes) {
+        store.subNode(indexOf(row), resolve(row));
     }
     if (!nodes.empty()) {
         changed(false);
@@ -258,29 +252,28 @@ void PanelModel::removeSelectedNodes()
 
 void PanelModel::addNodes(const Nodes &nodes)
 {
-    bool any = false;
-    for (const int layer : layerRows()) {
-        const Rows inside = below(layer);
-        if (rows[layer].selected || std::any_of(inside.begin(), inside.end(), [&](int row) {
-                return isSelected(row);
-            })) {
-            any = true;
-            for (const osg::NodePtr &node : nodes) {
-                addTo(unsigned(rows[layer].layer), node);
-            }
+    QMap<unsigned, Row> targets;
+    for (const Row row : tree.selectedItems()) {
+        targets[indexOf(row)] = row;
+    }
+    for (const unsigned layer : targets.keys()) {
+        for (const osg::NodePtr &node : nodes) {
+            addTo(layer, node);
         }
     }
-    if (any) {
+    if (!targets.empty()) {
         changed(false);
     }
 }
 
 void PanelModel::applyAttributes(const QString &flags)
 {
-    for (int row = 0; row < rows.size(); ++row) {
-        const auto attributes = attributesOf(row);
-        if (attributes && (rows[row].selected || rows[layerOf(row)].selected)) {
-            setFlags(attributes, flags);
+    for (const Row row :
+         rows([](Row row) { return row->isSelected() || layerOf(row)->isSelected(); })) {
+        if (const Attributes attributes = attributesOf(row)) {
+            for (int column = 1; column <= 11; ++column) {
+                HostFixture::flag(attributes, column) = flags[column - 1] == '1';
+            }
         }
     }
     changed(true);
@@ -289,8 +282,8 @@ void PanelModel::applyAttributes(const QString &flags)
 void PanelModel::clearMaterials()
 {
     const Rows nodes = selected(true);
-    for (const int row : nodes) {
-        if (const auto attributes = attributesOf(row)) {
+    for (const Row row : nodes) {
+        if (const Attributes attributes = attributesOf(row)) {
             attributes->setOverrideMaterial(osg::NullFC);
             HostFixture::flag(attributes, 11) = false;
         }
@@ -300,36 +293,37 @@ void PanelModel::clearMaterials()
     }
 }
 
-void PanelModel::toggleCell(int row, int column)
+void PanelModel::toggleCell(Row row, int column)
 {
-    QString &cells = rows[row].cells;
-    cells[column - 1] = cells[column - 1] == '1' ? '0' : '1';
+    showFlag(row, column, !row->data(column, Qt::UserRole).toBool());
     writeCells(row);
 }
 
-void PanelModel::writeCells(int row)
+void PanelModel::writeCells(Row row)
 {
-    if (const auto attributes = attributesOf(row)) {
-        setFlags(attributes, rows[row].cells);
+    if (const Attributes attributes = attributesOf(row)) {
+        for (int column = 1; column <= 11; ++column) {
+            HostFixture::flag(attributes, column) = row->data(column, Qt::UserRole).toBool();
+        }
     }
 }
 
-void PanelModel::clickClearButton(int row)
+void PanelModel::clickClearButton(Row row)
 {
-    if (const auto attributes = attributesOf(row)) {
+    if (const Attributes attributes = attributesOf(row)) {
         attributes->setOverrideMaterial(osg::NullFC);
     }
     writeCells(row);
-    if (const auto attributes = attributesAt(row)) {
-        rows[row].cells = rows[row].cells.left(12) + HostFixture::values(attributes).mid(12);
+    if (const Attributes attributes = attributesAt(row)) {
+        showMaterial(row, attributes);
     }
     modified = true;
 }
 
-void PanelModel::dropNodes(int row, const Nodes &nodes)
+void PanelModel::dropNodes(Row row, const Nodes &nodes)
 {
     modified = true;
-    if (rows[row].isNode()) {
+    if (row->parent()) {
         return;
     }
     if (nodes.size() == 1 && nodes.front() == mkScenegraph::getRoot()) {
@@ -337,45 +331,58 @@ void PanelModel::dropNodes(int row, const Nodes &nodes)
         return;
     }
     for (const osg::NodePtr &node : nodes) {
-        addTo(unsigned(rows[row].layer), node);
+        addTo(indexOf(row), node);
     }
     rebuild(false);
 }
 
-void PanelModel::dropMaterial(int row, const osg::MaterialPtr &material)
+void PanelModel::dropMaterial(Row row, const osg::MaterialPtr &material)
 {
     modified = true;
-    const auto attributes = rows[row].isNode() && material ? attributesAt(row)
-                                                           : osg::RaytracingGeoAttachmentPtr();
+    const Attributes attributes = row->parent() && material ? attributesAt(row) : Attributes();
     if (attributes) {
         attributes->setOverrideMaterial(material);
-        rows[row].cells = HostFixture::values(attributes);
+        show(row, attributes);
     }
 }
 
-PanelModel::Nodes PanelModel::nodesOf(const Rows &order) const
+void PanelModel::selectNodes()
 {
+    const Rows order = tree.selectedItems();
     const Rows layers = selected(false);
-    Rows wanted;
-    if (selected(true).size() + layers.size() < 2) {
-        wanted = order.mid(0, 1);
-    } else {
-        std::copy_if(order.begin(), order.end(), std::back_inserter(wanted), [this](int row) {
-            return rows[row].isNode() && rows[layerOf(row)].open && !rows[layerOf(row)].selected;
+    Rows wanted = order.mid(0, 1);
+    if (selected(true).size() + layers.size() > 1) {
+        wanted.clear();
+        std::copy_if(order.begin(), order.end(), std::back_inserter(wanted), [](Row row) {
+            return row->parent() && isVisible(row) && !layerOf(row)->isSelected();
         });
         wanted += layers;
+    } else if (wanted.empty()) {
+        return;
+    } else if (const osg::NodePtr node = resolve(wanted[0])) {
+        const mkScopedUndo undo(true);
+        return mkSelectionManager::selectNode(node);
     }
-    Nodes nodes;
-    for (const int top : qAsConst(wanted)) {
-        for (const int row : rows[top].isNode() ? Rows{ top } : below(top)) {
-            const osg::NodePtr node = resolve(row);
-            if (mkScenegraph::isInScene(node)
-                && std::find(nodes.begin(), nodes.end(), node) == nodes.end()) {
-                nodes.push_back(node);
+    std::vector<mkNodePtr> nodes;
+    for (const Row top : qAsConst(wanted)) {
+        for (const Row row : rows([top](Row row) { return row == top || row->parent() == top; })) {
+            if (const osg::NodePtr node = resolve(row)) {
+                nodes.emplace_back(node);
             }
         }
     }
-    return nodes;
+    const mkScopedUndo undo(true);
+    mkSelectionManager::selectNodes(nodes);
+    mkScenegraph::scrollToNodes(nodes);
+}
+
+void PanelModel::activate()
+{
+    for (const Row row : tree.selectedItems()) {
+        row->parent() ? store.activateNode(indexOf(row), resolve(row))
+                      : store.activateLayer(indexOf(row));
+    }
+    mkController::updateRender(false);
 }
 
 void PanelModel::rebuild(bool keepSelection)
@@ -383,65 +390,43 @@ void PanelModel::rebuild(bool keepSelection)
     ++rebuilds;
     QStringList layers;
     std::vector<std::pair<osg::NodePtr, QString>> nodes;
-    const auto remember = [&](int row) {
+    const Rows kept = keepSelection ? selected(false) + selected(true)
+                      : current()   ? Rows{ current() }
+                                    : Rows();
+    for (const Row row : kept) {
         const osg::NodePtr node = resolve(row);
         bool lives = mkScenegraph::isInScene(node);
         for (int i = 0; i < layerCount(); ++i) {
-            const auto &members = store.getAttachment()->getLayer(std::size_t(i))->getNodes();
-            lives |= node && std::find(members.begin(), members.end(), node) != members.end();
+            lives |= node && layer(i)->contains(node);
         }
         if (lives) {
-            nodes.emplace_back(node, rows[layerOf(row)].text);
-        } else if (keepSelection ? !rows[row].isNode() : !rows[row].text.isEmpty()) {
-            layers += rows[row].text;
+            nodes.emplace_back(node, layerOf(row)->text(0));
+        } else if (keepSelection ? !row->parent() : !row->text(0).isEmpty()) {
+            layers += row->text(0);
         }
-    };
-    if (keepSelection) {
-        const Rows all = selected(false) + selected(true);
-        std::for_each(all.begin(), all.end(), remember);
-    } else if (isSelected(current)) {
-        remember(current);
     }
 
-    rows.clear();
-    current = -1;
+    tree.clear();
     for (int i = 0; i < layerCount(); ++i) {
-        const osg::RenderLayerPtr layer = store.getAttachment()->getLayer(std::size_t(i));
-        rows.push_back({ i, -1, layer->getName().c_str(), layer->getState() != 0 });
-        for (int j = 0; j < int(layer->getNodes().size()); ++j) {
-            const osg::NodePtr node = layer->getNodes()[std::size_t(j)];
-            const auto attributes = attributesIn(layer, j);
-            rows.push_back({ i, j, node->getName().c_str(), false, node->getId(),
-                             attributes ? HostFixture::values(attributes) : QString(12, ' ') });
+        auto *const top = new QTreeWidgetItem(&tree, { layer(i)->getName().c_str() });
+        for (std::size_t j = 0; j < layer(i)->getNodes().size(); ++j) {
+            const osg::NodePtr node = layer(i)->getNodes()[j];
+            auto *const row = new QTreeWidgetItem(top, { node->getName().c_str() });
+            row->setData(0, Qt::UserRole, node->getId());
+            if (const Attributes attributes = attributesIn(layer(i), j)) {
+                show(row, attributes);
+            }
         }
+        top->setExpanded(layer(i)->getState() != 0);
     }
-    for (int row = 0; row < rows.size(); ++row) {
+    for (const Row row : rows([](Row) { return true; })) {
         const auto found = std::find(nodes.begin(), nodes.end(),
-                                     std::pair(resolve(row), rows[layerOf(row)].text));
-        if (rows[row].isNode() ? found != nodes.end() : layers.removeOne(rows[row].text)) {
-            if (rows[row].isNode()) {
+                                     std::pair(resolve(row), layerOf(row)->text(0)));
+        if (row->parent() ? found != nodes.end() : layers.removeOne(row->text(0))) {
+            if (row->parent()) {
                 nodes.erase(found);
             }
-            rows[row].selected = true;
-            current = current < 0 ? row : current;
+            tree.selectedItems().empty() ? select(row) : row->setSelected(true);
         }
     }
-}
-
-QString PanelModel::describe() const
-{
-    return ::describe(store) + ::describe(rows, current);
-}
-
-QString PanelModel::describe(const QTreeWidget *tree)
-{
-    QVector<Row> rows;
-    int current = -1;
-    for (QTreeWidgetItemIterator it(const_cast<QTreeWidget *>(tree)); *it; ++it) {
-        const bool isNode = (*it)->parent();
-        current = *it == tree->currentItem() ? rows.size() : current;
-        rows.push_back({ 0, isNode ? 0 : -1, (*it)->text(0), (*it)->isExpanded(), 0,
-                         isNode ? HostFixture::cells(*it) : QString(), (*it)->isSelected() });
-    }
-    return ::describe(*HostFixture::store()) + ::describe(rows, current);
 }

@@ -1,53 +1,49 @@
 #pragma once
 
-#include "OSGSystem/Material.h"
 #include "OSGSystem/Node.h"
 #include "mkKernel/mkScenegraph.h"
+#include "mkOpenSGExt/RaytracingGeoAttachment.h"
 #include "mkOpenSGUtils/mkRenderLayer.h"
 
-#include <QStringList>
-#include <QVector>
+#include <QTreeWidget>
 
-class QTreeWidget;
+#include <functional>
 
-/// What the store and the panel should hold: a store of its own, and rows in plain values, written
-/// from what each operation promises. An operation of the model is run before the panel's own,
-/// while every node that it speaks of still lives.
+/// What the store and the panel should hold: a store of its own, and a bare tree, whose rows are
+/// filled and selected one after another, as somebody would who has nothing but QTreeWidget. An
+/// operation of the model is run before the panel's own, while every node that it speaks of still
+/// lives.
 class PanelModel
 {
 public:
-    /// A row of the tree, with its place in the store; layer rows have node -1.
-    struct Row
-    {
-        int layer;
-        int node;
-        QString text;
-        bool open = false;
-        std::uint32_t id = 0;
-        /// As HostFixture::cells() reads them.
-        QString cells = {};
-        bool selected = false;
-        bool isNode() const { return node >= 0; }
-    };
-    /// Indices of rows.
-    using Rows = QVector<int>;
+    using Row = QTreeWidgetItem *;
+    using Rows = QList<Row>;
     using Nodes = std::vector<osg::NodePtr>;
 
+    PanelModel();
+
     mkRenderLayer store{ osg::Node::create() };
-    /// All rows from top to bottom, also those under closed layers.
-    QVector<Row> rows;
-    int current = -1;
+    QTreeWidget tree;
     bool modified = false;
     int rebuilds = 0;
     int warnings = 0;
 
-    bool isSelected(int row) const { return row >= 0 && rows[row].selected; }
-    int layerOf(int row) const { return row - rows[row].node - 1; }
+    /// The wanted rows from top to bottom, also those under closed layers.
+    Rows rows(const std::function<bool(Row)> &wanted);
+    static bool isVisible(Row row) { return !row->parent() || row->parent()->isExpanded(); }
+    static Row layerOf(Row row) { return row->parent() ? row->parent() : row; }
+    /// The row's number among its siblings.
+    static int placeOf(Row row);
+    /// The row at the same place of another tree, if there is one.
+    static Row twin(Row row, const QTreeWidget &other);
+    /// The row's layer in the store.
+    static unsigned indexOf(Row row) { return unsigned(placeOf(layerOf(row))); }
+    osg::RenderLayerPtr layer(int index) const { return store.getAttachment()->getLayer(index); }
     int layerCount() const { return int(store.getAttachment()->getLayers().size()); }
-    template <typename Wanted>
-    Rows where(Wanted wanted) const;
-    Rows layerRows() const;
-    Rows visibleRows() const;
+    /// The current row, if it is selected; null otherwise.
+    Row current() const;
+    /// The node of a row that lives now; null for layer rows.
+    static osg::NodePtr resolve(Row row);
 
     /// The model's store has another root than the scene, which refuses its own.
     template <typename Layer>
@@ -58,55 +54,37 @@ public:
         }
     }
 
-    // The user in the tree. `order` is the selection in the order in which Qt lists it.
-    void selectOnly(int row);
-    void toggleSelection(int row);
-    void selectAll();
-    void setOpen(int row, bool open);
+    void click(Row row, Qt::KeyboardModifiers modifiers = {});
+    /// Makes the row current and the only selected one; of null nothing is selected.
+    void select(Row row);
     void createLayer(const QString &name);
-    void commitName(int row, const QString &name);
+    void commitName(Row row, const QString &name);
     void duplicateLayers();
     /// By -1 or +1.
-    void move(int by, const Rows &order);
+    void move(int by);
     void removeSelectedLayers();
     void removeSelectedNodes();
     void addNodes(const Nodes &nodes);
     void applyAttributes(const QString &flags);
     void clearMaterials();
-    void toggleCell(int row, int column);
-    void clickClearButton(int row);
-    void dropNodes(int row, const Nodes &nodes);
-    void dropMaterial(int row, const osg::MaterialPtr &material);
-    /// What Select Nodes makes the host's selection.
-    Nodes nodesOf(const Rows &order) const;
+    void toggleCell(Row row, int column);
+    void clickClearButton(Row row);
+    void dropNodes(Row row, const Nodes &nodes);
+    void dropMaterial(Row row, const osg::MaterialPtr &material);
+    void selectNodes();
+    void activate();
     void rebuild(bool keepSelection);
     /// Rebuilds after a change of the document.
     void changed(bool keepSelection);
 
-    /// The whole panel and store as text: as they should be, and as they are.
-    QString describe() const;
-    static QString describe(const QTreeWidget *tree);
+    /// A store and a tree as text: all that is to agree between the model and the panel.
+    static QString describe(const mkRenderLayer &store, QTreeWidget &tree);
 
 private:
-    /// The rows of a layer's nodes.
-    Rows below(int layerRow) const;
-    Rows selected(bool nodes) const;
-    /// The node of a row that lives now; null for layer rows.
-    osg::NodePtr resolve(int row) const;
+    /// Selected layers; or selected nodes of open ones.
+    Rows selected(bool nodes);
     /// Of a row's node, or of whatever is at its place in the store; null where there are none.
-    osg::RaytracingGeoAttachmentPtr attributesOf(int row) const;
-    osg::RaytracingGeoAttachmentPtr attributesAt(int row) const;
-    void writeCells(int row);
+    osg::RaytracingGeoAttachmentPtr attributesOf(Row row) const;
+    osg::RaytracingGeoAttachmentPtr attributesAt(Row row) const;
+    void writeCells(Row row);
 };
-
-template <typename Wanted>
-PanelModel::Rows PanelModel::where(Wanted wanted) const
-{
-    Rows found;
-    for (int i = 0; i < rows.size(); ++i) {
-        if (wanted(i)) {
-            found += i;
-        }
-    }
-    return found;
-}

@@ -1,6 +1,7 @@
 // What the panel and the store show, as text.
 
 #include "HostFixture.h"
+#include "PanelModel.h"
 
 #include "mkOpenSGUtils/mkMaterials.h"
 #include "mkOpenSGUtils/mkNodeUtils.h"
@@ -116,4 +117,32 @@ QString HostFixture::cells(const QTreeWidgetItem *item)
     const QString material = item->text(12);
     const bool icon = !item->data(12, Qt::DecorationRole).value<QIcon>().isNull();
     return text + ' ' + material + (icon == (material.isEmpty() || material == "Empty") ? "!" : "");
+}
+
+QString PanelModel::describe(const mkRenderLayer &store, QTreeWidget &tree)
+{
+    QString text = "store\n";
+    for (std::size_t i = 0; i < store.getAttachment()->getLayers().size(); ++i) {
+        const osg::RenderLayerPtr layer = store.getAttachment()->getLayer(i);
+        text += QString("  %1 %2\n").arg(layer->getName().c_str()).arg(layer->getState());
+        for (std::size_t j = 0; j < layer->getNodes().size(); ++j) {
+            const osg::NodePtr node = layer->getNodes()[j];
+            text += QString("    %1 #%2 ").arg(node->getName().c_str()).arg(node->getId())
+                    + HostFixture::values(store.getAttributes(unsigned(i), node)) + '\n';
+        }
+    }
+    text += "rows\n";
+    QList<const QTreeWidgetItem *> all;
+    for (QTreeWidgetItemIterator it(&tree); *it; ++it) {
+        const QTreeWidgetItem *const row = *it;
+        all += row;
+        text += (row->parent() ? "    |" : "  |") + row->text(0) + '|' + HostFixture::cells(row)
+                + (row->isExpanded() ? " open" : "") + (row->isSelected() ? " x" : "")
+                + (row->isSelected() && row == tree.currentItem() ? "*\n" : "\n");
+    }
+    text += "selected:";
+    for (const QTreeWidgetItem *const row : tree.selectedItems()) {
+        text += ' ' + QString::number(all.indexOf(row));
+    }
+    return text;
 }
