@@ -25,28 +25,8 @@ private Q_SLOTS:
     void thousands();
 
 private:
-    static QString py(const QString &expression);
-    static void expect(std::initializer_list<std::pair<QString, QString>> values);
-
     HostFixture host{ true };
 };
-
-/// What an expression is worth in Python, or the exception that it raises.
-QString tst_HostScripting::py(const QString &expression)
-{
-    LogLines log;
-    mkScript::run(qPrintable("try: mkHost.logInfo(repr(" + expression
-                             + "))\nexcept Exception as e: mkHost.logInfo(f'{type(e).__name__}: "
-                               "{e}'.strip())"));
-    return log.lines.join('|');
-}
-
-void tst_HostScripting::expect(std::initializer_list<std::pair<QString, QString>> values)
-{
-    for (const auto &[expression, value] : values) {
-        QCOMPARE(expression + " gives " + py(expression), expression + " gives " + value);
-    }
-}
 
 void tst_HostScripting::init()
 {
@@ -88,7 +68,7 @@ void tst_HostScripting::layers()
     QFETCH(QString, value);
     QFETCH(QString, rows);
     const HostCalls calls;
-    expect({ { QString("mkHost.") + QTest::currentDataTag(), value } });
+    host.expect({ { QString("mkHost.") + QTest::currentDataTag(), value } });
     QCOMPARE(calls.commands().count("rebuild"), 1);
     QVERIFY(mkController::isModified());
     QCOMPARE(host.stored(), rows);
@@ -97,30 +77,30 @@ void tst_HostScripting::layers()
 
 void tst_HostScripting::attributes()
 {
-    py("mkHost.setLayerAttributes('A', castShadows=False, overrideMaterial='red')");
-    py("mkHost.setLayerAttributes('A', [a], visible=False, useOverrideMaterial=True)");
+    host.python("mkHost.setLayerAttributes('A', castShadows=False, overrideMaterial='red')");
+    host.python("mkHost.setLayerAttributes('A', [a], visible=False, useOverrideMaterial=True)");
     QCOMPARE(host.cells("A/a"), "01111011111 red");
     QCOMPARE(host.cells("A/b"), "11111011110 red");
     const Announcements heard(host.attributes(0, "c"));
-    py("mkHost.setLayerAttributes('A', {a, c}, overrideMaterial=None)");
+    host.python("mkHost.setLayerAttributes('A', {a, c}, overrideMaterial=None)");
     QCOMPARE(heard.lines.size(), 1);
     QCOMPARE(host.cells("A/a"), "01111011110 Empty");
     QCOMPARE(host.cells("A/c"), "11111011110 Empty");
     // What is read can be set; also where the layer has lost a member's attributes.
     host.store()->getAttachment()->getLayer(0)->replaceAttributes(host.node("b"), osg::NullFC);
-    py("mkHost.setLayerAttributes('A', b, **mkHost.getLayerAttributes('A', a))");
+    host.python("mkHost.setLayerAttributes('A', b, **mkHost.getLayerAttributes('A', a))");
     QCOMPARE(host.cells("A/b"), host.cells("A/a"));
     // The scene shows it only then.
-    expect({ { "mkHost.getNodeAttributes(a)", "None" },
-             { "mkHost.activateLayer('A', (n for n in [a, b]))", "None" },
-             { "[mkHost.getNodeAttributes(n)['visible'] for n in (a, b)]", "[False, False]" },
-             { "mkHost.getNodeAttributes(c)", "None" },
-             { "mkHost.activateLayer('A')", "None" },
-             { "mkHost.getNodeAttributes(c)['castShadows']", "False" } });
-    expect({ { "mkHost.isLayerExpanded('B')", "False" },
-             { "mkHost.setLayerExpanded('B')", "None" },
-             { "mkHost.addLayerNodes('B', a)", "1" },
-             { "mkHost.isLayerExpanded('B')", "True" } });
+    host.expect({ { "mkHost.getNodeAttributes(a)", "None" },
+                  { "mkHost.activateLayer('A', (n for n in [a, b]))", "None" },
+                  { "[mkHost.getNodeAttributes(n)['visible'] for n in (a, b)]", "[False, False]" },
+                  { "mkHost.getNodeAttributes(c)", "None" },
+                  { "mkHost.activateLayer('A')", "None" },
+                  { "mkHost.getNodeAttributes(c)['castShadows']", "False" } });
+    host.expect({ { "mkHost.isLayerExpanded('B')", "False" },
+                  { "mkHost.setLayerExpanded('B')", "None" },
+                  { "mkHost.addLayerNodes('B', a)", "1" },
+                  { "mkHost.isLayerExpanded('B')", "True" } });
     QVERIFY(host.row("B")->isExpanded());
 }
 
@@ -132,7 +112,7 @@ void tst_HostScripting::refusals()
     host.rebuild();
     const QString before = host.rows();
     mkController::setModified(0);
-    expect({
+    host.expect({
         { "mkHost.renameLayer('A', '')", "ValueError: A render layer needs a name." },
         { "mkHost.renameLayer('A', 'B')", "ValueError: There is a render layer 'B' already." },
         { "mkHost.removeLayer('C')", "LookupError: There is no render layer 'C'." },
@@ -165,21 +145,21 @@ void tst_HostScripting::refusals()
     QCOMPARE(host.values(host.attributes(0, "a")), "11111111110 Empty");
     QVERIFY(!mkController::isModified());
     // What has left the scene can still be taken out.
-    expect({ { "mkHost.removeLayerNodes('B', mkHost.getLayerNodes('B'))", "None" },
-             { "mkHost.cleanupLayers()", "False" } });
+    host.expect({ { "mkHost.removeLayerNodes('B', mkHost.getLayerNodes('B'))", "None" },
+                  { "mkHost.cleanupLayers()", "False" } });
     QCOMPARE(host.rows(), "A[a b c] B[]");
 }
 
 void tst_HostScripting::states()
 {
-    expect({ { "mkHost.storeRenderLayerState('all')", "7" },
-             { "mkHost.storeRenderLayerState('some', group)", "2" },
-             { "mkHost.getRenderLayerStates()", "['all', 'some']" },
-             { "mkHost.getRenderLayerStates(a)", "['all']" },
-             { "mkHost.removeRenderLayerState('all', group)", "2" },
-             { "mkHost.getRenderLayerStates(group)", "['some']" },
-             { "mkHost.removeRenderLayerState('all')", "5" },
-             { "mkHost.getRenderLayerStates()", "['some']" } });
+    host.expect({ { "mkHost.storeRenderLayerState('all')", "7" },
+                  { "mkHost.storeRenderLayerState('some', group)", "2" },
+                  { "mkHost.getRenderLayerStates()", "['all', 'some']" },
+                  { "mkHost.getRenderLayerStates(a)", "['all']" },
+                  { "mkHost.removeRenderLayerState('all', group)", "2" },
+                  { "mkHost.getRenderLayerStates(group)", "['some']" },
+                  { "mkHost.removeRenderLayerState('all')", "5" },
+                  { "mkHost.getRenderLayerStates()", "['some']" } });
 }
 
 void tst_HostScripting::finding()
@@ -191,7 +171,7 @@ void tst_HostScripting::finding()
     const auto find = [](const char *what) {
         return QString("[n.path for n in mkHost.findNodes(%1)]").arg(what);
     };
-    expect({
+    host.expect({
         { find("'g?'"), "['/scene/group/g1', '/scene/group/g2']" },
         { find("name='x[1]'"), "['/scene/x[1]']" },
         { find("name='G*'"), "[]" },
@@ -212,37 +192,38 @@ void tst_HostScripting::finding()
 void tst_HostScripting::iterables()
 {
     mkScript::run("def broken():\n    yield a\n    raise OSError('no more')");
-    expect({ { "mkHost.selectNodes({a: 1, b: 2}.keys())", "None" },
-             { "mkHost.getSelectedNodes() == [a, b]", "True" },
-             { "addNodesToRenderLayer((n for n in (a, None, d)), 'B')", "None" },
-             { "addNodesToRenderLayer(broken(), 'A')", "OSError: no more" },
-             { "mkHost.addLayerNodes('A', broken())", "OSError: no more" },
-             { "addNodesToRenderLayer(iter([d, 'a']), 'A')",
-               "ArgumentError: element 1 is of type 'str', where a Node is wanted" } });
+    host.expect({ { "mkHost.selectNodes({a: 1, b: 2}.keys())", "None" },
+                  { "mkHost.getSelectedNodes() == [a, b]", "True" },
+                  { "addNodesToRenderLayer((n for n in (a, None, d)), 'B')", "None" },
+                  { "addNodesToRenderLayer(broken(), 'A')", "OSError: no more" },
+                  { "mkHost.addLayerNodes('A', broken())", "OSError: no more" },
+                  { "addNodesToRenderLayer(iter([d, 'a']), 'A')",
+                    "ArgumentError: element 1 is of type 'str', where a Node is wanted" } });
     QCOMPARE(host.rows(), "A[a b c] B[a d]");
 }
 
 void tst_HostScripting::materials()
 {
-    py("mkHost.setLayerAttributes('A', a, overrideMaterial=mkHost.findMaterial('red'))");
+    host.python("mkHost.setLayerAttributes('A', a, overrideMaterial=mkHost.findMaterial('red'))");
     mkScript::run("red = mkHost.findMaterial('red')\n"
                   "red.name, red.color, red.metallic, red.ior = 'scarlet', (1, 0.25, 0), 0.5, 99\n"
                   "red.emission, red.alphaMode, red.shadowMaterial = [2, 0, 0], 'mask', True");
     // The panel has heard of the name.
     QCOMPARE(host.cells("A/a"), "11111111110 scarlet");
-    expect({ { "red", "<mkHost.Material 'scarlet'>" },
-             { "(red.color, red.metallic, red.ior)", "((1.0, 0.25, 0.0, 1.0), 0.5, 10.0)" },
-             { "(red.emission, red.alphaMode, red.shadowMaterial)",
-               "((2.0, 0.0, 0.0), 'mask', True)" },
-             { "red in mkHost.getMaterials() and red == mkHost.findMaterial('scarlet')", "True" },
-             { "mkHost.findMaterial('red')", "None" },
-             { "mkHost.createMaterial('blue')", "<mkHost.Material 'blue1'>" },
-             { "mkHost.getMaterialNames()", "['scarlet', 'blue', 'blue1']" },
-             { "setattr(red, 'name', 'blue')", "ValueError: There is a material 'blue' already." },
-             { "setattr(red, 'colour', 1)", "AttributeError: Material has no attribute 'colour'." },
-             { "setattr(red, 'color', (1, 2))", "ValueError: 4 numbers are wanted." },
-             { "setattr(red, 'roughness', float('nan'))",
-               "ValueError: A finite number is wanted." } });
+    host.expect(
+        { { "red", "<mkHost.Material 'scarlet'>" },
+          { "(red.color, red.metallic, red.ior)", "((1.0, 0.25, 0.0, 1.0), 0.5, 10.0)" },
+          { "(red.emission, red.alphaMode, red.shadowMaterial)",
+            "((2.0, 0.0, 0.0), 'mask', True)" },
+          { "red in mkHost.getMaterials() and red == mkHost.findMaterial('scarlet')", "True" },
+          { "mkHost.findMaterial('red')", "None" },
+          { "mkHost.createMaterial('blue')", "<mkHost.Material 'blue1'>" },
+          { "mkHost.getMaterialNames()", "['scarlet', 'blue', 'blue1']" },
+          { "setattr(red, 'name', 'blue')", "ValueError: There is a material 'blue' already." },
+          { "setattr(red, 'colour', 1)", "AttributeError: Material has no attribute 'colour'." },
+          { "setattr(red, 'color', (1, 2))", "ValueError: 4 numbers are wanted." },
+          { "setattr(red, 'roughness', float('nan'))",
+            "ValueError: A finite number is wanted." } });
 }
 
 /// One call, one rebuild, however many there are; in a time that is linear in their number.
@@ -258,12 +239,12 @@ void tst_HostScripting::thousands()
                               "mkHost.setLayerAttributes('B', castShadows=False)",
                               "mkHost.activateLayer('B')", "mkHost.removeLayerNodes('B')" }) {
         const HostCalls calls;
-        py(call);
+        host.python(call);
         const bool shows = !QByteArray(call).contains("activate");
         QCOMPARE(calls.commands().count("rebuild"), shows ? 1 : 0);
     }
     QCOMPARE(host.row("B")->childCount(), 0);
-    expect({ { "mkHost.getNodeAttributes(g1)['castShadows']", "False" } });
+    host.expect({ { "mkHost.getNodeAttributes(g1)['castShadows']", "False" } });
 }
 
 HOST_TEST_MAIN(tst_HostScripting)

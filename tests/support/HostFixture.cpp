@@ -199,6 +199,24 @@ void HostFixture::settle()
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
 }
 
+QString HostFixture::python(const QString &expression)
+{
+    const LogLines log;
+    mkScript::run(qPrintable("try: mkHost.logInfo(repr(" + expression
+                             + "))\nexcept BaseException as e: "
+                               "mkHost.logInfo(f'{type(e).__name__}: {e}'.strip())"));
+    return log.lines.join('|');
+}
+
+void HostFixture::expect(std::initializer_list<std::pair<QString, QString>> values)
+{
+    for (const auto &[expression, value] : values) {
+        const QString worth = python(expression);
+        const bool named = worth.startsWith(value + ':');
+        QCOMPARE(expression + " gives " + (named ? value : worth), expression + " gives " + value);
+    }
+}
+
 void HostFixture::select(const QStringList &paths) const
 {
     tree()->clearSelection();
@@ -221,8 +239,7 @@ void HostFixture::select(const QStringList &paths) const
 
 QAction *HostFixture::action(const QString &text) const
 {
-    const auto *const menu = tree()->findChild<QMenu *>();
-    for (QAction *candidate : menu->actions()) {
+    for (QAction *candidate : tree()->findChild<QMenu *>()->actions()) {
         if (candidate->text().section('\t', 0, 0) == text) {
             return candidate;
         }

@@ -16,25 +16,17 @@
 
 class QLineEdit;
 
-/// A host with the plug-in loaded, as the workbench starts it, and a small scene:
-///
-///     scene
-///       a  b  c  d  e       geometries
-///       group
-///         g1  g2            geometries below "group"
-///
-/// and the materials "red" and "blue". One host lives as long as the process; reset() gives each
-/// test a new scene with an empty store, an empty tree and an unmodified document.
+/// A host with the plug-in loaded, as the workbench starts it, the materials "red" and "blue", and
+/// a scene of geometries: a, b, c, d, e, and g1 and g2 in "group". One host lives as long as the
+/// process; reset() gives each test a new scene with an empty store and an unmodified document.
 class HostFixture
 {
 public:
     /// With `python`, the interpreter runs too.
     explicit HostFixture(bool python = false);
     ~HostFixture();
-
     void reset();
 
-    /// The plug-in's library.
     static QString pluginFile();
     /// Deletes the panel and unloads the plug-in at once; loadPlugin() brings both back.
     void unloadPlugin();
@@ -63,6 +55,11 @@ public:
     /// What the event loop does next, and that it takes away what was deleted.
     static void settle();
 
+    /// What an expression is worth in Python: its repr, or the exception that it raises.
+    static QString python(const QString &expression);
+    /// What each expression is worth; the name of an exception will do.
+    static void expect(std::initializer_list<std::pair<QString, QString>> values);
+
     /// A row by "layer" or "layer/node", as the tree shows it now; null when there is none.
     QTreeWidgetItem *row(const QString &path) const;
     /// The whole tree as the user reads it: "A[a b] B[]".
@@ -84,10 +81,9 @@ public:
     /// Selects exactly these rows; the first becomes current. Collapsed layers stay so.
     void select(const QStringList &paths) const;
 
-    /// The context-menu action whose text starts with `text` (the part before the tab).
+    /// The context menu's action by its text, which a tab ends.
     QAction *action(const QString &text) const;
-    /// Opens the context menu over a row, or over empty space for an empty path, and leaves it
-    /// open; hide it with closeMenu().
+    /// Opens the context menu over a row, or over empty space for an empty path.
     QMenu *openMenu(const QTreeWidgetItem *item) const;
     QMenu *openMenu(const QString &path) const { return openMenu(row(path)); }
     void closeMenu() const;
@@ -95,7 +91,7 @@ public:
     QRect cell(const QTreeWidgetItem *item, int column) const;
     QRect cell(const QString &path, int column) const { return cell(row(path), column); }
     void click(QPoint point, Qt::KeyboardModifiers modifiers = {}) const;
-    /// A left click, or double click, in the middle of a cell.
+    /// In the middle of a cell.
     void click(const QString &path, int column, Qt::KeyboardModifiers modifiers = {}) const
     {
         click(cell(path, column).center(), modifiers);
@@ -105,7 +101,7 @@ public:
     /// Where the icon that takes the material off a row is painted.
     QRect clearIcon(const QTreeWidgetItem *item) const;
     QPoint clearButton(const QTreeWidgetItem *item) const { return clearIcon(item).center(); }
-    /// Where a name is typed; null when none is.
+    /// Where a name is typed.
     QLineEdit *editor() const;
     /// Replaces what is typed, ends it with a key and settles; false when no name is typed.
     bool type(const QString &text, Qt::Key end = Qt::Key_Return) const;
