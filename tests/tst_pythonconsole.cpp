@@ -1,10 +1,12 @@
 #include "HostFixture.h"
 #include "MainWindow.h"
 #include "PythonConsole.h"
+#include "ScriptRunner.h"
 #include "mkKernel/mkController.h"
 #include "mkKernel/mkScript.h"
 
-#include <QApplication>
+#include <QFile>
+#include <QMenu>
 #include <QPlainTextEdit>
 #include <QRegularExpression>
 #include <QSettings>
@@ -14,7 +16,7 @@
 #include <QTimer>
 #include <QToolButton>
 
-/// The Python console in its window, driven by keys.
+/// The Python console in its window, driven by keys, and scripts that the window runs.
 class tst_PythonConsole : public QObject
 {
     Q_OBJECT
@@ -28,8 +30,10 @@ private Q_SLOTS:
     void completion();
     void printing();
     void stopping();
+    void scripts();
 
 private:
+    void open();
     void type(const QString &text);
     void press(int key, Qt::KeyboardModifiers modifiers = {})
     {
@@ -49,6 +53,11 @@ void tst_PythonConsole::init()
 {
     host.reset();
     QSettings().remove("consoleHistory");
+    open();
+}
+
+void tst_PythonConsole::open()
+{
     window = std::make_unique<MainWindow>(false);
     window->completeLayout();
     window->show();
@@ -88,16 +97,31 @@ void tst_PythonConsole::statements()
                                           QRegularExpression::DotMatchesEverythingOption);
         QVERIFY2(expected.match(shown() + '\n').hasMatch(), qUtf8Printable(shown()));
     };
-    const QString traceback =
-        "Traceback (most recent call last):\n  File \"<console>\", line 1, in <module>\n";
     answers("'ä漢'\n\n", ">>> 'ä漢'\n'ä漢'\n>>> \n");
     // The indentation comes by itself.
     answers("for i in range(2):\nif 1:\ni\n\n",
             ">>> for i in range(2):\n...     if 1:\n...         i\n0\n1\n");
-    answers("1 / 0\n2\n", ">>> 1 / 0\n" + traceback + "ZeroDivisionError: …\n>>> 2\n2\n");
     answers("x = = 1\n", ">>> x = = 1\n  File \"<console>\", line 1\n…\nSyntaxError: …\n");
-    answers("input('who? ')\n", ">>> …\nwho? " + traceback + "…EOFError: The Python console …\n");
-    answers("exit()\n4\n", ">>> …\nSystemExit(None): exit() ends …\n>>> 4\n4\n");
+    // No frame is the host's own, wherever its code was at work.
+    const QString traceback =
+        "Traceback (most recent call last):\n  File \"<console>\", line 1, in <module>\n";
+    answers("1 / 0\n2\n", ">>> 1 / 0\n" + traceback + "ZeroDivisionError: …\n>>> 2\n2\n");
+    answers("input('who? ')\n",
+            ">>> …\nwho? " + traceback + "EOFError: The Python console cannot ask for input.\n");
+    for (const auto &[statement, error] : std::initializer_list<std::pair<QString, QString>>{
+             { "mkHost.removeLayer('x')", "LookupError: There is no render layer 'x'." },
+             { "mkHost.addLayerNodes('A', 1)", "TypeError: 'int' object is not iterable" },
+             { "__import__('sys').stdout.write(1)",
+               "TypeError: write() argument must be str, not int" } }) {
+        answers(statement + '\n', ">>> " + statement + '\n' + traceback + error + '\n');
+    }
+    const QString said = "exit() ends what is running, never the program. Close the window to "
+                         "leave the program.\n";
+    answers("exit\n", ">>> exit\n" + said);
+    answers("exit(3)\n4\n", ">>> exit(3)\nSystemExit(3): " + said + ">>> 4\n4\n");
+    press(Qt::Key_L, Qt::ControlModifier);
+    press(Qt::Key_D, Qt::ControlModifier);
+    QCOMPARE(shown() + '\n', said);
     // What would bring the program down.
     answers("import threading as t\nt.excepthook = lambda args: print(args.exc_value)\n"
             "for f in createRenderLayer, mkHost.logInfo:\nx = t.Thread(target=f, args='a')\n"
@@ -133,6 +157,11 @@ void tst_PythonConsole::history()
     QCOMPARE(shown(), ">>> x = 1\n... x + 1\n2");
     QTest::keyClicks(transcript(), "7");
     QCOMPARE(typed(), "7");
+    // The next window has it, too.
+    window.reset();
+    open();
+    press(Qt::Key_Up);
+    QCOMPARE(typed(), "x = 1\nx + 1");
 }
 
 void tst_PythonConsole::completion()
@@ -146,7 +175,7 @@ void tst_PythonConsole::completion()
     input()->clear();
     type("\tnothing.of.the.sort\t 1 + \tcreateR\t");
     QCOMPARE(typed(), "    nothing.of.the.sort 1 + createRenderLayer(");
-    QCOMPARE(QApplication::focusWidget(), input());
+    QVERIFY(input()->hasFocus());
 }
 
 void tst_PythonConsole::printing()
@@ -204,6 +233,40 @@ void tst_PythonConsole::stopping()
     type("\n\n");
     QVERIFY(!closed && window->isVisible());
     QTRY_VERIFY(!window->isVisible());
+}
+
+void tst_PythonConsole::scripts()
+{
+    const auto run = [this](const char *name, const QByteArray &source) {
+        QFile file(settings.filePath(name));
+        QVERIFY(source.isEmpty() || (file.open(QIODevice::WriteOnly) && file.write(source) > 0));
+        file.close();
+        window->findChild<ScriptRunner *>()->run(file.fileName());
+    };
+    const auto recent = [this] {
+        QStringList names;
+        for (const QMenu *menu : window->findChildren<QMenu *>()) {
+            for (const QAction *action :
+                 menu->title() == "Recent S&cripts" ? menu->actions() : QList<QAction *>()) {
+                names += action->text().section(' ', 0, 0);
+            }
+        }
+        return names.join(' ');
+    };
+    run("good.py", "import sys\nprint('ran', len(sys.argv)); name = 1\n");
+    QTRY_COMPARE(shown(), "ran 1");
+    run("bad.py", "raise ValueError('no good')\n");
+    QTRY_VERIFY(shown().endsWith("ValueError: no good"));
+    const auto *const status = window->statusBar();
+    QVERIFY(status->currentMessage().startsWith("bad.py has failed"));
+    type("name\nimport sys; sys.argv\n");
+    QVERIFY(shown().contains("NameError: name 'name' is not defined")
+            && shown().endsWith("\n['']"));
+    run("missing.py", "");
+    // One at a time.
+    mkScript::call([&] { run("good.py", ""); });
+    QVERIFY(status->currentMessage().startsWith("A statement is running"));
+    QCOMPARE(recent(), "bad.py good.py");
 }
 
 HOST_TEST_MAIN(tst_PythonConsole)
