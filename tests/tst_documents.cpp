@@ -8,15 +8,16 @@
 #include "OSGSystem/Light.h"
 #include "mkKernel/mkController.h"
 #include "mkOpenSGUtils/mkMaterials.h"
+#include "mkQt4Ext/QMKDockWindowManager.h"
 
 #include <QtTest>
 
 #include <QFileDialog>
+#include <QLineEdit>
 #include <QMessageBox>
 #include <QProcess>
 #include <QPushButton>
-
-#include <random>
+#include <QScopeGuard>
 
 using osg::NodePtr;
 
@@ -31,7 +32,7 @@ private Q_SLOTS:
 
     void importsLooks();
     void importsWhatCanBeUsed();
-    void refusesHostileFiles();
+    void refusesFiles();
     void cancelEndsTheProcess();
     void savesAndAsks();
     void copiesAreRecovered();
@@ -136,30 +137,49 @@ void tst_Documents::importsWhatCanBeUsed()
 }
 
 /// What would abort, loop or fill the memory ends with a reason, and the open scene stays.
-void tst_Documents::refusesHostileFiles()
+void tst_Documents::refusesFiles()
 {
-    MainWindow window(true);
-    mkController::setMainWindow(host.window());
+    mkScenegraph::setReader(readForeignScene);
     const NodePtr open = mkScenegraph::getRoot();
     const QByteArray plyHeader = "ply\nformat ascii 1.0\nelement vertex 4\nproperty float x\n";
     QByteArray promising("glTF\2\0\0\0\0\0\0\x40\0\0\0\x40JSON", 20);
     promising += R"({"asset":{"version":"2.0"}})";
-    const std::vector<std::pair<QString, QByteArray>> files{
-        { "huge.off", "OFF\n1000000000 400000000 0\n0 0 0\n" + QByteArray(270, ' ') },
-        { "cut.ply", plyHeader },
-        { "promising.glb", promising },
-        { "cut.gltf", R"({"asset":{"version":"2.0"},"scene")" },
-        { "damaged.mkscene", "\x84\x67mkscene" },
+    const QByteArray asset = R"({"asset":{"version":"2.0"},)";
+    const char *const damaged = "The file is damaged or not of the format that its name promises.";
+    const struct
+    {
+        const char *name;
+        QByteArray content;
+        const char *reason;
+    } files[] = {
+        { "empty.gltf", "", "The file is empty." },
+        { "cut.gltf", asset + R"("scene")", damaged },
+        { "nodes.gltf", asset + R"("nodes":[{)", damaged },
+        { "nothing.gltf", asset + R"("scene":0,"scenes":[{"nodes":[]}],"nodes":[]})",
+          "The file holds no scene." },
+        { "circle.gltf", asset + R"("scene":0,"scenes":[{"nodes":[0]}],
+                     "nodes":[{"children":[1]},{"children":[0]}]})",
+          "recursive" },
+        { "unknown.txt1", "text", "The file is of an unknown format." },
+        { "huge.off", "OFF\n1000000000 400000000 0\n0 0 0\n" + QByteArray(270, ' '),
+          "The file asks for more memory than its size can mean." },
+        { "cut.ply", plyHeader, "the import library failed over it" },
+        { "promising.glb", promising, damaged },
+        { "damaged.mkscene", "\x84\x67mkscene", "The file is damaged, at byte 9." },
     };
-    for (const auto &[name, content] : files) {
+    const auto answer = [](const QString &file) -> QString {
         try {
-            mkScenegraph::openFile(write(name, content));
-            QFAIL(qPrintable(name + " was opened"));
+            mkScenegraph::openFile(file);
+            return "opened";
         } catch (const std::runtime_error &reason) {
-            qInfo("%s: %s", qPrintable(name), reason.what());
-            QVERIFY(*reason.what() != '\0');
+            return reason.what();
         }
+    };
+    for (const auto &file : files) {
+        const QString given = answer(write(file.name, file.content));
+        QVERIFY2(given.contains(file.reason), qPrintable(file.name + (": " + given)));
     }
+    QCOMPARE(answer(path("missing.gltf")), "There is no such file.");
     QCOMPARE(mkScenegraph::getRoot(), open);
 }
 
@@ -172,7 +192,18 @@ void tst_Documents::cancelEndsTheProcess()
 
 void tst_Documents::savesAndAsks()
 {
+    host.unloadPlugin();
     MainWindow window(false);
+    host.loadPlugin();
+    const auto restore = qScopeGuard([&] {
+        delete window.findChild<QWidget *>("Module");
+        host.unloadPlugin();
+        mkController::setMainWindow(host.window());
+        mkController::setDockWindowManager(host.window()->findChild<QMKDockWindowManager *>());
+        host.loadPlugin();
+    });
+    window.completeLayout();
+    window.show();
     const auto trigger = [&window](const char *text) {
         for (QAction *action : window.findChildren<QAction *>()) {
             if (action->text() == text) {
@@ -180,7 +211,7 @@ void tst_Documents::savesAndAsks()
             }
         }
     };
-    QMessageBox::StandardButton button = QMessageBox::Save;
+    QMessageBox::StandardButton button = QMessageBox::Ok;
     QString target = "first";
     QStringList asked;
     const ModalAnswers answers([&](QWidget *widget) {
@@ -193,12 +224,23 @@ void tst_Documents::savesAndAsks()
             QMetaObject::invokeMethod(dialog, "accept", Qt::QueuedConnection);
         }
     });
+    QVERIFY(!window.openFile(path("missing.gltf")) && asked.size() == 1);
+    asked.clear();
     QVERIFY(window.openFile(write("box.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n")));
-    mkScenegraph::getRenderLayer()->addLayer("Paint");
+    QCOMPARE(window.windowTitle(), "box.obj[*] - Workbench");
+    // In the middle of typing a name.
+    auto *const tree = window.findChild<QTreeWidget *>("_layer");
+    QMetaObject::invokeMethod(tree, "createLayer");
     QVERIFY(window.isWindowModified());
+    tree->setCurrentItem(tree->topLevelItem(0));
+    QTest::keyClick(tree, Qt::Key_F2);
+    QTest::keyClicks(tree->viewport()->findChild<QLineEdit *>(), "Paint");
+    button = QMessageBox::Cancel;
+    QVERIFY(!window.close());
     // A scene of another format is saved under a new name.
+    button = QMessageBox::Save;
     QVERIFY(window.close());
-    QCOMPARE(asked, QStringList({ "Scene Modified", "box.mkscene" }));
+    QCOMPARE(asked, QStringList({ "Scene Modified", "Scene Modified", "box.mkscene" }));
     QCOMPARE(window.windowTitle(), "first.mkscene[*] - Workbench");
     QVERIFY(!window.isWindowModified());
 
@@ -209,15 +251,15 @@ void tst_Documents::savesAndAsks()
     QCOMPARE(asked, QStringList());
     mkScenegraph::newScene("other");
     QVERIFY(window.openFile(path("first.mkscene")));
-    QCOMPARE(HostFixture::stored(), "Paint[] Glass[]");
+    QCOMPARE(HostFixture::stored(), "Layer[] Glass[]");
 
     mkScenegraph::getRenderLayer()->addLayer("More");
-    button = QMessageBox::Cancel;
-    QVERIFY(!window.close());
     target = "second.obj";
     trigger("Save &As…");
     QVERIFY(QFile::exists(path("second.obj.mkscene")));
-    mkController::setMainWindow(host.window());
+    mkScenegraph::getRenderLayer()->addLayer("Lost");
+    button = QMessageBox::Discard;
+    QVERIFY(window.close());
 }
 
 void tst_Documents::copiesAreRecovered()
@@ -261,13 +303,12 @@ void tst_Documents::killsLeaveWholeFiles()
                                               "    createRenderLayer('L')\n"
                                               "    mkHost.saveScene(sys.argv[1])\n"
                                               "    print('saved', flush=True)\n");
-    std::mt19937 random(std::random_device{}());
-    for (int i = 0; i < 5; ++i) {
+    for (const int delay : { 0, 7, 20, 45, 90 }) {
         QProcess process;
         process.start(MK_WORKBENCH,
                       { "--batch", "--script", script, MK_SCENES "/studio.gltf", "--", file });
         QVERIFY2(process.waitForReadyRead(60000), process.readAllStandardError());
-        process.waitForFinished(int(random() % 100));
+        process.waitForFinished(delay);
         process.kill();
         process.waitForFinished();
         const auto layers = osg::RenderLayersPtr(
