@@ -1,13 +1,11 @@
 #include "HostFixture.h"
+#include "RandomScene.h"
 
-#include "OSGSystem/Camera.h"
-#include "OSGSystem/Geometry.h"
-#include "OSGSystem/Light.h"
 #include "mkKernel/mkController.h"
 #include "mkOpenSGUtils/mkMaterials.h"
 #include "mkOpenSGUtils/mkNodeUtils.h"
 
-#include <QCborStreamWriter>
+#include <QCborArray>
 #include <QtTest>
 
 #include <rapidcheck.h>
@@ -20,159 +18,6 @@
 using osg::NodePtr;
 
 namespace {
-
-/// Makes a scene with layers out of random choices.
-class RandomScene
-{
-public:
-    RandomScene(unsigned seed, int nodeCount)
-        : random(seed)
-    {
-        mkScenegraph::Document document;
-        nodes.push_back(document.root = osg::Node::create());
-        for (int i = 0; i < 3; ++i) {
-            document.materials.push_back(material());
-        }
-        materials = document.materials;
-        materials.emplace_back();
-        while (int(nodes.size()) <= nodeCount) {
-            const NodePtr node = osg::Node::create();
-            node->setName(name());
-            node->setCore(core());
-            one(nodes)->addChild(node);
-            nodes.push_back(node);
-        }
-        mkScenegraph::setScene(document);
-        for (unsigned i = upTo(4); i > 0; --i) {
-            addLayer();
-        }
-        changeNodes();
-    }
-
-private:
-    unsigned upTo(std::size_t count) { return unsigned(random() % count); }
-    float number() { return float(upTo(1000)) / 999; }
-
-    template <typename Value>
-    const Value &one(const std::vector<Value> &values)
-    {
-        return values[upTo(values.size())];
-    }
-
-    std::string name()
-    {
-        return one<std::string>({ "", "a", "Größe", "名前", std::string("nul\0byte", 8) });
-    }
-
-    osg::MaterialPtr material()
-    {
-        const osg::MaterialPtr made = osg::Material::create();
-        made->setName(name());
-        made->setColor({ number(), number(), number(), number() });
-        made->setRoughness(number());
-        made->setEmission({ number() * 5, 0, number() });
-        made->setAlphaMode(osg::Material::AlphaMode(upTo(3)));
-        made->setShadowMaterial(upTo(2) != 0);
-        if (upTo(2) != 0) {
-            const osg::TexturePtr texture = osg::Texture::create();
-            texture->setData(QByteArray(int(upTo(100)), char(upTo(256))));
-            texture->setWrap(osg::Texture::Wrap::Clamp, osg::Texture::Wrap(upTo(3)));
-            made->setBaseColorTexture(texture);
-        }
-        return made;
-    }
-
-    osg::NodeCorePtr core()
-    {
-        switch (upTo(6)) {
-        case 0:
-            return {};
-        case 1: {
-            const auto transform = osg::Transform::create();
-            transform->setMatrix({ number(), 1, 2, 3, number() });
-            return transform;
-        }
-        case 2: {
-            const auto light = osg::Light::create();
-            light->setKind(osg::Light::Kind(upTo(3)));
-            light->setConeAngles(number() / 2, 0.6F);
-            return light;
-        }
-        case 3: {
-            const auto camera = osg::Camera::create();
-            camera->setFieldOfView(number());
-            return camera;
-        }
-        default:
-            if (!shared || upTo(2) != 0) {
-                shared = osg::Geometry::create();
-                shared->setMaterial(one(materials));
-                shared->positions.assign(upTo(5), { number(), number(), -number() });
-                shared->normals = shared->positions;
-                shared->texCoords.resize(shared->positions.size());
-                if (!shared->positions.empty()) {
-                    shared->indices.assign(3, upTo(shared->positions.size()));
-                }
-            }
-            return shared;
-        }
-    }
-
-    osg::RenderAttributeValues values()
-    {
-        osg::RenderAttributeValues made;
-        made.visible = upTo(2) != 0;
-        made.visibleInPhotons = upTo(2) != 0;
-        made.useOverrideMaterial = upTo(2) != 0;
-        made.overrideMaterial = one(materials);
-        return made;
-    }
-
-    void addLayer()
-    {
-        const osg::RenderLayersPtr layers = HostFixture::store()->getAttachment();
-        if (upTo(5) == 0) {
-            layers->addEntry(upTo(2) != 0 ? osg::FieldContainerPtr() : osg::Group::create());
-        }
-        const osg::RenderLayerPtr layer = osg::RenderLayer::create(
-            name() + std::to_string(layers->getLayers().size()));
-        layer->setState(upTo(2));
-        layers->addEntry(layer);
-        layerIds.push_back(layer->getId());
-        for (unsigned i = upTo(6); i > 0 && nodes.size() > 1; --i) {
-            const NodePtr node = nodes[1 + upTo(nodes.size() - 1)];
-            const auto attributes = osg::RaytracingGeoAttachment::make();
-            attributes->setValues(values());
-            layer->addNode(node, one<osg::FieldContainerPtr>({ attributes, attributes, osg::NullFC,
-                                                               osg::Group::create() }));
-        }
-    }
-
-    /// Attributes and states, also of nodes that then leave the scene.
-    void changeNodes()
-    {
-        for (const NodePtr &node : nodes) {
-            if (upTo(3) == 0) {
-                const auto attributes = osg::RaytracingGeoAttachment::make();
-                attributes->setValues(values());
-                const bool own = upTo(4) != 0;
-                if (own) {
-                    attributes->storeState(name(), layerIds.empty() ? 0 : one(layerIds), values());
-                }
-                node->addAttachment(attributes, own ? 0 : 1);
-            }
-            if (upTo(6) == 0 && node->getParent()) {
-                node->getParent()->subChild(node);
-            }
-        }
-    }
-
-    std::mt19937 random;
-    std::vector<NodePtr> nodes;
-    std::vector<osg::MaterialPtr> materials;
-    std::vector<std::uint32_t> layerIds;
-    osg::Ptr<osg::Geometry> shared;
-};
 
 /// The bytes of a node's subtree, as far as its kind says nothing: name, kind, values, states with
 /// the names of their layers.
@@ -201,21 +46,21 @@ QStringList document(const HostFixture &host)
 {
     QStringList text{ described(mkScenegraph::getRoot()), host.rows() };
     for (const osg::MaterialPtr &material : mkMaterials::getMaterials()) {
-        text += QString::fromStdString(material->getName()) + ' '
-                + QString::number(material->getEmission()[0]) + ' '
-                + QString::number(material->getBaseColorTexture()
-                                      ? material->getBaseColorTexture()->getData().size()
-                                      : -1);
+        const osg::TexturePtr texture = material->getBaseColorTexture();
+        text += QString("%1 %2 %3")
+                    .arg(QString::fromStdString(material->getName()))
+                    .arg(material->getEmission()[0])
+                    .arg(texture ? texture->getData().size() : -1);
     }
     for (const osg::FieldContainerPtr &entry : HostFixture::store()->getAttachment()->getLayers()) {
-        const osg::RenderLayerPtr layer(entry);
-        text += layer
-                    ? QString::fromStdString(layer->getName()) + QString::number(layer->getState())
-                    : QString(entry ? entry->getType().getName() : "null");
-        for (std::size_t i = 0; layer && i < layer->getNodes().size(); ++i) {
-            text += described(layer->getNodes()[i]) + " in the layer: "
-                    + HostFixture::values(
-                        osg::RaytracingGeoAttachmentPtr(layer->getAttributes()[i]));
+        text += entry ? entry->getType().getName() : "null";
+        if (const osg::RenderLayerPtr layer{ entry }) {
+            text += QString::fromStdString(layer->getName()) + QString::number(layer->getState());
+            for (std::size_t i = 0; i < layer->getNodes().size(); ++i) {
+                text += described(layer->getNodes()[i])
+                        + HostFixture::values(
+                            osg::RaytracingGeoAttachmentPtr(layer->getAttributes()[i]));
+            }
         }
     }
     return text;
@@ -307,43 +152,16 @@ void tst_SceneFile::damagedFiles()
 QByteArray fileOf(const std::vector<std::pair<int, std::vector<int>>> &nodes, int root,
                   const char *rootField = "root")
 {
-    QByteArray data;
-    QCborStreamWriter cbor(&data);
-    const auto type = [&cbor](const char *name, const char *field) {
-        cbor.startArray(2);
-        cbor.append(QLatin1String(name));
-        cbor.startArray(1);
-        cbor.append(QLatin1String(field));
-        cbor.endArray();
-        cbor.endArray();
-    };
-    cbor.startArray(4);
-    cbor.append(QLatin1String("mkscene"));
-    cbor.append(1);
-    cbor.startArray(2);
-    type("Node", "children");
-    type("Scene", rootField);
-    cbor.endArray();
-    cbor.startArray(nodes.size() + 1);
+    QCborArray types{ QCborArray{ "Node", QCborArray{ "children" } },
+                      QCborArray{ "Scene", QCborArray{ rootField } } };
+    QCborArray containers;
     for (const auto &[id, children] : nodes) {
-        cbor.startArray(3);
-        cbor.append(id);
-        cbor.append(0);
-        cbor.startArray(children.size());
-        for (const int child : children) {
-            cbor.append(child);
-        }
-        cbor.endArray();
-        cbor.endArray();
+        QCborArray list;
+        std::copy(children.begin(), children.end(), std::back_inserter(list));
+        containers.append(QCborArray{ id, 0, list });
     }
-    cbor.startArray(3);
-    cbor.append(int(nodes.size()) + 1);
-    cbor.append(1);
-    cbor.append(root);
-    cbor.endArray();
-    cbor.endArray();
-    cbor.endArray();
-    return data;
+    containers.append(QCborArray{ int(nodes.size()) + 1, 1, root });
+    return QCborArray{ "mkscene", 1, types, containers }.toCborValue().toCbor();
 }
 
 void tst_SceneFile::hostileFiles()
@@ -405,18 +223,15 @@ void tst_SceneFile::newerFiles()
 void tst_SceneFile::deepScenes()
 {
     constexpr int depth = 100000;
-    NodePtr node = osg::Node::create();
-    for (int i = 0; i < depth; ++i) {
-        const NodePtr above = osg::Node::create();
-        above->addChild(node);
-        node = above;
-    }
     mkScenegraph::Document deep;
-    deep.root = node;
+    deep.root = osg::Node::create();
+    for (int i = 0; i < depth; ++i) {
+        const NodePtr below = std::exchange(deep.root, osg::Node::create());
+        deep.root->addChild(below);
+    }
     mkScenegraph::setScene(deep);
-    const QByteArray file = saved();
     int levels = 0;
-    osg::traverse(mkSceneFile::parse(file).root, [&levels](const NodePtr &) {
+    osg::traverse(mkSceneFile::parse(saved()).root, [&levels](const NodePtr &) {
         ++levels;
         return osg::Action::Continue;
     });
