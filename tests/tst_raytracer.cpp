@@ -1,7 +1,7 @@
 // The tracer by itself, on scenes made by hand.
 
+#include "RayScenes.h"
 #include "mkRayEnvironment.h"
-#include "mkRayFilm.h"
 
 #include <tbb/task_arena.h>
 
@@ -13,6 +13,7 @@ using Imath::C3f;
 using Imath::C4f;
 using Imath::M44f;
 using Imath::V3f;
+using RayScenes::eye;
 
 namespace {
 
@@ -80,15 +81,6 @@ std::uint32_t add(mkRaySnapshot &scene, const std::shared_ptr<mkRayMesh> &mesh, 
     return instance.node;
 }
 
-/// From +Z at the origin.
-mkRayCamera eyeAt(float distance = 5, float tangent = 0.3F)
-{
-    mkRayCamera camera;
-    camera.position = { 0, 0, distance };
-    camera.tangent = tangent;
-    return camera;
-}
-
 mkRayFilm rendered(const mkRaySnapshot &snapshot, const mkRayCamera &camera, int passes,
                    QSize size = { 16, 16 }, int threads = 2, std::uint32_t seed = 1)
 {
@@ -104,17 +96,6 @@ mkRayFilm rendered(const mkRaySnapshot &snapshot, const mkRayCamera &camera, int
         }
     });
     return film;
-}
-
-C4f average(const mkRayFilm &film)
-{
-    C4f sum(0, 0, 0, 0);
-    for (int y = 0; y < film.size().height(); ++y) {
-        for (int x = 0; x < film.size().width(); ++x) {
-            sum += film.pixel(x, y);
-        }
-    }
-    return sum / float(film.size().width() * film.size().height());
 }
 
 } // namespace
@@ -162,8 +143,8 @@ void tst_RayTracer::furnace()
     mkRaySnapshot scene;
     scene.environment = mkRayEnvironment::uniform({ 0.5F, 0.5F, 0.5F });
     add(scene, ball(), M44f(), white);
-    const mkRayFilm film = rendered(scene, eyeAt(5, 0.12F), 256);
-    const C4f seen = average(film);
+    const mkRayFilm film = rendered(scene, eye(5, 0.12F), 256);
+    const C4f seen = RayScenes::average(film);
     QCOMPARE(seen.a, 1.0F);
     QVERIFY2(seen.r >= 0.5F * least && seen.r <= 0.505F, qPrintable(QString::number(seen.r)));
 }
@@ -191,9 +172,9 @@ void tst_RayTracer::backFaces()
     mkRaySnapshot scene;
     scene.environment = mkRayEnvironment::uniform({ 1, 1, 1 });
     add(scene, square(), placed({ 0, 0, 0 }, size, degrees), grey(0.5F));
-    QCOMPARE(rendered(scene, eyeAt(5, 0.05F), 1).node(8, 8), 1U);
+    QCOMPARE(rendered(scene, eye(5, 0.05F), 1).node(8, 8), 1U);
     scene.instances[0].doubleSided = false;
-    QCOMPARE(rendered(scene, eyeAt(5, 0.05F), 1).node(8, 8), front ? 1U : 0U);
+    QCOMPARE(rendered(scene, eye(5, 0.05F), 1).node(8, 8), front ? 1U : 0U);
 }
 
 void tst_RayTracer::sameBytes()
@@ -210,9 +191,9 @@ void tst_RayTracer::sameBytes()
     add(scene, square(), placed({ 0, 0, -2 }, { 3, 3, 3 }), veil);
     add(scene, square(), placed({ 0, -1, 0 }, { 4, 4, 4 }, { -90, 0, 0 }), grey(0.7F));
     const QSize size(60, 50);
-    const QImage one = rendered(scene, eyeAt(), 3, size, 1).picture();
-    QCOMPARE(rendered(scene, eyeAt(), 3, size, 2).picture(), one);
-    QVERIFY(rendered(scene, eyeAt(), 3, size, 2, 2).picture() != one);
+    const QImage one = rendered(scene, eye(5, 0.3F), 3, size, 1).picture();
+    QCOMPARE(rendered(scene, eye(5, 0.3F), 3, size, 2).picture(), one);
+    QVERIFY(rendered(scene, eye(5, 0.3F), 3, size, 2, 2).picture() != one);
 }
 
 QTEST_GUILESS_MAIN(tst_RayTracer)
