@@ -142,7 +142,12 @@ mkRayIntegrator::Point mkRayIntegrator::pointOf(const Path &path, const mkRayHit
 bool mkRayIntegrator::castOn(Path &path) const
 {
     mkRayHit hit;
-    if (!scene.intersect(path.ray, path.kind, path.sampler.nextSalt(), hit)) {
+    const bool met = scene.intersect(path.ray, path.kind, path.sampler.nextSalt(), hit);
+    const bool seen = path.kind == mkRayKind::Camera;
+    if (seen && path.result.node == 0 && hit.seen != mkRayHit::none) {
+        path.result.node = snapshot.instances[hit.seen].node;
+    }
+    if (!met) {
         if (path.environmentCounts && snapshot.environment) {
             const float other = path.density > 0 ? snapshot.environment->density(path.ray.direction)
                                                  : 0;
@@ -151,11 +156,7 @@ bool mkRayIntegrator::castOn(Path &path) const
         }
         return false;
     }
-    const bool seen = path.kind == mkRayKind::Camera;
     const mkRayMaterial &material = scene.material(hit.instance);
-    if (seen && path.result.node == 0) {
-        path.result.node = snapshot.instances[hit.instance].node;
-    }
     if (!material.shadow) {
         if (seen) {
             const bool counts = (snapshot.instances[hit.instance].mask & mkRayKind::Alpha) != 0;

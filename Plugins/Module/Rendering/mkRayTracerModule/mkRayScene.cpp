@@ -34,6 +34,9 @@ std::uint32_t saltOf(std::uint32_t path, std::uint32_t instance, std::uint32_t t
     return mkRayHash(mkRayHash(path, instance), triangle);
 }
 
+/// What is less opaque than this does not show in a picture.
+constexpr float leastSeen = 0.05F;
+
 } // namespace
 
 struct mkRayScene::Context
@@ -44,6 +47,9 @@ struct mkRayScene::Context
     std::uint32_t salt;
     /// For shadow rays to lamps, which panes tint.
     C3f *passed;
+    /// The first surface that has let the ray through though it can be seen, and where it is.
+    std::uint32_t seen = mkRayHit::none;
+    float distance = std::numeric_limits<float>::infinity();
 };
 
 mkRayScene::mkRayScene()
@@ -200,7 +206,7 @@ void mkRayScene::refresh(const mkRaySnapshot *before)
 
 void mkRayScene::filter(const RTCFilterFunctionNArguments *arguments)
 {
-    const auto &context = *reinterpret_cast<const Context *>(arguments->context);
+    auto &context = *reinterpret_cast<Context *>(arguments->context);
     const auto &ray = *reinterpret_cast<const RTCRay *>(arguments->ray);
     const auto &met = *reinterpret_cast<const RTCHit *>(arguments->hit);
     const mkRayScene &scene = *context.scene;
@@ -218,11 +224,15 @@ void mkRayScene::filter(const RTCFilterFunctionNArguments *arguments)
     }
     const mkRayHit hit{ number, met.primID, met.u, met.v, 0, {} };
     const C4f color = scene.baseColor(hit);
+    const bool blends = look.alphaMode == mkRayMaterial::AlphaMode::Blend;
     if (look.alphaMode == mkRayMaterial::AlphaMode::Mask ? color.a < look.alphaCutoff
-        : look.alphaMode == mkRayMaterial::AlphaMode::Blend
-            ? mkRayUnit(saltOf(context.salt, number, met.primID)) >= color.a
-            : false) {
+        : blends ? mkRayUnit(saltOf(context.salt, number, met.primID)) >= color.a
+                 : false) {
         arguments->valid[0] = 0;
+        if (blends && color.a >= leastSeen && ray.tfar < context.distance) {
+            context.seen = number;
+            context.distance = ray.tfar;
+        }
     } else if (context.passed && look.transmission > 0) {
         const float part = look.transmission * (1 - look.metallic);
         // A pane has two sides.
@@ -262,11 +272,17 @@ bool mkRayScene::intersect(const mkRay &ray, std::uint32_t kinds, std::uint32_t 
     query.hit.instID[0] = RTC_INVALID_GEOMETRY_ID;
     mkEmbree::intersect(top, context.embree, filterFor(context), query);
     if (query.hit.geomID == RTC_INVALID_GEOMETRY_ID) {
+        hit.seen = context.seen;
         return false;
     }
-    hit = { query.hit.instID[0], query.hit.primID,
-            query.hit.u,         query.hit.v,
-            query.ray.tfar,      { query.hit.Ng_x, query.hit.Ng_y, query.hit.Ng_z } };
+    const std::uint32_t instance = query.hit.instID[0];
+    hit = { instance,
+            query.hit.primID,
+            query.hit.u,
+            query.hit.v,
+            query.ray.tfar,
+            { query.hit.Ng_x, query.hit.Ng_y, query.hit.Ng_z },
+            context.distance < query.ray.tfar ? context.seen : instance };
     return true;
 }
 

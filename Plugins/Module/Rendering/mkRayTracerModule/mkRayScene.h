@@ -25,6 +25,11 @@ struct mkRayHit
     float distance;
     /// In the mesh's space, not normalised.
     Imath::V3f meshNormal;
+    /// The instance of the first surface on the way that can be seen, though it may be partly
+    /// opaque and have let this ray through.
+    std::uint32_t seen = none;
+
+    static constexpr std::uint32_t none = 0xffffffffU;
 };
 
 /// A snapshot in Embree. One thread applies snapshots while no other casts rays; any number of
@@ -49,7 +54,8 @@ public:
     int builds() const { return buildCount; }
 
     /// The first surface that rays of one of these kinds meet. `salt` decides, together with the
-    /// surface, what is let through by one that is partly opaque.
+    /// surface, what is let through by one that is partly opaque. False when there is none; of the
+    /// hit, only what was seen counts then.
     bool intersect(const mkRay &ray, std::uint32_t kinds, std::uint32_t salt, mkRayHit &hit) const;
     bool isBlocked(const mkRay &ray, std::uint32_t kinds, std::uint32_t salt) const;
     /// What reaches the ray's origin of a lamp's light: all of it, nothing, or what panes in
