@@ -61,7 +61,6 @@ function(mk_target target)
                VISIBILITY_INLINES_HIDDEN ON
                AUTOMOC ON
                AUTOUIC ON
-               AUTORCC ON
                BUILD_WITH_INSTALL_RPATH ON
                INSTALL_RPATH $ORIGIN/${libraries}
                RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/${MK_BIN_DIR}
