@@ -875,6 +875,10 @@ Mit Strg+O eine Datei öffnen oder eine hier ablegen.</translation>
         <source>Stored the render state of %1 nodes.</source>
         <translation>Render-Zustand von %1 Knoten gespeichert.</translation>
     </message>
+    <message>
+        <source>End Search</source>
+        <translation>Suche beenden</translation>
+    </message>
 </context>
 <context>
     <name>ScriptRunner</name>

@@ -55,6 +55,7 @@ void SceneTree::createActions()
     deleteAction->setShortcut(QKeySequence::Delete);
     mkShortcut::addKey(group, Qt::Key_Delete, {}, tr("Delete"));
     mkShortcut::addKey(group, Qt::Key_A, Qt::ControlModifier, tr("Select All"));
+    mkShortcut::addKey(group, Qt::Key_Escape, {}, tr("End Search"));
     selectionActions = { create(tr("Select Children"), &SceneTree::selectChildren),
                          create(tr("Select by Material"), &SceneTree::selectByMaterial),
                          separator(),

@@ -21,10 +21,18 @@ QString convertKey(int key, Qt::KeyboardModifiers modifiers, bool native)
     const QKeySequence sequence(key | int(modifiers));
     const QString text = sequence.toString(native ? QKeySequence::NativeText
                                                   : QKeySequence::PortableText);
+    if (native) {
+        return text;
+    }
     // Qt's portable texts abbreviate a few keys that users know by their full name.
-    return !native && key == Qt::Key_Delete
-               ? QString(text).replace(QLatin1String("Del"), QLatin1String("Delete"))
-               : text;
+    switch (key) {
+    case Qt::Key_Delete:
+        return QString(text).replace(QLatin1String("Del"), QLatin1String("Delete"));
+    case Qt::Key_Escape:
+        return QString(text).replace(QLatin1String("Esc"), QLatin1String("Escape"));
+    default:
+        return text;
+    }
 }
 
 void addKey(const QString &group, int key, Qt::KeyboardModifiers modifiers,
