@@ -1,7 +1,6 @@
 #include "HostFixture.h"
 
 #include "mkKernel/mkController.h"
-#include "mkQt4Ext/QMKCollapsibleFrame.h"
 
 #include <QCheckBox>
 #include <QDialog>
@@ -20,7 +19,6 @@ private Q_SLOTS:
     void editsAreAnnounced();
     void clearIcon();
     void pressAndRelease();
-    void dialogLooks();
     void dialogIsLeft();
 
 private:
@@ -140,26 +138,6 @@ void tst_Attributes::pressAndRelease()
     check("a flag", "b flag", "A/a A/b*");
     check("b button", "a button", "B*");
     check("nowhere", "b flag", "B*");
-}
-
-void tst_Attributes::dialogLooks()
-{
-    host.select({ "A/b" });
-    const ModalAnswers answers([this](QWidget *modal) {
-        QCOMPARE(modal->parentWidget(), host.panel()->centralWidget());
-        QCOMPARE(modal->objectName(), "mkAttributesGUI");
-        QCOMPARE(modal->findChild<QMKCollapsibleFrame *>("_attCF")->getCaption(), "Attributes");
-        QCOMPARE(modal->findChild<QWidget *>("frame_9")->width(), 170);
-        const auto *const buttons = modal->findChild<QDialogButtonBox *>();
-        QCOMPARE(buttons->standardButtons(), QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
-        for (const QCheckBox *const box : modal->findChildren<QCheckBox *>()) {
-            QVERIFY(box->isVisible() && box->mapTo(modal, QPoint()).x() > 170);
-        }
-        // As designed, unless the fonts need more.
-        QCOMPARE(modal->size(), QSize(409, 335).expandedTo(modal->minimumSizeHint()));
-    });
-    host.action("Apply Attributes to Selected ...")->trigger();
-    QCOMPARE(answers.count(), 1);
 }
 
 /// The boxes begin unchecked and stay as they were left, however that was.

@@ -2,10 +2,10 @@
 #include "PanelCommands.h"
 
 #include "mkKernel/mkController.h"
+#include "mkQt4Ext/QMKCollapsibleFrame.h"
 #include "mkShortcut/mkShortcut.h"
 
 #include <QCheckBox>
-#include <QDialog>
 #include <QDockWidget>
 #include <QItemDelegate>
 #include <QLineEdit>
@@ -54,7 +54,7 @@ void tst_Frame::modes()
     auto *const bar = host.panel()->findChild<QToolBar *>("QuickActionBar");
     QCOMPARE(host.panel()->toolBarArea(bar), Qt::BottomToolBarArea);
     QCOMPARE(bar->allowedAreas(), Qt::ToolBarAreas(Qt::BottomToolBarArea));
-    QVERIFY(!bar->isMovable() && !bar->isFloatable() && !bar->isFloating());
+    QVERIFY(!bar->isMovable() && !bar->isFloatable());
     QCOMPARE(bar->contextMenuPolicy(), Qt::ActionsContextMenu);
     for (QAction *action : bar->actions()) {
         QVERIFY(bar->widgetForAction(action)->isVisible() && !action->icon().isNull());
@@ -94,10 +94,6 @@ void tst_Frame::enabling()
     const auto check = [this](const QString &path, const QStringList &selection,
                               const QString &expected, const QString &tip) {
         // Every request starts afresh, but the module's entries are not the tree's to touch.
-        for (const char *before : { "B/c", "" }) {
-            host.openMenu(before);
-            host.closeMenu();
-        }
         host.action("Activate Layer")->setEnabled(false);
         host.select(selection);
         const QMenu *const menu = host.openMenu(path);
@@ -107,13 +103,11 @@ void tst_Frame::enabling()
         }
         host.closeMenu();
         QString enabled;
-        QString tips;
         for (const QAction *action : menu->actions().mid(0, 15)) {
             enabled += action->isSeparator() ? "" : action->isEnabled() ? "1" : "0";
-            tips += action->statusTip();
         }
         const QString request = path + " with " + selection.join(' ') + ": ";
-        QCOMPARE(request + enabled + tips, request + expected + tip);
+        QCOMPARE(request + enabled, request + expected);
         QCOMPARE(host.action("Select Nodes")->statusTip(), tip);
         QVERIFY(!host.action("Activate Layer")->isEnabled());
         host.action("Activate Layer")->setEnabled(true);
@@ -262,7 +256,8 @@ void tst_Frame::texts()
                     boxes[check->y()] = check->text();
                 }
                 said += boxes.values();
-                qobject_cast<QDialog *>(modal)->reject();
+                said += modal->findChild<QMKCollapsibleFrame *>()->getCaption();
+                modal->close();
             }
         });
         host.trigger("tool mkRenderLayerModule:Delete");
@@ -282,7 +277,7 @@ void tst_Frame::texts()
             "mkAttributesGUI:Cast Shadows|mkAttributesGUI:Receive Shadows|"
             "mkAttributesGUI:Double Sided|mkAttributesGUI:Visible for Photons|"
             "mkAttributesGUI:Cast Shadows on Shadow Material|"
-            "mkAttributesGUI:Use Override Material");
+            "mkAttributesGUI:Use Override Material|mkAttributesGUI:Attributes");
     QMetaObject::invokeMethod(host.tree(), "createLayer");
     QVERIFY(host.row("mkNodeListWidget:Layer"));
     QCoreApplication::removeTranslator(&contexts);

@@ -4,8 +4,6 @@
 #include "mkMicroKernel/mkPythonRegister.h"
 #include "mkOpenSGUtils/mkNodeUtils.h"
 
-#include <cstdio>
-
 /// Scripts in a process without a Qt application, and so without a panel.
 int main()
 {
@@ -20,7 +18,6 @@ int main()
     mkNodeUtils::getRenderAttributes(root)->setVisible(false);
     const bool ran = mkScript::run("resetRenderLayers(); createRenderLayer('A')");
     const bool reset = mkNodeUtils::getRenderAttributes(root)->getVisible();
-    std::printf("ran: %d, reset: %d\n", int(ran), int(reset));
     mkScript::stop();
     return ran && reset && mkScenegraph::getRenderLayer()->isEmpty() ? 0 : 1;
 }

@@ -3,8 +3,6 @@
 #include "HostFixture.h"
 
 #include "mkKernel/mkController.h"
-#include "mkKernel/mkSelectionManager.h"
-#include "mkKernelServices/mkScopedUndo.h"
 
 #include <QTest>
 #include <QTreeWidgetItemIterator>
@@ -77,10 +75,9 @@ PanelModel::Rows PanelModel::rows(const std::function<bool(Row)> &wanted)
     return found;
 }
 
-int PanelModel::placeOf(Row row)
+PanelModel::Row PanelModel::parentOf(Row row)
 {
-    return row->parent() ? row->parent()->indexOfChild(row)
-                         : row->treeWidget()->indexOfTopLevelItem(row);
+    return row->parent() ? row->parent() : row->treeWidget()->invisibleRootItem();
 }
 
 PanelModel::Row PanelModel::twin(Row row, const QTreeWidget &other)
@@ -194,32 +191,29 @@ void PanelModel::move(int by)
 {
     const Rows layers = selected(false);
     const Rows nodes = selected(true);
-    if (layers.empty() == nodes.empty()) {
+    const bool single = layers.size() + nodes.size() == 1;
+    if (!layers.empty() && !nodes.empty()) {
         return;
     }
     // Rows of one parent move together, and only if none of them is at the end.
-    QMap<int, Rows> groups;
-    const bool single = layers.size() + nodes.size() == 1;
+    QMap<Row, Rows> groups;
     for (const Row row : single ? tree.selectedItems().mid(0, 1) : layers + nodes) {
-        groups[row->parent() ? placeOf(row->parent()) : -1] += row;
+        Rows &group = groups[parentOf(row)];
+        group.insert(by < 0 ? group.size() : 0, row);
     }
     bool moved = false;
-    for (Rows &group : groups) {
-        if (by > 0) {
-            std::reverse(group.begin(), group.end());
-        }
-        const Row parent = group.front()->parent();
-        const int last = (parent ? parent->childCount() : tree.topLevelItemCount()) - 1;
-        if (!single && placeOf(group.front()) == (by < 0 ? 0 : last)) {
+    for (auto group = groups.begin(); group != groups.end(); ++group) {
+        if (!single && !group.key()->child(placeOf(group->front()) + by)) {
             continue;
         }
         moved = true;
-        for (const Row row : qAsConst(group)) {
-            if (parent) {
-                by < 0 ? store.moveUpNode(indexOf(row), resolve(row))
-                       : store.moveDownNode(indexOf(row), resolve(row));
+        for (const Row row : *group) {
+            const unsigned layer = indexOf(row);
+            if (row->parent()) {
+                by < 0 ? store.moveUpNode(layer, resolve(row))
+                       : store.moveDownNode(layer, resolve(row));
             } else {
-                by < 0 ? store.moveUpLayer(indexOf(row)) : store.moveDownLayer(indexOf(row));
+                by < 0 ? store.moveUpLayer(layer) : store.moveDownLayer(layer);
             }
         }
     }
@@ -228,41 +222,17 @@ void PanelModel::move(int by)
     }
 }
 
-void PanelModel::removeSelectedLayers()
+void PanelModel::removeSelected()
 {
-    const Rows layers = selected(false);
-    for (const Row row : layers) {
-        store.subLayer(row->text(0).toStdString());
-    }
-    if (!layers.empty()) {
-        changed(true);
-    }
-}
-
-void PanelModel::removeSelectedNodes()
-{
-    const Rows nodes = selected(true);
-    for (const Row row : nodes) {
-        store.subNode(indexOf(row), resolve(row));
-    }
-    if (!nodes.empty()) {
-        changed(false);
-    }
-}
-
-void PanelModel::addNodes(const Nodes &nodes)
-{
-    QMap<unsigned, Row> targets;
-    for (const Row row : tree.selectedItems()) {
-        targets[indexOf(row)] = row;
-    }
-    for (const unsigned layer : targets.keys()) {
-        for (const osg::NodePtr &node : nodes) {
-            addTo(layer, node);
+    for (const bool isNode : { false, true }) {
+        const Rows removed = selected(isNode);
+        for (const Row row : removed) {
+            isNode ? store.subNode(indexOf(row), resolve(row))
+                   : store.subLayer(row->text(0).toStdString());
         }
-    }
-    if (!targets.empty()) {
-        changed(false);
+        if (!removed.empty()) {
+            changed(!isNode);
+        }
     }
 }
 
@@ -277,20 +247,6 @@ void PanelModel::applyAttributes(const QString &flags)
         }
     }
     changed(true);
-}
-
-void PanelModel::clearMaterials()
-{
-    const Rows nodes = selected(true);
-    for (const Row row : nodes) {
-        if (const Attributes attributes = attributesOf(row)) {
-            attributes->setOverrideMaterial(osg::NullFC);
-            HostFixture::flag(attributes, 11) = false;
-        }
-    }
-    if (!nodes.empty()) {
-        changed(false);
-    }
 }
 
 void PanelModel::toggleCell(Row row, int column)
@@ -320,18 +276,22 @@ void PanelModel::clickClearButton(Row row)
     modified = true;
 }
 
-void PanelModel::dropNodes(Row row, const Nodes &nodes)
+void PanelModel::dropNodes(Row row)
 {
     modified = true;
+    const std::vector<mkNodePtr> nodes = mkScenegraph::getSelectedRootNodes();
     if (row->parent()) {
         return;
     }
-    if (nodes.size() == 1 && nodes.front() == mkScenegraph::getRoot()) {
+    if (nodes.size() == 1 && nodes.front().get() == mkScenegraph::getRoot()) {
         ++warnings;
         return;
     }
-    for (const osg::NodePtr &node : nodes) {
-        addTo(indexOf(row), node);
+    for (const mkNodePtr &node : nodes) {
+        // The model's store has another root than the scene, which refuses its own.
+        if (node.get() != mkScenegraph::getRoot()) {
+            store.addNode(indexOf(row), node.get());
+        }
     }
     rebuild(false);
 }
@@ -344,36 +304,6 @@ void PanelModel::dropMaterial(Row row, const osg::MaterialPtr &material)
         attributes->setOverrideMaterial(material);
         show(row, attributes);
     }
-}
-
-void PanelModel::selectNodes()
-{
-    const Rows order = tree.selectedItems();
-    const Rows layers = selected(false);
-    Rows wanted = order.mid(0, 1);
-    if (selected(true).size() + layers.size() > 1) {
-        wanted.clear();
-        std::copy_if(order.begin(), order.end(), std::back_inserter(wanted), [](Row row) {
-            return row->parent() && isVisible(row) && !layerOf(row)->isSelected();
-        });
-        wanted += layers;
-    } else if (wanted.empty()) {
-        return;
-    } else if (const osg::NodePtr node = resolve(wanted[0])) {
-        const mkScopedUndo undo(true);
-        return mkSelectionManager::selectNode(node);
-    }
-    std::vector<mkNodePtr> nodes;
-    for (const Row top : qAsConst(wanted)) {
-        for (const Row row : rows([top](Row row) { return row == top || row->parent() == top; })) {
-            if (const osg::NodePtr node = resolve(row)) {
-                nodes.emplace_back(node);
-            }
-        }
-    }
-    const mkScopedUndo undo(true);
-    mkSelectionManager::selectNodes(nodes);
-    mkScenegraph::scrollToNodes(nodes);
 }
 
 void PanelModel::activate()

@@ -18,7 +18,6 @@ class PanelModel
 public:
     using Row = QTreeWidgetItem *;
     using Rows = QList<Row>;
-    using Nodes = std::vector<osg::NodePtr>;
 
     PanelModel();
 
@@ -32,8 +31,10 @@ public:
     Rows rows(const std::function<bool(Row)> &wanted);
     static bool isVisible(Row row) { return !row->parent() || row->parent()->isExpanded(); }
     static Row layerOf(Row row) { return row->parent() ? row->parent() : row; }
+    /// The row's layer, or for a layer the root of all.
+    static Row parentOf(Row row);
     /// The row's number among its siblings.
-    static int placeOf(Row row);
+    static int placeOf(Row row) { return parentOf(row)->indexOfChild(row); }
     /// The row at the same place of another tree, if there is one.
     static Row twin(Row row, const QTreeWidget &other);
     /// The row's layer in the store.
@@ -45,15 +46,6 @@ public:
     /// The node of a row that lives now; null for layer rows.
     static osg::NodePtr resolve(Row row);
 
-    /// The model's store has another root than the scene, which refuses its own.
-    template <typename Layer>
-    void addTo(const Layer &layer, const osg::NodePtr &node)
-    {
-        if (node != mkScenegraph::getRoot()) {
-            store.addNode(layer, node);
-        }
-    }
-
     void click(Row row, Qt::KeyboardModifiers modifiers = {});
     /// Makes the row current and the only selected one; of null nothing is selected.
     void select(Row row);
@@ -62,16 +54,12 @@ public:
     void duplicateLayers();
     /// By -1 or +1.
     void move(int by);
-    void removeSelectedLayers();
-    void removeSelectedNodes();
-    void addNodes(const Nodes &nodes);
+    void removeSelected();
     void applyAttributes(const QString &flags);
-    void clearMaterials();
     void toggleCell(Row row, int column);
     void clickClearButton(Row row);
-    void dropNodes(Row row, const Nodes &nodes);
+    void dropNodes(Row row);
     void dropMaterial(Row row, const osg::MaterialPtr &material);
-    void selectNodes();
     void activate();
     void rebuild(bool keepSelection);
     /// Rebuilds after a change of the document.

@@ -18,6 +18,21 @@ QString nameOf(const osg::NodePtr &node)
     return QString::fromStdString(node->getName());
 }
 
+std::vector<osg::NodePtr> sceneNodes()
+{
+    std::vector<osg::NodePtr> nodes;
+    osg::traverse(mkScenegraph::getRoot(), [&nodes](const osg::NodePtr &node) {
+        nodes.push_back(node);
+        return osg::Action::Continue;
+    });
+    return nodes;
+}
+
+osg::NodePtr anyNode(unsigned choice)
+{
+    return sceneNodes()[choice % sceneNodes().size()];
+}
+
 } // namespace
 
 PanelSession::PanelSession(HostFixture &fixture)
@@ -91,31 +106,6 @@ void PanelSession::compare(const QString &what, const QString &is, const QString
     if (is != wanted) {
         wrong += "=== " + what + "\n" + is + "\n=== should be\n" + wanted;
     }
-}
-
-PanelSession::Nodes PanelSession::plain(const std::vector<mkNodePtr> &nodes)
-{
-    Nodes found;
-    for (const mkNodePtr &node : nodes) {
-        found.push_back(node.get());
-    }
-    return found;
-}
-
-PanelSession::Nodes PanelSession::sceneNodes()
-{
-    Nodes nodes;
-    osg::traverse(mkScenegraph::getRoot(), [&](const osg::NodePtr &node) {
-        nodes.push_back(node);
-        return osg::Action::Continue;
-    });
-    return nodes;
-}
-
-osg::NodePtr PanelSession::anyNode(unsigned choice)
-{
-    const Nodes nodes = sceneNodes();
-    return nodes[choice % nodes.size()];
 }
 
 osg::MaterialPtr PanelSession::anyMaterial(unsigned choice)

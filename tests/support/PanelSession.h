@@ -17,7 +17,7 @@ public:
         unsigned b;
     };
     /// Steps are of kinds below this number.
-    static constexpr unsigned kinds = 43;
+    static constexpr unsigned kinds = 38;
 
     explicit PanelSession(HostFixture &fixture);
     /// The story up to the first step after which panel and model differ; empty if none does.
@@ -26,7 +26,6 @@ public:
 private:
     using Row = PanelModel::Row;
     using Rows = PanelModel::Rows;
-    using Nodes = PanelModel::Nodes;
     using Deeds = std::vector<std::function<void()>>;
 
     /// What the user does to the row `target`; in the panel otherwise; what happens beside it.
@@ -35,7 +34,6 @@ private:
     Deeds deedsBeside();
     void command();
     void rename();
-    void script();
     void openScene();
     void editScene();
     void storeBehindThePanel();
@@ -44,13 +42,9 @@ private:
     void check();
     void compare(const QString &what, const QString &is, const QString &wanted);
     void tell(const QString &line) { story += line; }
-    void drop(const QString &format, const QByteArray &bytes);
     QTreeWidgetItem *shown() const { return PanelModel::twin(target, *tree); }
     static QString path(Row row);
     QString anyName(unsigned choice) const { return names[int(choice) % names.size()]; }
-    static Nodes plain(const std::vector<mkNodePtr> &nodes);
-    static Nodes sceneNodes();
-    static osg::NodePtr anyNode(unsigned choice);
     static osg::MaterialPtr anyMaterial(unsigned choice);
     std::array<mkRenderLayer *, 2> stores() { return { HostFixture::store(), &model.store }; }
     /// A tree that grows without end says nothing more, slowly.

@@ -16,28 +16,33 @@ QString pathOf(const QTreeWidgetItem *item)
     return item->parent() ? item->parent()->text(0) + '/' + text : text;
 }
 
+/// Appends a layer, or puts a node into the last one's brackets.
+void append(QStringList &layers, const QString &name, bool isNode)
+{
+    if (!isNode) {
+        layers += name + "[]";
+        return;
+    }
+    QString &layer = layers.last();
+    layer.insert(layer.size() - 1, layer.endsWith("[]") ? name : ' ' + name);
+}
+
 } // namespace
 
 QTreeWidgetItem *HostFixture::row(const QString &path) const
 {
-    for (QTreeWidgetItemIterator it(tree()); *it; ++it) {
-        if (pathOf(*it) == path) {
-            return *it;
-        }
+    QTreeWidgetItemIterator it(tree());
+    while (*it && pathOf(*it) != path) {
+        ++it;
     }
-    return nullptr;
+    return *it;
 }
 
 QString HostFixture::rows() const
 {
     QStringList layers;
-    for (int i = 0; i < tree()->topLevelItemCount(); ++i) {
-        const QTreeWidgetItem *const layer = tree()->topLevelItem(i);
-        QStringList nodes;
-        for (int j = 0; j < layer->childCount(); ++j) {
-            nodes += layer->child(j)->text(0);
-        }
-        layers += layer->text(0) + '[' + nodes.join(' ') + ']';
+    for (QTreeWidgetItemIterator it(tree()); *it; ++it) {
+        append(layers, (*it)->text(0), (*it)->parent());
     }
     return layers.join(' ');
 }
@@ -47,11 +52,10 @@ QString HostFixture::stored()
     QStringList layers;
     const osg::RenderLayersPtr content = store()->getAttachment();
     for (std::size_t i = 0; i < content->getLayers().size(); ++i) {
-        QStringList nodes;
+        append(layers, content->getLayer(i)->getName().c_str(), false);
         for (const osg::NodePtr &member : content->getLayer(i)->getNodes()) {
-            nodes += mkNodeUtils::getName(member);
+            append(layers, mkNodeUtils::getName(member), true);
         }
-        layers += content->getLayer(i)->getName().c_str() + ('[' + nodes.join(' ') + ']');
     }
     return layers.join(' ');
 }
@@ -59,10 +63,8 @@ QString HostFixture::stored()
 QString HostFixture::selected() const
 {
     QStringList paths;
-    for (QTreeWidgetItemIterator it(tree()); *it; ++it) {
-        if ((*it)->isSelected()) {
-            paths += pathOf(*it) + (*it == tree()->currentItem() ? "*" : "");
-        }
+    for (QTreeWidgetItemIterator it(tree(), QTreeWidgetItemIterator::Selected); *it; ++it) {
+        paths += pathOf(*it) + (*it == tree()->currentItem() ? "*" : "");
     }
     return paths.join(' ');
 }
