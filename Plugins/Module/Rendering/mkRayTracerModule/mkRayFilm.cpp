@@ -28,16 +28,24 @@ QRgb toScreen(float red, float green, float blue, float alpha)
                  toByte(alpha));
 }
 
-/// Calls `row` for each of the rows, some at a time.
+/// An image whose pixels are what `pixelAt` returns for x and y, some rows at a time.
 template <typename Function>
-void forEachRow(int height, const Function &row)
+QImage makeImage(QSize size, QImage::Format format, const Function &pixelAt)
 {
-    tbb::parallel_for(tbb::blocked_range<int>(0, height, tileSize),
+    QImage image(size, format);
+    uchar *const bits = image.bits();
+    const int bytesPerLine = image.bytesPerLine();
+    tbb::parallel_for(tbb::blocked_range<int>(0, size.height(), tileSize),
                       [&](const tbb::blocked_range<int> &rows) {
                           for (int y = rows.begin(); y < rows.end(); ++y) {
-                              row(y);
+                              auto *const line = reinterpret_cast<QRgb *>(
+                                  bits + std::ptrdiff_t(y) * bytesPerLine);
+                              for (int x = 0; x < size.width(); ++x) {
+                                  line[x] = pixelAt(x, y);
+                              }
                           }
                       });
+    return image;
 }
 
 } // namespace
@@ -101,35 +109,21 @@ C4f mkRayFilm::pixel(int x, int y) const
 
 QImage mkRayFilm::picture(float exposure) const
 {
-    QImage image(width, height, QImage::Format_ARGB32);
     const float gain = std::exp2(exposure);
-    uchar *const bits = image.bits();
-    const int bytesPerLine = image.bytesPerLine();
-    forEachRow(height, [&](int y) {
-        auto *const line = reinterpret_cast<QRgb *>(bits + std::ptrdiff_t(y) * bytesPerLine);
-        for (int x = 0; x < width; ++x) {
-            const C4f color = pixel(x, y);
-            const float scale = color.a > 0 ? gain / color.a : gain;
-            line[x] = toScreen(color.r * scale, color.g * scale, color.b * scale, color.a);
-        }
+    return makeImage(size(), QImage::Format_ARGB32, [&](int x, int y) {
+        const C4f color = pixel(x, y);
+        const float scale = color.a > 0 ? gain / color.a : gain;
+        return toScreen(color.r * scale, color.g * scale, color.b * scale, color.a);
     });
-    return image;
 }
 
 QImage mkRayFilm::pictureOverChecks(float exposure, int square) const
 {
-    QImage image(width, height, QImage::Format_RGB32);
     const float gain = std::exp2(exposure);
-    uchar *const bits = image.bits();
-    const int bytesPerLine = image.bytesPerLine();
-    forEachRow(height, [&](int y) {
-        auto *const line = reinterpret_cast<QRgb *>(bits + std::ptrdiff_t(y) * bytesPerLine);
-        for (int x = 0; x < width; ++x) {
-            const C4f color = pixel(x, y);
-            const float behind = checks[std::size_t((x / square + y / square) % 2)] * (1 - color.a);
-            line[x] = toScreen(color.r * gain + behind, color.g * gain + behind,
-                               color.b * gain + behind, 1);
-        }
+    return makeImage(size(), QImage::Format_RGB32, [&](int x, int y) {
+        const C4f color = pixel(x, y);
+        const float behind = checks[std::size_t((x / square + y / square) % 2)] * (1 - color.a);
+        return toScreen(color.r * gain + behind, color.g * gain + behind, color.b * gain + behind,
+                        1);
     });
-    return image;
 }
