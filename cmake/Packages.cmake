@@ -54,4 +54,14 @@ set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION
 Headers, the CMake package mkHost and an example to write plug-ins for the
 workbench with.")
 
+# Each package says whose it is.
+foreach(component ${CPACK_COMPONENTS_ALL})
+  string(TOUPPER ${component} name)
+  install(
+    FILES COPYRIGHT
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${CPACK_DEBIAN_${name}_PACKAGE_NAME}
+    RENAME copyright
+    COMPONENT ${component})
+endforeach()
+
 include(CPack)
