@@ -111,7 +111,7 @@ void mkWriteExr(const QString &file, const mkRayLayerFilms &layers)
     for (const auto &[name, film] : layers) {
         const std::string prefix = name.isEmpty() ? std::string() : name.toStdString() + '.';
         for (int channel = 0; channel < 4; ++channel) {
-            std::vector<half> &values = channels.emplace_back(count);
+            std::vector<half> values(count);
             for (std::size_t i = 0; i < count; ++i) {
                 const C4f color = film->pixel(int(i % width), int(i / width));
                 const float most = HALF_MAX;
@@ -125,6 +125,7 @@ void mkWriteExr(const QString &file, const mkRayLayerFilms &layers)
             header.channels().insert(full, Imf::Channel(Imf::HALF));
             buffer.insert(full, Imf::Slice(Imf::HALF, reinterpret_cast<char *>(values.data()),
                                            sizeof(half), sizeof(half) * width));
+            channels.push_back(std::move(values));
         }
     }
     QByteArray bytes;

@@ -64,10 +64,11 @@ mkRayTracerModule &module()
     if (QThread::currentThread() != QCoreApplication::instance()->thread()) {
         throw std::runtime_error("The ray tracer is for the main thread only.");
     }
-    if (mkRayTracerModule *const there = mkRayTracerModule::the()) {
-        return *there;
+    mkRayTracerModule *const there = mkRayTracerModule::the();
+    if (!there) {
+        throw std::runtime_error("The ray tracer has not been started yet.");
     }
-    throw std::runtime_error("The ray tracer has not been started yet.");
+    return *there;
 }
 
 /// Lets a script be interrupted while it waits, and the window live.
