@@ -3,7 +3,6 @@
 #include "OSGSystem/FieldVisitor.h"
 #include "OSGSystem/Revision.h"
 
-#include <algorithm>
 #include <limits>
 #include <set>
 
@@ -21,24 +20,21 @@ void AttachmentContainer::addAttachment(const AttachmentPtr &attachment, std::ui
     }
     Revision::advance();
     const std::uint32_t groupId = attachment->getType().getGroupId();
-    for (Entry &entry : attachments) {
-        if (entry.groupId == groupId && entry.binding == binding) {
-            entry.attachment = attachment;
+    auto last = attachments.before_begin();
+    for (auto entry = attachments.begin(); entry != attachments.end(); last = entry++) {
+        if (entry->groupId == groupId && entry->binding == binding) {
+            entry->attachment = attachment;
             return;
         }
     }
-    attachments.push_back({ groupId, binding, attachment });
+    attachments.insert_after(last, { groupId, binding, attachment });
 }
 
 void AttachmentContainer::subAttachment(std::uint32_t groupId, std::uint16_t binding)
 {
     Revision::advance();
-    attachments.erase(std::remove_if(attachments.begin(), attachments.end(),
-                                     [=](const Entry &entry) {
-                                         return entry.groupId == groupId
-                                                && entry.binding == binding;
-                                     }),
-                      attachments.end());
+    attachments.remove_if(
+        [=](const Entry &entry) { return entry.groupId == groupId && entry.binding == binding; });
 }
 
 AttachmentPtr AttachmentContainer::findAttachment(std::uint32_t groupId,
@@ -83,6 +79,7 @@ void AttachmentContainer::visitFields(FieldVisitor &visitor)
         visitor.refuse();
     }
     attachments.clear();
+    auto last = attachments.before_begin();
     std::set<std::pair<std::uint32_t, std::uint32_t>> places;
     for (std::size_t i = 0; i < held.size(); ++i) {
         if (held[i]) {
@@ -91,7 +88,7 @@ void AttachmentContainer::visitFields(FieldVisitor &visitor)
                 || !places.emplace(groupId, bindings[i]).second) {
                 visitor.refuse();
             }
-            attachments.push_back({ groupId, std::uint16_t(bindings[i]), held[i] });
+            last = attachments.insert_after(last, { groupId, std::uint16_t(bindings[i]), held[i] });
         }
     }
 }

@@ -2,7 +2,7 @@
 
 #include "OSGSystem/FieldContainer.h"
 
-#include <vector>
+#include <forward_list>
 
 namespace osg {
 
@@ -45,7 +45,9 @@ private:
     };
 
     std::string name;
-    std::vector<Entry> attachments;
+    /// In the order in which they came. Most containers have none, or one: a list that takes one
+    /// pointer then, and not three.
+    std::forward_list<Entry> attachments;
 };
 
 } // namespace osg

@@ -9,6 +9,7 @@
 #include "mkKernel/mkSelectionManager.h"
 #include "mkKernelServices/mkScopedUndo.h"
 #include "mkOpenSGUtils/mkMaterials.h"
+#include "mkOpenSGUtils/mkNodeSet.h"
 #include "mkOpenSGUtils/mkNodeUtils.h"
 #include "mkUtils/mkTrace.h"
 
@@ -17,7 +18,6 @@
 #include <QUndoStack>
 
 #include <stdexcept>
-#include <unordered_set>
 #include <utility>
 
 namespace {
@@ -97,14 +97,14 @@ std::vector<mkNodePtr> mkScenegraph::getSelectedRootNodes()
 {
     mkTrace::call("mkScenegraph::getSelectedRootNodes");
     const std::vector<mkNodePtr> selected = mkSelectionManager::getSelectedNodes();
-    std::unordered_set<std::uint32_t> ids;
+    mkNodeSet ids;
     for (const mkNodePtr &node : selected) {
         ids.insert(node.get()->getId());
     }
     std::vector<mkNodePtr> roots;
     for (const mkNodePtr &node : selected) {
         osg::NodePtr above = node.get()->getParent();
-        while (above && ids.count(above->getId()) == 0) {
+        while (above && !ids.contains(above->getId())) {
             above = above->getParent();
         }
         if (!above) {
@@ -279,7 +279,7 @@ void mkScenegraph::finishReading(Document document, const char *name, mkMessage:
 void mkScenegraph::remapOutsideScene()
 {
     const osg::NFIOBase::FieldContainerMap &ids = osg::NFIOBase::getFieldContainerMap();
-    std::unordered_set<std::uint32_t> present;
+    mkNodeSet present;
     osg::traverse(the()->root, [&present](const osg::NodePtr &node) {
         present.insert(node->getId());
         return osg::Action::Continue;
@@ -287,7 +287,7 @@ void mkScenegraph::remapOutsideScene()
     for (const osg::FieldContainerPtr &entry : the()->store->getAttachment()->getLayers()) {
         const osg::RenderLayerPtr layer(entry);
         for (const osg::NodePtr &node : layer ? layer->getNodes() : std::vector<osg::NodePtr>()) {
-            if (present.count(node->getId()) == 0) {
+            if (!present.contains(node->getId())) {
                 forEachAttributes(node, [&ids](auto &attributes) {
                     attributes.updateRenderLayerStateIds(ids);
                 });

@@ -2,6 +2,7 @@
 
 #include "mkKernel/mkScenegraph.h"
 #include "mkKernelServices/mkScopedUndo.h"
+#include "mkOpenSGUtils/mkNodeSet.h"
 #include "mkUtils/mkTrace.h"
 
 #include <QCoreApplication>
@@ -9,7 +10,6 @@
 
 #include <algorithm>
 #include <memory>
-#include <unordered_set>
 #include <utility>
 
 namespace {
@@ -61,9 +61,9 @@ void mkSelectionManager::selectNodes(const std::vector<mkNodePtr> &nodes)
 void mkSelectionManager::select(const std::vector<mkNodePtr> &nodes)
 {
     std::vector<mkNodePtr> selection;
-    std::unordered_set<std::uint32_t> seen;
+    mkNodeSet seen;
     for (const mkNodePtr &node : nodes) {
-        if (mkScenegraph::isInScene(node.get()) && seen.insert(node.get()->getId()).second) {
+        if (mkScenegraph::isInScene(node.get()) && seen.insert(node.get()->getId())) {
             selection.push_back(node);
         }
     }

@@ -18,7 +18,8 @@ struct Content
     std::vector<osg::MaterialPtr> materials;
 };
 
-/// What reading gives: new containers, and which of them stands for which id in the file.
+/// What reading gives: new containers, and which of them stands for which id in the file, as far as
+/// a field keeps that id as a number.
 struct Read : Content
 {
     osg::NFIOBase::FieldContainerMap containers;

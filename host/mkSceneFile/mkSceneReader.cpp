@@ -53,10 +53,9 @@ mkSceneFile::Read mkSceneReader::read(const mkSceneFile::Progress &progress)
 
     mkSceneFile::Read result;
     readRoot(result);
-    for (std::size_t i = 0; i < containers.size(); ++i) {
-        if (containers[i].handle) {
-            result.containers.emplace_hint(result.containers.end(), unsigned(i + 1),
-                                           containers[i].handle);
+    for (const std::uint32_t id : keptIds) {
+        if (id > 0 && id <= containers.size() && containers[id - 1].handle) {
+            result.containers.emplace(id, containers[id - 1].handle);
         }
     }
     reportSkipped();
@@ -282,6 +281,7 @@ void mkSceneReader::ids(const char *name, std::vector<std::uint32_t> &values,
         enterArray();
         while (cbor.hasNext()) {
             values.push_back(number());
+            keptIds.insert(values.back());
         }
         require(cbor.leaveContainer());
     }

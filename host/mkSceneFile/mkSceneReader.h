@@ -7,6 +7,7 @@
 #include <QSet>
 
 #include <unordered_map>
+#include <unordered_set>
 
 /// Reads the content of one scene file.
 class mkSceneReader : private osg::FieldVisitor
@@ -75,6 +76,8 @@ private:
     QCborStreamReader cbor;
     std::vector<Type> types;
     std::vector<Container> containers;
+    /// What fields keep as plain numbers.
+    std::unordered_set<std::uint32_t> keptIds;
     QSet<QString> skipped;
     /// The container that is being read: its type, the place of its next field, its depth.
     const Type *type = nullptr;
