@@ -182,6 +182,7 @@ class tst_RayAttributes : public QObject
 private Q_SLOTS:
     void attribute_data();
     void attribute();
+    void readByAndBy();
 };
 
 void tst_RayAttributes::attribute_data()
@@ -265,6 +266,29 @@ void tst_RayAttributes::attribute()
         check(off.value(attribute.name, on), attribute.name);
         values.*attribute.flag = !(values.*attribute.flag);
     }
+}
+
+/// Of a large scene the window reads some at a time.
+void tst_RayAttributes::readByAndBy()
+{
+    const osg::NodePtr root = osg::Node::create();
+    for (int i = 0; i < 300; ++i) {
+        place(root, "ball", ball(), glowing(), float(i), 0, 0);
+    }
+    mkRaySceneReader reader([] {});
+    std::shared_ptr<const mkRaySnapshot> snapshot;
+    int steps = 0;
+    for (reader.begin(root, nullptr); !snapshot; ++steps) {
+        snapshot = reader.advance(0);
+    }
+    QVERIFY(steps > 1);
+    // The same object, as nothing differs.
+    QVERIFY(reader.read(root, nullptr) == snapshot);
+    // Half of one scene and half of another would be none.
+    reader.begin(root, nullptr);
+    QVERIFY(!reader.advance(0));
+    root->setName("renamed");
+    QVERIFY(!reader.isReading());
 }
 
 QTEST_GUILESS_MAIN(tst_RayAttributes)

@@ -4,8 +4,11 @@
 #include "mkRayEnvironment.h"
 #include "mkUtils/mkLog.h"
 
+#include <QElapsedTimer>
+
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 using Imath::C3f;
 using Imath::M44f;
@@ -90,45 +93,112 @@ mkRayCamera cameraOf(const osg::Camera &camera, const M44f &toWorld)
     return made;
 }
 
-/// Calls `visit` for each node from `root` down with the matrix that places it.
-template <typename Function>
-void forEachPlaced(const osg::NodePtr &root, const Function &visit)
+/// A walk through a scene that says where each node is.
+class PlacedNodes
 {
-    std::vector<std::pair<osg::NodePtr, M44f>> pending;
-    if (root) {
-        pending.emplace_back(root, M44f());
+public:
+    explicit PlacedNodes(const osg::NodePtr &root)
+    {
+        if (root) {
+            pending.emplace_back(root, M44f());
+        }
     }
-    while (!pending.empty()) {
-        auto [node, matrix] = std::move(pending.back());
+
+    bool atEnd() const { return pending.empty(); }
+    /// Parents before children, in order.
+    std::pair<osg::NodePtr, M44f> next()
+    {
+        std::pair<osg::NodePtr, M44f> result = std::move(pending.back());
         pending.pop_back();
+        auto &[node, matrix] = result;
         if (const osg::Ptr<osg::Transform> transform{ node->getCore() }) {
             matrix = matrixOf(transform->getMatrix()) * matrix;
         }
-        visit(node, matrix);
         const auto &children = node->getChildren();
         for (auto child = children.rbegin(); child != children.rend(); ++child) {
             pending.emplace_back(*child, matrix);
         }
+        return result;
     }
-}
+
+private:
+    std::vector<std::pair<osg::NodePtr, M44f>> pending;
+};
+
+/// A clock is asked after so many nodes.
+constexpr int stride = 256;
 
 } // namespace
 
 /// A snapshot in the making.
 struct mkRaySceneReader::Reading
 {
+    PlacedNodes nodes;
     std::shared_ptr<mkRaySnapshot> snapshot;
     const Attributes *attributes;
     /// By the ids of materials; 0 is the default look.
     std::unordered_map<std::uint32_t, std::uint32_t> materials;
 };
 
+mkRaySceneReader::mkRaySceneReader(std::function<void()> notify)
+    : announce(std::move(notify))
+{}
+
+mkRaySceneReader::~mkRaySceneReader() = default;
+
 std::shared_ptr<const mkRaySnapshot> mkRaySceneReader::read(
     const osg::NodePtr &root, const std::shared_ptr<const mkRayEnvironment> &environment,
     const Attributes *attributes)
 {
-    Reading reading{ std::make_shared<mkRaySnapshot>(), attributes, {} };
-    reading.snapshot->environment = environment;
+    const auto whole = start(root, environment, attributes);
+    while (!whole->nodes.atEnd()) {
+        const auto [node, toWorld] = whole->nodes.next();
+        add(*whole, node, toWorld);
+    }
+    return finish(*whole);
+}
+
+void mkRaySceneReader::begin(const osg::NodePtr &root,
+                             const std::shared_ptr<const mkRayEnvironment> &environment)
+{
+    reading = start(root, environment, nullptr);
+}
+
+std::shared_ptr<const mkRaySnapshot> mkRaySceneReader::advance(qint64 milliseconds)
+{
+    QElapsedTimer clock;
+    clock.start();
+    for (int count = 1; !reading->nodes.atEnd(); ++count) {
+        const auto [node, toWorld] = reading->nodes.next();
+        add(*reading, node, toWorld);
+        if (count % stride == 0 && clock.elapsed() >= milliseconds) {
+            return nullptr;
+        }
+    }
+    return finish(*std::exchange(reading, nullptr));
+}
+
+void mkRaySceneReader::stop()
+{
+    reading.reset();
+}
+
+void mkRaySceneReader::clear()
+{
+    stop();
+    meshes.clear();
+    textures.clear();
+    last.reset();
+}
+
+std::unique_ptr<mkRaySceneReader::Reading> mkRaySceneReader::start(
+    const osg::NodePtr &root, const std::shared_ptr<const mkRayEnvironment> &environment,
+    const Attributes *attributes)
+{
+    auto started = std::make_unique<Reading>(
+        Reading{ PlacedNodes(root), std::make_shared<mkRaySnapshot>(), attributes, {} });
+    started->snapshot->environment = environment;
+    started->snapshot->instances.reserve(last ? last->instances.size() : 0);
     const auto markUnused = [](auto &kept) {
         for (auto &entry : kept) {
             entry.second.used = false;
@@ -136,20 +206,22 @@ std::shared_ptr<const mkRaySnapshot> mkRaySceneReader::read(
     };
     markUnused(meshes);
     markUnused(textures);
-    forEachPlaced(root, [&](const osg::NodePtr &node, const M44f &toWorld) {
-        add(reading, node, toWorld);
-    });
+    return started;
+}
+
+std::shared_ptr<const mkRaySnapshot> mkRaySceneReader::finish(Reading &done)
+{
     forgetUnused();
-    if (attributes) {
-        return reading.snapshot;
+    if (done.attributes) {
+        return done.snapshot;
     }
-    if (!last || !(*last == *reading.snapshot)) {
-        last = std::move(reading.snapshot);
+    if (!last || !(*last == *done.snapshot)) {
+        last = std::move(done.snapshot);
     }
     return last;
 }
 
-void mkRaySceneReader::add(Reading &reading, const osg::NodePtr &node, const M44f &toWorld)
+void mkRaySceneReader::add(Reading &current, const osg::NodePtr &node, const M44f &toWorld)
 {
     const osg::NodeCorePtr &core = node->getCore();
     const bool isDrawable = core && core->getType().isDerivedFrom(osg::Geometry::_type);
@@ -158,22 +230,22 @@ void mkRaySceneReader::add(Reading &reading, const osg::NodePtr &node, const M44
         return;
     }
     osg::RenderAttributeValues values;
-    if (reading.attributes) {
-        const auto found = reading.attributes->find(node->getId());
-        if (found != reading.attributes->end()) {
+    if (current.attributes) {
+        const auto found = current.attributes->find(node->getId());
+        if (found != current.attributes->end()) {
             values = found->second;
         }
     } else if (const auto own = mkNodeUtils::getRenderAttributes(node)) {
         values = own->getValues();
     }
     if (isDrawable) {
-        addDrawable(reading, node, values, toWorld);
+        addDrawable(current, node, values, toWorld);
     } else if (values.visible && isFinite(toWorld.translation())) {
-        reading.snapshot->lights.push_back(lightOf(*light, toWorld));
+        current.snapshot->lights.push_back(lightOf(*light, toWorld));
     }
 }
 
-void mkRaySceneReader::addDrawable(Reading &reading, const osg::NodePtr &node,
+void mkRaySceneReader::addDrawable(Reading &current, const osg::NodePtr &node,
                                    const osg::RenderAttributeValues &values, const M44f &toWorld)
 {
     const osg::Ptr<osg::Geometry> geometry(node->getCore());
@@ -194,18 +266,18 @@ void mkRaySceneReader::addDrawable(Reading &reading, const osg::NodePtr &node,
     const osg::MaterialPtr &material = overridden ? values.overrideMaterial
                                                   : geometry->getMaterial();
     instance.toWorld = toWorld;
-    instance.material = materialIndex(reading, material);
-    instance.mask = maskOf(values, reading.snapshot->materials[instance.material].shadow);
+    instance.material = materialIndex(current, material);
+    instance.mask = maskOf(values, current.snapshot->materials[instance.material].shadow);
     instance.receiveShadows = values.receiveShadows;
     instance.doubleSided = values.doubleSided;
     instance.node = node->getId();
-    reading.snapshot->instances.push_back(std::move(instance));
+    current.snapshot->instances.push_back(std::move(instance));
 }
 
-std::uint32_t mkRaySceneReader::materialIndex(Reading &reading, const osg::MaterialPtr &material)
+std::uint32_t mkRaySceneReader::materialIndex(Reading &current, const osg::MaterialPtr &material)
 {
-    std::vector<mkRayMaterial> &materials = reading.snapshot->materials;
-    const auto [entry, isNew] = reading.materials.emplace(material ? material->getId() : 0,
+    std::vector<mkRayMaterial> &materials = current.snapshot->materials;
+    const auto [entry, isNew] = current.materials.emplace(material ? material->getId() : 0,
                                                           std::uint32_t(materials.size()));
     if (isNew) {
         mkRayMaterial made;
@@ -313,30 +385,31 @@ void mkRaySceneReader::containerChanged(const osg::FieldContainerPtr &container,
     } else if (type.isDerivedFrom(osg::Texture::_type)) {
         textures.erase(container->getId());
     }
+    stop();
     announce();
 }
 
 std::vector<mkRaySceneReader::View> mkRaySceneReader::views(const osg::NodePtr &root)
 {
     std::vector<View> found;
-    forEachPlaced(root, [&](const osg::NodePtr &node, const M44f &toWorld) {
+    for (PlacedNodes nodes(root); !nodes.atEnd();) {
+        const auto [node, toWorld] = nodes.next();
         const osg::CameraPtr camera(node->getCore());
         if (camera && isInvertible(toWorld)) {
             found.push_back({ QString::fromUtf8(mkNodeUtils::getName(node)), node->getId(),
                               cameraOf(*camera, toWorld) });
         }
-    });
+    }
     return found;
 }
 
-Imath::Box3f mkRayBounds(const mkRaySnapshot &snapshot,
-                         const std::unordered_set<std::uint32_t> &nodes)
+Imath::Box3f mkRayBounds(const mkRaySnapshot &snapshot, const mkNodeSet &nodes)
 {
     std::unordered_map<const mkRayMesh *, Imath::Box3f> boxes;
     Imath::Box3f all;
     for (const mkRayInstance &instance : snapshot.instances) {
-        const bool wanted = nodes.empty() ? (instance.mask & mkRayKind::Camera) != 0
-                                          : nodes.count(instance.node) > 0;
+        const bool wanted = nodes.size() == 0 ? (instance.mask & mkRayKind::Camera) != 0
+                                              : nodes.contains(instance.node);
         if (!wanted) {
             continue;
         }

@@ -4,6 +4,7 @@
 #include "OSGSystem/Geometry.h"
 #include "OSGSystem/Light.h"
 #include "mkOpenSGExt/RaytracingGeoAttachment.h"
+#include "mkOpenSGUtils/mkNodeSet.h"
 #include "mkRaySnapshot.h"
 
 #include <QString>
@@ -29,10 +30,8 @@ public:
     };
 
     /// `notify` is called at every change of the scene graph.
-    explicit mkRaySceneReader(std::function<void()> notify)
-        : announce(std::move(notify))
-    {}
-    ~mkRaySceneReader() override = default;
+    explicit mkRaySceneReader(std::function<void()> notify);
+    ~mkRaySceneReader() override;
 
     /// What is below `root`, by the render attributes that nodes carry, or by `attributes`.
     /// Drawables that cannot be shown are left out, with a line in the log. Without `attributes`
@@ -42,6 +41,16 @@ public:
         const osg::NodePtr &root, const std::shared_ptr<const mkRayEnvironment> &environment,
         const Attributes *attributes = nullptr);
 
+    /// The same for large scenes, some of it at a time: begin(), then advance() by so many
+    /// milliseconds each until it gives a snapshot. A change of the scene graph ends it.
+    void begin(const osg::NodePtr &root,
+               const std::shared_ptr<const mkRayEnvironment> &environment);
+    bool isReading() const { return reading != nullptr; }
+    void stop();
+    std::shared_ptr<const mkRaySnapshot> advance(qint64 milliseconds);
+    /// Lets go of all that it keeps.
+    void clear();
+
     /// The scene cameras below `root`, in order.
     static std::vector<View> views(const osg::NodePtr &root);
 
@@ -50,10 +59,14 @@ private:
 
     void containerChanged(const osg::FieldContainerPtr &container, const osg::BitVector &which,
                           osg::ChangeOrigin origin) override;
-    void add(Reading &reading, const osg::NodePtr &node, const Imath::M44f &toWorld);
-    void addDrawable(Reading &reading, const osg::NodePtr &node,
+    std::unique_ptr<Reading> start(const osg::NodePtr &root,
+                                   const std::shared_ptr<const mkRayEnvironment> &environment,
+                                   const Attributes *attributes);
+    std::shared_ptr<const mkRaySnapshot> finish(Reading &done);
+    void add(Reading &current, const osg::NodePtr &node, const Imath::M44f &toWorld);
+    void addDrawable(Reading &current, const osg::NodePtr &node,
                      const osg::RenderAttributeValues &values, const Imath::M44f &toWorld);
-    std::uint32_t materialIndex(Reading &reading, const osg::MaterialPtr &material);
+    std::uint32_t materialIndex(Reading &current, const osg::MaterialPtr &material);
     std::shared_ptr<const mkRayMesh> mesh(const osg::Ptr<osg::Geometry> &geometry);
     std::shared_ptr<const mkRayTexture> texture(const osg::TexturePtr &source);
     void forgetUnused();
@@ -71,10 +84,11 @@ private:
     std::unordered_map<std::uint32_t, Kept<mkRayTexture>> textures;
     std::unordered_set<std::uint32_t> reported;
     std::shared_ptr<const mkRaySnapshot> last;
+    /// The one that goes on.
+    std::unique_ptr<Reading> reading;
     std::function<void()> announce;
 };
 
 /// What the instances of these nodes take up, of all for an empty set; those that no camera ray
 /// meets only count where they are asked for. Empty where there is nothing.
-Imath::Box3f mkRayBounds(const mkRaySnapshot &snapshot,
-                         const std::unordered_set<std::uint32_t> &nodes);
+Imath::Box3f mkRayBounds(const mkRaySnapshot &snapshot, const mkNodeSet &nodes);

@@ -11,15 +11,17 @@ namespace {
 
 /// Of a picture whose shape is not known yet.
 constexpr float usualAspect = 1.5F;
+/// Short enough to stay within one frame of the screen.
+constexpr qint64 sliceMilliseconds = 12;
 
 } // namespace
 
-std::unordered_set<std::uint32_t> mkRaySelectedIds()
+mkNodeSet mkRaySelectedIds()
 {
-    std::unordered_set<std::uint32_t> ids;
+    mkNodeSet ids;
     for (const mkNodePtr &selected : mkSelectionManager::getSelectedNodes()) {
         osg::traverse(selected.get(), [&ids](const osg::NodePtr &node) {
-            return ids.insert(node->getId()).second ? osg::Action::Continue : osg::Action::Skip;
+            return ids.insert(node->getId()) ? osg::Action::Continue : osg::Action::Skip;
         });
     }
     return ids;
@@ -32,8 +34,11 @@ mkRaySession::mkRaySession(QObject *parent)
 {
     timer.setSingleShot(true);
     timer.setInterval(0);
-    connect(&timer, &QTimer::timeout, this, &mkRaySession::refresh);
-    connect(mkSelectionManager::the(), &mkSelectionManager::selectionChanged, &timer,
+    connect(&timer, &QTimer::timeout, this, &mkRaySession::readOn);
+    selection.setSingleShot(true);
+    selection.setInterval(0);
+    connect(&selection, &QTimer::timeout, this, &mkRaySession::sceneChanged);
+    connect(mkSelectionManager::the(), &mkSelectionManager::selectionChanged, &selection,
             QOverload<>::of(&QTimer::start));
 }
 
@@ -55,7 +60,9 @@ std::vector<mkRaySceneReader::View> mkRaySession::views()
 mkRayCamera mkRaySession::camera(const QString &name)
 {
     if (name.isEmpty()) {
-        refresh();
+        if (!hasCamera) {
+            refresh();
+        }
         return cameraControl.camera();
     }
     const auto all = views();
@@ -76,8 +83,8 @@ void mkRaySession::lookThrough(const mkRaySceneReader::View &view)
 
 bool mkRaySession::frame(bool selectedOnly, float aspect)
 {
-    const auto ids = selectedOnly ? mkRaySelectedIds() : std::unordered_set<std::uint32_t>();
-    if (selectedOnly && ids.empty()) {
+    const mkNodeSet ids = selectedOnly ? mkRaySelectedIds() : mkNodeSet();
+    if (selectedOnly && ids.size() == 0) {
         return false;
     }
     const Imath::Box3f box = mkRayBounds(*snapshot(), ids);
@@ -101,7 +108,7 @@ void mkRaySession::setEnvironment(Light kind,
 {
     lightKind = kind;
     environment = std::move(newEnvironment);
-    refresh();
+    follow();
 }
 
 void mkRaySession::setExposure(float newStops)
@@ -110,17 +117,59 @@ void mkRaySession::setExposure(float newStops)
     Q_EMIT exposureChanged();
 }
 
+void mkRaySession::setWatched(bool watched)
+{
+    isWatched = watched;
+    if (watched) {
+        follow();
+    } else {
+        latest.reset();
+        reader.clear();
+    }
+}
+
+void mkRaySession::follow()
+{
+    reader.stop();
+    timer.start();
+}
+
+void mkRaySession::readOn()
+{
+    if (!isWatched) {
+        Q_EMIT sceneChanged();
+        return;
+    }
+    if (!reader.isReading()) {
+        reader.begin(mkScenegraph::getRoot(), environment);
+    }
+    if (auto scene = reader.advance(sliceMilliseconds)) {
+        show(std::move(scene));
+    } else {
+        timer.start();
+    }
+}
+
 void mkRaySession::refresh()
 {
     timer.stop();
+    reader.stop();
+    show(snapshot());
+}
+
+void mkRaySession::show(std::shared_ptr<const mkRaySnapshot> scene)
+{
+    latest = isWatched ? scene : nullptr;
     if (!hasCamera) {
         const auto all = views();
-        const Imath::Box3f box = mkRayBounds(*snapshot(), {});
+        const Imath::Box3f box = mkRayBounds(*scene, {});
         if (!all.empty()) {
-            lookThrough(all.front());
+            cameraControl.lookThrough(all.front().camera, box);
         } else if (!box.isEmpty()) {
-            hasCamera = true;
             cameraControl.frameAnew(box, usualAspect);
+        }
+        hasCamera = !all.empty() || !box.isEmpty();
+        if (hasCamera) {
             Q_EMIT cameraChanged();
         }
     }
@@ -130,5 +179,8 @@ void mkRaySession::refresh()
 void mkRaySession::reset()
 {
     hasCamera = false;
-    refresh();
+    if (!isWatched) {
+        reader.clear();
+    }
+    follow();
 }

@@ -17,6 +17,11 @@ public:
 
     /// The scene as it is now.
     std::shared_ptr<const mkRaySnapshot> snapshot();
+    /// The scene as it was read last; null while nobody watches. Large scenes are read by and by,
+    /// so it may be that of a moment ago.
+    const std::shared_ptr<const mkRaySnapshot> &current() const { return latest; }
+    /// Whether somebody shows the scene: it is read at every change then, and kept.
+    void setWatched(bool watched);
     /// The scene as it would be with this layer alone active.
     std::shared_ptr<const mkRaySnapshot> snapshot(const mkRayLayers::Layer &layer);
 
@@ -46,18 +51,22 @@ public:
 
     /// Reads the scene anew without waiting for the event loop.
     void refresh();
+    /// Reads the scene anew, by and by.
+    void follow();
     /// Another scene was opened: its camera is taken.
     void reset();
 
 Q_SIGNALS:
-    /// The scene graph, what of it is selected, or the light has changed; once a turn of the event
-    /// loop.
+    /// The scene graph, what of it is selected, or the light has changed; at most once a turn of
+    /// the event loop.
     void sceneChanged();
     void cameraChanged();
     void exposureChanged();
 
 private:
     void setEnvironment(Light kind, std::shared_ptr<const mkRayEnvironment> newEnvironment);
+    void readOn();
+    void show(std::shared_ptr<const mkRaySnapshot> scene);
 
     mkRaySceneReader reader;
     mkRayCameraControl cameraControl;
@@ -65,8 +74,11 @@ private:
     Light lightKind = Light::Studio;
     float stops = 0;
     QTimer timer;
+    QTimer selection;
+    std::shared_ptr<const mkRaySnapshot> latest;
+    bool isWatched = false;
     bool hasCamera = false;
 };
 
 /// The ids of the nodes that are selected in the host and of all below them.
-std::unordered_set<std::uint32_t> mkRaySelectedIds();
+mkNodeSet mkRaySelectedIds();

@@ -55,7 +55,7 @@ QWidget *mkRayTracerModule::getWidget()
 
 void mkRayTracerModule::update()
 {
-    session.refresh();
+    session.follow();
 }
 
 bool mkRayTracerModule::receivedMessage(mkMessage &message)
@@ -63,7 +63,7 @@ bool mkRayTracerModule::receivedMessage(mkMessage &message)
     if (message.id() == mkMessage::SceneLoaded) {
         session.reset();
     } else if (message.id() == mkMessage::SceneMerged) {
-        session.refresh();
+        session.follow();
     }
     return false;
 }
@@ -122,7 +122,8 @@ bool mkRayTracerModule::waitForView(int samples, const Proceed &proceed)
         if (progress.samples >= std::min(samples, mkRayView::samples)) {
             return true;
         }
-        if (!progress.failure.isEmpty() || session.snapshot()->instances.empty()) {
+        if (!progress.failure.isEmpty() || !session.current()
+            || session.current()->instances.empty()) {
             return false;
         }
         QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);

@@ -51,10 +51,10 @@ float mkRayView::aspect() const
 /// Starts anew where something has changed; else the renderer goes on.
 void mkRayView::restart()
 {
-    if (!isVisible()) {
+    scene = session->current();
+    if (!isVisible() || !scene) {
         return;
     }
-    scene = session->snapshot();
     mkRayTask task;
     task.camera = session->control().camera();
     task.size = pictureSize();
@@ -86,7 +86,7 @@ void mkRayView::updateOutline()
 {
     outline = {};
     const QSize pixels = shown.picture.size();
-    if (selected.empty() || shown.nodes.empty()) {
+    if (selected.size() == 0 || shown.nodes.empty()) {
         update();
         return;
     }
@@ -94,7 +94,7 @@ void mkRayView::updateOutline()
     outline.fill(Qt::transparent);
     std::vector<char> inside(shown.nodes.size());
     std::transform(shown.nodes.begin(), shown.nodes.end(), inside.begin(),
-                   [this](std::uint32_t node) { return selected.count(node) > 0 ? 1 : 0; });
+                   [this](std::uint32_t node) { return selected.contains(node) ? 1 : 0; });
     const auto at = [&](int x, int y) {
         return inside[std::size_t(y) * std::size_t(pixels.width()) + std::size_t(x)];
     };
@@ -149,12 +149,16 @@ void mkRayView::resizeEvent(QResizeEvent *)
 
 void mkRayView::showEvent(QShowEvent *)
 {
-    session->refresh();
+    session->setWatched(true);
 }
 
 void mkRayView::hideEvent(QHideEvent *)
 {
     tracer.start({});
+    // Nothing of a scene that may be large stays behind.
+    scene.reset();
+    last = {};
+    session->setWatched(false);
 }
 
 quint32 mkRayView::nodeAt(QPoint place) const

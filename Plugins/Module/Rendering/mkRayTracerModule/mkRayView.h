@@ -55,7 +55,7 @@ private:
     mkRayTask last;
     mkRayProgress shown;
     QImage outline;
-    std::unordered_set<std::uint32_t> selected;
+    mkNodeSet selected;
     QPoint pressedAt;
     QPoint lastAt;
     bool dragging = false;
