@@ -8,7 +8,6 @@
 #include <QTest>
 
 using namespace RayScenes;
-using Imath::C3f;
 using Imath::C4f;
 using Values = osg::RenderAttributeValues;
 
@@ -48,6 +47,14 @@ osg::MaterialPtr glowing()
     return material(0, 0.8F);
 }
 
+osg::MaterialPtr mirror()
+{
+    const osg::MaterialPtr made = material(1);
+    made->setMetallic(1);
+    made->setRoughness(0);
+    return made;
+}
+
 Scene direct()
 {
     Scene scene;
@@ -72,10 +79,7 @@ Scene fromInside()
 Scene inMirror()
 {
     Scene scene;
-    const osg::MaterialPtr mirror = material(1);
-    mirror->setMetallic(1);
-    mirror->setRoughness(0);
-    place(scene.root, "mirror", square(), mirror, 0, 0, 0);
+    place(scene.root, "mirror", square(), mirror(), 0, 0, 0);
     scene.object = place(scene.root, "object", ball(), glowing(), 0, 0, 8, 2);
     return scene;
 }
@@ -126,32 +130,18 @@ Scene caustic()
     Scene scene;
     place(scene.root, "wall", square(), material(0.8F), 0, 0, 0, 2);
     place(scene.root, "light", square(), material(0, 8), 0, 0, -0.5F, 8);
-    const osg::MaterialPtr mirror = material(1);
-    mirror->setMetallic(1);
-    mirror->setRoughness(0);
-    scene.object = place(scene.root, "object", ball(), mirror, 0, 2.5F, 2, 1.8F);
+    scene.object = place(scene.root, "object", ball(), mirror(), 0, 2.5F, 2, 1.8F);
     scene.camera = eye(5, 0.05F);
     return scene;
 }
 
-/// Something black before a shadow material under an even sky.
-Scene onShadowMaterial()
+/// Something black before a wall or a shadow material, under an even sky.
+Scene inSkysShadow(bool onShadowMaterial)
 {
     Scene scene;
-    const osg::MaterialPtr catcher = material(0.8F);
-    catcher->setShadowMaterial(true);
-    place(scene.root, "catcher", square(), catcher, 0, 0, 0, 8);
-    scene.object = place(scene.root, "object", ball(), material(0), 0, 2.2F, 1.5F, 2);
-    scene.environment = mkRayEnvironment::uniform({ 1, 1, 1 });
-    scene.camera = eye(5, 0.05F);
-    return scene;
-}
-
-/// The same before a wall, under a sky.
-Scene inSkysShadow()
-{
-    Scene scene;
-    place(scene.root, "wall", square(), material(0.8F), 0, 0, 0, 8);
+    const osg::MaterialPtr wall = material(0.8F);
+    wall->setShadowMaterial(onShadowMaterial);
+    place(scene.root, "wall", square(), wall, 0, 0, 0, 8);
     scene.object = place(scene.root, "object", ball(), material(0), 0, 2.2F, 1.5F, 2);
     scene.environment = mkRayEnvironment::uniform({ 1, 1, 1 });
     scene.camera = eye(5, 0.05F);
@@ -163,11 +153,6 @@ C4f seen(const Scene &scene, const Values &values)
     mkNodeUtils::getOrMakeRenderAttributes(scene.object)->setValues(values);
     mkRaySceneReader reader([] {});
     return average(rendered(reader.read(scene.root, scene.environment), scene.camera, 256));
-}
-
-QString text(const C4f &color)
-{
-    return QString("%1 alpha %2").arg(color.g).arg(color.a);
 }
 
 } // namespace
@@ -235,11 +220,11 @@ void tst_RayAttributes::attribute_data()
         { { "Visible", { 0, 1 } },
           { "VisibleInPhotons", { 0, 1 } },
           { "UseOverrideMaterial", { 0.085F, 1 } } });
-    row("on a shadow material", onShadowMaterial, { 0, 0.322F },
+    row("on a shadow material", [] { return inSkysShadow(true); }, { 0, 0.322F },
         { { "Visible", nothing },
           { "CastShadows", nothing },
           { "CastShadowsOnShadowMaterial", nothing } });
-    row("in the sky's shadow", inSkysShadow, { 0.543F, 1 },
+    row("in the sky's shadow", [] { return inSkysShadow(false); }, { 0.543F, 1 },
         { { "Visible", { 0.8F, 1 } },
           { "CastShadows", { 0.8F, 1 } },
           { "UseOverrideMaterial", { 0.675F, 1 } } });
@@ -258,7 +243,7 @@ void tst_RayAttributes::attribute()
         const C4f look = seen(scene, values);
         QVERIFY2(std::abs(look.g - expected.first) < 0.02F
                      && std::abs(look.a - expected.second) < 0.02F,
-                 qPrintable(QString("%1: %2").arg(name, text(look))));
+                 qPrintable(QString("%1: %2 alpha %3").arg(name).arg(look.g).arg(look.a)));
     };
     check(on, "all");
     for (const Attribute &attribute : attributes) {

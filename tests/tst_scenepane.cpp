@@ -15,6 +15,7 @@
 
 #include <QtTest>
 
+#include <QCheckBox>
 #include <QListView>
 #include <QMessageBox>
 #include <QPushButton>
@@ -91,6 +92,7 @@ private Q_SLOTS:
     void selects();
     void editsAreUndone();
     void asksBeforeMaterialInUseIsDeleted();
+    void shadowMaterials();
 
 private:
     HostFixture host;
@@ -307,6 +309,30 @@ void tst_scenepane::asksBeforeMaterialInUseIsDeleted()
     deleteFirst();
     QCOMPARE(answers.count(), 2);
     QTRY_COMPARE(list->model()->rowCount(), 0);
+}
+
+void tst_scenepane::shadowMaterials()
+{
+    SceneWatcher watcher;
+    MaterialsPane pane(&watcher);
+    pane.show();
+    const osg::MaterialPtr red = HostFixture::material("red");
+    auto *const list = pane.findChild<QListView *>("materials");
+    auto *const box = pane.findChild<QCheckBox *>("shadowMaterial");
+    const auto shown = [&](int row) {
+        list->setCurrentIndex(list->model()->index(row, 0));
+        return box->isEnabled() && box->isChecked();
+    };
+    QVERIFY(!box->isEnabled());
+    QVERIFY(!shown(0));
+    box->click();
+    QVERIFY(red->isShadowMaterial() && mkController::isModified());
+    QVERIFY(!shown(1) && shown(0));
+    mkUndo::stack()->undo();
+    QVERIFY(!red->isShadowMaterial());
+    QTRY_VERIFY(!box->isChecked());
+    red->setShadowMaterial(true);
+    QTRY_VERIFY(box->isChecked());
 }
 
 HOST_TEST_MAIN(tst_scenepane)

@@ -1,3 +1,4 @@
+#include "AttributesView.h"
 #include "HostFixture.h"
 #include "LayerPanel.h"
 #include "LayerStatus.h"
@@ -95,27 +96,42 @@ void tst_window::marksChangedNodes()
 {
     SceneWatcher watcher;
     const SceneTree tree(&watcher);
+    const AttributesView view(&watcher);
+    const auto *const table = view.findChild<QTreeWidget *>();
     const QModelIndex row = tree.model()->index(0, 0, tree.model()->index(0, 0));
     const QImage plain = iconOf(row);
     host.addLayer("A", { "a" });
+    const auto attributes = host.attributes(0, "a");
     const osg::MaterialPtr red = HostFixture::material("red");
     red->setColor({ 1, 0, 0, 1 });
-    HostFixture::store()->activateLayer(0);
+    host.selectInHost({ "a" });
+    // Activates the layer, and says how the node's row and the table look.
+    const auto shown = [&] {
+        HostFixture::store()->activateLayer(0);
+        watcher.deliver();
+        return QString(row.data(Qt::ForegroundRole).isValid() ? "dim " : "")
+               + table->topLevelItem(0)->text(1) + ' ' + table->topLevelItem(11)->text(1);
+    };
+    QCOMPARE(shown(), "On Empty");
     QCOMPARE(iconOf(row), plain);
 
-    HostFixture::flag(host.attributes(0, "a"), 6) = false;
-    host.attributes(0, "a")->setOverrideMaterial(red);
-    HostFixture::store()->activateLayer(0);
+    HostFixture::flag(attributes, 6) = false;
+    attributes->setOverrideMaterial(red);
+    QCOMPARE(shown(), "On red");
     const QImage marked = iconOf(row);
     QVERIFY(marked != plain);
     QCOMPARE(row.data(Qt::ToolTipRole).toString(),
              "/scene/a\nOff: Cast shadows\nOverride material, not used: red");
-    host.attributes(0, "a")->setUseOverrideMaterial(true);
-    HostFixture::store()->activateLayer(0);
+    attributes->setUseOverrideMaterial(true);
+    HostFixture::flag(attributes, 1) = false;
+    QCOMPARE(shown(), "dim Off red");
     QVERIFY(iconOf(row) != marked);
     QCOMPARE(iconOf(row).pixelColor(12, 12), QColor(Qt::red));
     mkNodeUtils::resetRenderLayerAttributes(mkScenegraph::getRoot());
+    watcher.deliver();
     QCOMPARE(iconOf(row), plain);
+    QVERIFY(!row.data(Qt::ForegroundRole).isValid());
+    QCOMPARE(table->topLevelItem(0)->text(1), "On");
 }
 
 void tst_window::tellsRowsWithoutNodeApart()

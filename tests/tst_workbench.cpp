@@ -1,4 +1,3 @@
-#include "AttributesView.h"
 #include "HostFixture.h"
 #include "ImportProcess.h"
 #include "MaterialsModel.h"
@@ -68,7 +67,6 @@ private Q_SLOTS:
     void importsDeepScenes();
     void treeSelectionIsTheHosts();
     void treeFollowsRandomEdits();
-    void hiddenNodesShow();
     void rowsDropOnLayers();
     void materials();
     void program();
@@ -205,30 +203,6 @@ void tst_workbench::treeFollowsRandomEdits()
             QCOMPARE(rowText(model, model->index(0, 0)), nodeText(mkScenegraph::getRoot()));
         }
     }
-}
-
-void tst_workbench::hiddenNodesShow()
-{
-    SceneWatcher watcher;
-    SceneTree tree(&watcher);
-    AttributesView view(&watcher);
-    const auto *const table = view.findChild<QTreeWidget *>();
-    const auto shown = [&] {
-        watcher.deliver();
-        const QModelIndex row = tree.model()->index(0, 0, tree.model()->index(0, 0));
-        const bool dim = row.data(Qt::ForegroundRole).isValid();
-        return (dim ? "dim " : "plain ") + table->topLevelItem(0)->text(1) + ' '
-               + table->topLevelItem(11)->text(1);
-    };
-    host.addLayer("A", { "a" });
-    host.flag(host.attributes(0, "a"), 1) = false;
-    host.attributes(0, "a")->setOverrideMaterial(host.material("red"));
-    host.selectInHost({ "a" });
-    QCOMPARE(shown(), "plain On Empty");
-    host.store()->activateLayer(0);
-    QCOMPARE(shown(), "dim Off red");
-    mkNodeUtils::resetRenderLayerAttributes(mkScenegraph::getRoot());
-    QCOMPARE(shown(), "plain On Empty");
 }
 
 void tst_workbench::rowsDropOnLayers()
