@@ -8,6 +8,7 @@
 #include <QDialogButtonBox>
 #include <QLoggingCategory>
 #include <QMessageBox>
+#include <QProgressDialog>
 #include <QPushButton>
 #include <QTest>
 
@@ -115,7 +116,8 @@ ModalAnswers::ModalAnswers(std::function<void(QWidget *)> answer)
     timer.setInterval(5);
     QObject::connect(&timer, &QTimer::timeout, &timer, [this, answer = std::move(answer)] {
         QWidget *const modal = QApplication::activeModalWidget();
-        if (!modal || !modal->isVisible()) {
+        // What only shows progress, as on a busy machine, is no question.
+        if (!modal || !modal->isVisible() || qobject_cast<QProgressDialog *>(modal)) {
             answered.clear();
         } else if (modal != answered) {
             answered = modal;
