@@ -115,7 +115,10 @@ void QMKDockWindowManager::showCentral(QWidget *widget, bool visible)
 bool QMKDockWindowManager::eventFilter(QObject *watched, QEvent *event)
 {
     auto *const dock = qobject_cast<QMKDockWidget *>(watched);
-    if (dock && event->type() == QEvent::HideToParent && !dock->isFloating()) {
+    // Before the window is there, sizes mean nothing yet: a layout that is restored hides and
+    // shows.
+    if (dock && event->type() == QEvent::HideToParent && !dock->isFloating()
+        && window->isVisible()) {
         sizes[dock] = sizesWith(dock);
     } else if (dock && event->type() == QEvent::ShowToParent && sizes.contains(dock)) {
         // Qt would share out the room anew.
