@@ -60,8 +60,13 @@ mkRayLayersDialog::mkRayLayersDialog(QWidget *parent)
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
 
     auto *const form = new QFormLayout(this);
-    form->addRow(tr("&Folder:"), place);
-    form->addRow(tr("&Size:"), size);
+    const auto addRow = [form](const QString &text, QLayout *row, QWidget *first) {
+        auto *const label = new QLabel(text);
+        label->setBuddy(first);
+        form->addRow(label, row);
+    };
+    addRow(tr("&Folder:"), place, folder);
+    addRow(tr("&Size:"), size, pixelsWide);
     form->addRow(tr("S&amples:"), sampleCount);
     form->addRow(tr("For&mat:"), format);
     form->addRow(buttons);
