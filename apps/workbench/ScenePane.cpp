@@ -73,8 +73,9 @@ ScenePane::ScenePane(SceneWatcher *watcher, QWidget *parent)
     again.setSingleShot(true);
     again.setInterval(againAfter);
     connect(&again, &QTimer::timeout, this, &ScenePane::search);
-    for (const auto signal : { &SceneWatcher::sceneReplaced, &SceneWatcher::looksChanged,
-                               &SceneWatcher::materialsChanged }) {
+    // What is looked for in one scene would hide another.
+    connect(watcher, &SceneWatcher::sceneReplaced, field, &QLineEdit::clear);
+    for (const auto signal : { &SceneWatcher::looksChanged, &SceneWatcher::materialsChanged }) {
         connect(watcher, signal, this, &ScenePane::searchAgain);
     }
     connect(watcher, &SceneWatcher::childrenChanged, this, &ScenePane::searchAgain);
