@@ -340,6 +340,9 @@ void tst_Scripting::withoutPanel()
     host->expect({ { "resetRenderLayers()", "None" } });
     QCOMPARE(values({ "a" }), "11111111110 Empty");
     QVERIFY(!mkController::isModified());
+    // Python keeps the module.
+    host->unloadPlugin();
+    QVERIFY(mkScript::run("import gc; gc.collect()"));
 }
 
 void tst_Scripting::cleanupTestCase()

@@ -124,31 +124,29 @@ osg::RaytracingGeoAttachmentPtr mkFindAttributes(const osg::NodePtr &node)
 
 std::size_t mkLayerCount(const osg::RenderLayersPtr &content)
 {
-    return content->getLayers().size();
+    return content == osg::NullFC ? 0 : content->getLayers().size();
 }
 
 osg::RenderLayerPtr mkLayerAt(const osg::RenderLayersPtr &content, std::size_t index)
 {
-    const auto &layers = content->getLayers();
-    return index < layers.size()
-               ? castTo<osg::RenderLayerPtr>(osg::RenderLayer::_type, layers[index])
+    return index < mkLayerCount(content)
+               ? castTo<osg::RenderLayerPtr>(osg::RenderLayer::_type, content->getLayers()[index])
                : osg::RenderLayerPtr(osg::NullFC);
 }
 
 std::size_t mkNodeCount(const osg::RenderLayerPtr &layer)
 {
-    return layer->getNodes().size();
+    return layer == osg::NullFC ? 0 : layer->getNodes().size();
 }
 
 osg::NodePtr mkNodeAt(const osg::RenderLayerPtr &layer, std::size_t index)
 {
-    const auto &nodes = layer->getNodes();
-    return index < nodes.size() ? nodes[index] : osg::NodePtr(osg::NullFC);
+    return index < mkNodeCount(layer) ? layer->getNodes()[index] : osg::NodePtr(osg::NullFC);
 }
 
 osg::RaytracingGeoAttachmentPtr mkAttributesAt(const osg::RenderLayerPtr &layer, std::size_t index)
 {
-    const auto &attributes = layer->getAttributes();
-    return index < attributes.size() ? asAttributes(attributes[index])
-                                     : osg::RaytracingGeoAttachmentPtr(osg::NullFC);
+    return layer != osg::NullFC && index < layer->getAttributes().size()
+               ? asAttributes(layer->getAttributes()[index])
+               : osg::RaytracingGeoAttachmentPtr(osg::NullFC);
 }

@@ -42,7 +42,7 @@ osg::MaterialPtr mkUnwrap(const mkMaterialPtr &material);
 /// The render attributes that the node itself carries; null when there are none or for null.
 osg::RaytracingGeoAttachmentPtr mkFindAttributes(const osg::NodePtr &node);
 
-// The store's content. Entries past the end, and those of another type, are null.
+// The store's content. Null has no entries; those past the end, and of another type, are null.
 
 std::size_t mkLayerCount(const osg::RenderLayersPtr &content);
 osg::RenderLayerPtr mkLayerAt(const osg::RenderLayersPtr &content, std::size_t index);

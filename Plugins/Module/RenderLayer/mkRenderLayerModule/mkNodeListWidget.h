@@ -169,11 +169,9 @@ private:
     /// a layer's name, the result opens it again with what was typed.
     std::function<void()> suspendEdit();
     void resumeEdit(const QString &layerName, const QString &typed, int start, int length);
-    void storeExpansion(QTreeWidgetItem *item);
 
     void move(const char *function, Direction direction);
     void clickClearButton(mkNodeItem *row);
-    static void acceptDrag(QDragMoveEvent *event);
 
     bool pressedOnButton = false;
     QModelIndex pressedIndex;

@@ -95,8 +95,10 @@ void mkNodeListWidget::clearOverrideMaterial()
     }
     run("mkNodeListWidget::clearOverrideMaterial", FitColumn | MarkModified,
         [&rows, self = QPointer<mkNodeListWidget>(this)] {
-            for (auto row = rows.begin(); self && row != rows.end(); ++row) {
-                (*row)->clearOverrideMaterial();
+            for (const mkNodeItem *row : rows) {
+                if (self) {
+                    row->clearOverrideMaterial();
+                }
             }
         });
 }
@@ -124,14 +126,9 @@ osg::RaytracingGeoAttachmentPtr mkNodeListWidget::getItemAttributes(mkNodeItem *
         return osg::NullFC;
     }
     const unsigned layerIndex = item->getLayerIndex();
-    const int index = item->getAttributeIndex();
-    const osg::RenderLayersPtr content = mkStore()->getAttachment();
-    if (content == osg::NullFC || index < 0) {
-        return osg::NullFC;
-    }
-    const osg::RenderLayerPtr layer = mkLayerAt(content, layerIndex);
-    return layer == osg::NullFC ? osg::RaytracingGeoAttachmentPtr(osg::NullFC)
-                                : mkAttributesAt(layer, std::size_t(index));
+    // Past every end where it has not been set.
+    const auto index = std::size_t(item->getAttributeIndex());
+    return mkAttributesAt(mkLayerAt(mkStore()->getAttachment(), layerIndex), index);
 }
 
 mkNodeListWidget::Rows mkNodeListWidget::getTargetNodeItems() const

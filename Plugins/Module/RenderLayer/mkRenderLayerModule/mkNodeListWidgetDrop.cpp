@@ -32,6 +32,14 @@ mkdMaterial readDroppedMaterial(const QMimeData *data, const QString &format)
     return material;
 }
 
+void acceptDrag(QDragMoveEvent *event)
+{
+    const QMimeData *const data = event->mimeData();
+    if (data->hasFormat(treeItemFormat) || data->hasFormat(materialFormat)) {
+        event->acceptProposedAction();
+    }
+}
+
 } // namespace
 
 void mkNodeListWidget::dragEnterEvent(QDragEnterEvent *event)
@@ -42,14 +50,6 @@ void mkNodeListWidget::dragEnterEvent(QDragEnterEvent *event)
 void mkNodeListWidget::dragMoveEvent(QDragMoveEvent *event)
 {
     acceptDrag(event);
-}
-
-void mkNodeListWidget::acceptDrag(QDragMoveEvent *event)
-{
-    const QMimeData *const data = event->mimeData();
-    if (data->hasFormat(treeItemFormat) || data->hasFormat(materialFormat)) {
-        event->acceptProposedAction();
-    }
 }
 
 void mkNodeListWidget::dropEvent(QDropEvent *event)

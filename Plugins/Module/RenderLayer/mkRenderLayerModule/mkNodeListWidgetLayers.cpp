@@ -19,7 +19,7 @@ std::vector<std::string> namesOfLayers()
 {
     std::vector<std::string> names;
     const osg::RenderLayersPtr content = mkStore()->getAttachment();
-    for (std::size_t i = 0; content != osg::NullFC && i < mkLayerCount(content); ++i) {
+    for (std::size_t i = 0; i < mkLayerCount(content); ++i) {
         if (const osg::RenderLayerPtr layer = mkLayerAt(content, i); layer != osg::NullFC) {
             names.push_back(layer->getName());
         }
@@ -222,14 +222,12 @@ void mkNodeListWidget::move(const char *function, Direction direction)
 
 void mkNodeListWidget::activateSelected()
 {
-    {
-        const RowsInUse inUse(this);
-        for (const mkNodeItem *row : selectedRows(true)) {
-            if (inUse.areGone()) {
-                break;
-            }
-            row->activate();
+    const RowsInUse inUse(this);
+    for (const mkNodeItem *row : selectedRows(true)) {
+        if (inUse.areGone()) {
+            break;
         }
+        row->activate();
     }
     mkController::updateRender(false);
 }

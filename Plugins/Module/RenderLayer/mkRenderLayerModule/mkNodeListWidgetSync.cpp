@@ -25,7 +25,7 @@ osg::RenderLayersPtr showableContent(mkRenderLayer *store)
         return osg::NullFC;
     }
     const osg::RenderLayersPtr content = store->getAttachment();
-    for (std::size_t i = 0; content != osg::NullFC && i < mkLayerCount(content); ++i) {
+    for (std::size_t i = 0; i < mkLayerCount(content); ++i) {
         if (mkLayerAt(content, i) == osg::NullFC) {
             return osg::NullFC;
         }
@@ -58,6 +58,18 @@ void createRows(const osg::RenderLayersPtr &content, QList<QTreeWidgetItem *> &r
             nodeRow->setAttributeIndex(int(j));
             nodeRows.append(nodeRow.release());
         }
+    }
+}
+
+void storeExpansion(QTreeWidgetItem *item)
+{
+    const auto *const row = static_cast<mkNodeItem *>(item);
+    const bool isLayer = row && row->isLayer();
+    const unsigned index = isLayer ? row->getLayerIndex() : 0;
+    const unsigned state = isLayer && row->isExpanded() ? 1 : 0;
+    mkRenderLayer *const store = mkScenegraph::getRenderLayer();
+    if (row && store && !store->isEmpty() && isLayer) {
+        store->setCollapseState(index, state);
     }
 }
 
@@ -250,18 +262,6 @@ void mkNodeListWidget::resumeEdit(const QString &layerName, const QString &typed
     if (auto *const line = qobject_cast<QLineEdit *>(editor)) {
         line->setText(typed);
         line->setSelection(start, length);
-    }
-}
-
-void mkNodeListWidget::storeExpansion(QTreeWidgetItem *item)
-{
-    const auto *const row = static_cast<mkNodeItem *>(item);
-    const bool isLayer = row && row->isLayer();
-    const unsigned index = isLayer ? row->getLayerIndex() : 0;
-    const unsigned state = isLayer && row->isExpanded() ? 1 : 0;
-    mkRenderLayer *const store = mkScenegraph::getRenderLayer();
-    if (row && store && !store->isEmpty() && isLayer) {
-        store->setCollapseState(index, state);
     }
 }
 

@@ -100,9 +100,7 @@ void addNodes(const std::vector<mkNodePtr> &nodes, const char *layerName)
 /// is passed must be an unbroken run from the first parameter.
 BOOST_PYTHON_FUNCTION_OVERLOADS(FlagSetters, mkRenderLayerModule::setNodeVisibilityFlags, 9, 13)
 
-} // namespace
-
-BOOST_PYTHON_MODULE(mkRenderLayerModule)
+void defineFunctions()
 {
     using python::arg;
     const python::docstring_options options(true, false);
@@ -126,6 +124,19 @@ BOOST_PYTHON_MODULE(mkRenderLayerModule)
                 arg("node"), resetFlagsDoc, GuiThreadOnly());
     python::def("activateRenderLayerState", &mkRenderLayerModule::activateRenderLayerState,
                 arg("name"), activateStateDoc, GuiThreadOnly());
+}
+
+} // namespace
+
+/// As BOOST_PYTHON_MODULE makes it, but for the definition: Python looks at that whenever it
+/// collects garbage, also once the library is unloaded, so it lies elsewhere and is never freed.
+extern "C" Q_DECL_EXPORT PyObject *PyInit_mkRenderLayerModule()
+{
+    auto *const definition = new PyModuleDef{};
+    definition->m_base = PyModuleDef_HEAD_INIT;
+    definition->m_name = "mkRenderLayerModule";
+    definition->m_size = -1;
+    return python::detail::init_module(*definition, defineFunctions);
 }
 
 namespace {
