@@ -126,7 +126,7 @@ osg::RaytracingGeoAttachmentPtr mkNodeListWidget::getItemAttributes(mkNodeItem *
         return osg::NullFC;
     }
     const unsigned layerIndex = item->getLayerIndex();
-    // Past every end where it has not been set.
+    // -1, where it has not been set, is past any end.
     const auto index = std::size_t(item->getAttributeIndex());
     return mkAttributesAt(mkLayerAt(mkStore()->getAttachment(), layerIndex), index);
 }

@@ -6,7 +6,7 @@
 
 namespace {
 
-/// The names of so many nodes, and no more.
+/// Enough for the names of so many nodes.
 constexpr int mostSizes = 20000;
 
 } // namespace

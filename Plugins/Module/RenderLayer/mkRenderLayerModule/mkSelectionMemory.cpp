@@ -31,8 +31,8 @@ bool takeOne(QHash<Key, int> &remembered, const Key &key)
     return true;
 }
 
-/// The cells of column 0. Told of one of its cells, the tree notes a row as selected or not; told
-/// of all, it does so for each.
+/// The cells of column 0. The tree marks a row as selected, or not, for every cell of it that it is
+/// told of; one is enough.
 QItemSelection firstCells(const QItemSelection &rows)
 {
     QItemSelection cells;
@@ -144,7 +144,8 @@ void mkSelectionMemory::restore(mkNodeListWidget &tree)
                          ? tree.topLevelItem(first.layer.row())->child(first.first)
                          : tree.topLevelItem(first.first));
     // To select row by row, or with the Rows flag, is quadratic. Two steps leave what the many
-    // would: the last row is the one that a following Shift+click replaces.
+    // would: the last row is the one that a following Shift+click replaces. A row that is the only
+    // one is selected twice, as it would be by becoming current first.
     QItemSelection last;
     last.append(selection.last());
     if (selection.size() > 1) {
