@@ -2,10 +2,6 @@
 
 #include "mkKernel/mkController.h"
 
-#include <QCheckBox>
-#include <QDialog>
-#include <QDialogButtonBox>
-#include <QPushButton>
 #include <QTest>
 
 /// Attribute cells, the clear button, and the dialog that applies attributes.
@@ -19,7 +15,6 @@ private Q_SLOTS:
     void editsAreAnnounced();
     void clearIcon();
     void pressAndRelease();
-    void dialogIsLeft();
 
 private:
     HostFixture host;
@@ -138,64 +133,6 @@ void tst_Attributes::pressAndRelease()
     check("a flag", "b flag", "A/a A/b*");
     check("b button", "a button", "B*");
     check("nowhere", "b flag", "B*");
-}
-
-/// The boxes begin unchecked and stay as they were left, however that was.
-void tst_Attributes::dialogIsLeft()
-{
-    host.unloadPlugin();
-    host.loadPlugin();
-    init();
-    host.select({ "A/b" });
-    host.tree()->setColumnWidth(0, 1);
-    const int narrow = host.tree()->columnWidth(0);
-    QString boxes = "00000000000";
-    QString applied = "11111111110 blue";
-    int column = 1;
-    for (const QString way : { "space", "return", "return", "close", "ok", "escape", "cancel" }) {
-        const ModalAnswers answers([&](QWidget *modal) {
-            QMap<int, QCheckBox *> shown;
-            QString states;
-            for (QCheckBox *const box : modal->findChildren<QCheckBox *>()) {
-                shown[box->y()] = box;
-            }
-            for (const QCheckBox *const box : qAsConst(shown)) {
-                states += box->isChecked() ? '1' : '0';
-            }
-            QCOMPARE(states, boxes);
-            if (column == 1) {
-                QTest::keyClick(modal->focusWidget(), Qt::Key_Space);
-                QVERIFY(modal->isVisible());
-            } else {
-                shown.values()[column - 1]->click();
-            }
-            boxes[column - 1] = '1';
-            auto *const buttons = modal->findChild<QDialogButtonBox *>();
-            if (way == "return") {
-                QTest::keyClick(modal->focusWidget(), Qt::Key_Return);
-            } else if (way == "escape") {
-                QTest::keyClick(modal, Qt::Key_Escape);
-            } else if (way == "space") {
-                buttons->button(QDialogButtonBox::Cancel)->setFocus();
-                QTest::keyClick(modal->focusWidget(), Qt::Key_Space);
-            } else if (way != "close") {
-                buttons->buttons()[way == "ok" ? 0 : 1]->click();
-            }
-        });
-        mkController::setModified(0);
-        host.action("Apply Attributes to Selected ...")->trigger();
-        QCOMPARE(answers.count(), 1);
-        const bool agreed = way == "ok" || way == "return";
-        applied = agreed ? boxes + " blue" : applied;
-        QCOMPARE(way + ' ' + host.cells("A/b"), way + ' ' + applied);
-        QCOMPARE(mkController::isModified(), agreed);
-        ++column;
-    }
-    QCOMPARE(host.tree()->columnWidth(0), narrow);
-    const ModalAnswers none(ModalAnswers::agree);
-    host.select({});
-    host.action("Apply Attributes to Selected ...")->trigger();
-    QCOMPARE(none.count(), 0);
 }
 
 HOST_TEST_MAIN(tst_Attributes)

@@ -5,6 +5,7 @@
 #include "mkOpenSGUtils/mkMaterials.h"
 
 #include <QCheckBox>
+#include <QDialogButtonBox>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QTest>
@@ -122,23 +123,41 @@ PanelSession::Deeds PanelSession::deedsInPanel()
             host.clickTool("Delete");
         },
         [this] {
-            const bool agreed = step.b % 4 != 0;
-            const QString flags = QString::number(step.a % 2048, 2).rightJustified(11, '0');
-            tell(agreed ? "apply " + flags : "open the attributes and cancel");
+            const int way = int(step.b % 8);
+            const int changed = int(step.a % 11);
+            tell(QString("change attribute %1 and leave in way %2").arg(changed).arg(way));
+            // The dialog lives as long as the panel, and its boxes stay as they were left.
+            static QString boxes(11, '0');
+            const QString before = boxes;
             answer = [&](QWidget *modal) {
-                QMap<int, QCheckBox *> boxes;
+                QMap<int, QCheckBox *> shown;
+                QString states;
                 for (QCheckBox *const box : modal->findChildren<QCheckBox *>()) {
-                    boxes[box->y()] = box;
+                    shown[box->y()] = box;
                 }
-                for (int i = 0; i < flags.size(); ++i) {
-                    boxes.values()[i]->setChecked(flags[i] == '1');
+                for (const QCheckBox *const box : qAsConst(shown)) {
+                    states += box->isChecked() ? '1' : '0';
                 }
-                agreed ? ModalAnswers::agree(modal) : void(modal->close());
+                compare("boxes", states, before);
+                // The first box has the focus, whatever had it last; and Space leaves nothing.
+                if (changed > 0) {
+                    shown.values()[changed]->setFocus();
+                }
+                QTest::keyClick(modal->focusWidget(), Qt::Key_Space);
+                auto *const buttons = modal->findChild<QDialogButtonBox *>();
+                QAbstractButton *const cancel = buttons->button(QDialogButtonBox::Cancel);
+                way == 0   ? void(modal->close())
+                : way == 1 ? QTest::keyClick(modal, Qt::Key_Escape)
+                : way == 2 ? (cancel->setFocus(), QTest::keyClick(cancel, Qt::Key_Space))
+                : way == 3 ? cancel->click()
+                : way == 4 ? ModalAnswers::agree(modal)
+                           : QTest::keyClick(modal->focusWidget(), Qt::Key_Return);
             };
             if (!model.tree.selectedItems().empty()) {
                 model.warnings = 1;
-                if (agreed) {
-                    model.applyAttributes(flags);
+                boxes[changed] = boxes[changed] == '1' ? '0' : '1';
+                if (way > 3) {
+                    model.applyAttributes(boxes);
                 }
             }
             host.action("Apply Attributes to Selected ...")->trigger();

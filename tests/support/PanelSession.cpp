@@ -222,7 +222,7 @@ PanelSession::Deeds PanelSession::deedsBeside()
             const bool told = step.b % 3 != 0;
             tell(QString("rename material %1%2")
                      .arg(mkMaterials::getName(material), told ? "" : ", untold"));
-            material->setName(step.b % 2 == 0 ? "red" : "gold" + std::to_string(step.b % 4));
+            material->setName(step.b % 2 == 0 ? "red" : "Röd木" + std::to_string(step.b % 4));
             if (told) {
                 if (model.store.isMaterialInUse(material)) {
                     model.rebuild(false);
