@@ -168,6 +168,7 @@ PanelSession::Deeds PanelSession::deedsInPanel()
             host.rebuild();
         },
         [this] { rename(); },
+        [this] { rename(); },
     };
 }
 

@@ -17,7 +17,7 @@ public:
         unsigned b;
     };
     /// Steps are of kinds below this number.
-    static constexpr unsigned kinds = 38;
+    static constexpr unsigned kinds = 39;
 
     explicit PanelSession(HostFixture &fixture);
     /// The story up to the first step after which panel and model differ; empty if none does.
