@@ -45,31 +45,31 @@ void tst_Attributes::doubleClickToggles()
 
 void tst_Attributes::editsAreAnnounced()
 {
-    const Announcements announced(host.attributes(0, "a"));
+    const Announcements announced(host.attributes(0, "b"));
     const HostCalls calls;
-    host.doubleClick("A/a", 1);
-    QCOMPARE(announced.lines, QStringList("01111111110 red all"));
+    host.doubleClick("A/b", 1);
+    QCOMPARE(announced.lines, QStringList("01111111110 blue all"));
     QCOMPARE(calls.lines({ "FieldContainer::changed", "mkRenderLayer::setAttributes" }).last(),
-             "mkRenderLayer::setAttributes(0, \"a\", RaytracingGeoAttachment)");
+             "mkRenderLayer::setAttributes(0, \"b\", RaytracingGeoAttachment)");
     osg::FieldContainerPtr::_ignore_change = true;
-    host.doubleClick("A/a", 1);
+    host.doubleClick("A/b", 1);
     osg::FieldContainerPtr::_ignore_change = false;
     QCOMPARE(announced.lines.size(), 1);
     QCOMPARE(int(announced.list.getChanged().size()), 2);
 
-    host.select({ "A/a" });
+    host.select({ "A/b" });
     const ModalAnswers answers(ModalAnswers::agree);
     host.action("Apply Attributes to Selected ...")->trigger();
-    QCOMPARE(announced.lines.mid(1), QStringList("00000000000 red all"));
-    host.doubleClick("A/a", 11);
+    QCOMPARE(announced.lines.mid(1), QStringList("00000000000 blue all"));
+    host.doubleClick("A/b", 11);
     host.tree()->setColumnWidth(0, 1);
     const int narrow = host.tree()->columnWidth(0);
-    host.click(host.clearButton(host.row("A/a")));
+    host.click(host.clearButton(host.row("A/b")));
     QVERIFY(host.tree()->columnWidth(0) > narrow);
     QCOMPARE(announced.lines.mid(3), QStringList("00000000001 Empty all"));
     host.action("Clear Override Material")->trigger();
     QCOMPARE(announced.lines.size(), 4);
-    QCOMPARE(host.cells("A/a"), "00000000000 Empty");
+    QCOMPARE(host.cells("A/b"), "00000000000 Empty");
 }
 
 void tst_Attributes::clearIcon()
