@@ -4,8 +4,6 @@
 #include "BenchHost.h"
 #include "Measure.h"
 
-#include <QEvent>
-
 /// Selects rows of a tree, bare or not.
 using Select = std::function<void(QTreeWidget *)>;
 
@@ -58,8 +56,6 @@ private:
     /// Every node carries attributes of its own.
     static Select activatedScene();
     double dropMaterialSeconds(const QPoint &point);
-    QPoint cellCentre(int node, int column) const;
-    void sendMouse(QEvent::Type type, const QPoint &point);
 
     BenchHost host;
     BareTree bare;

@@ -13,7 +13,6 @@
 #include <QMouseEvent>
 
 #include <algorithm>
-#include <array>
 
 void TreeBench::reportCommand(const QString &name, const TreeShape &shape, const Select &select,
                               const Timed &work)
@@ -58,21 +57,38 @@ void TreeBench::commands()
     reportCommand("message_after_reading", { 1, 100000 }, activatedScene(), messageAfterReading());
 }
 
-QPoint TreeBench::cellCentre(int node, int column) const
+namespace {
+
+/// Of a node in the first layer.
+QPoint cellCentre(const QTreeWidget *tree, int node, int column)
 {
-    QTreeWidget *const tree = host.tree();
     const QRect row = tree->visualItemRect(tree->topLevelItem(0)->child(node));
     return { tree->columnViewportPosition(column) + tree->columnWidth(column) / 2,
              row.center().y() };
 }
 
-void TreeBench::sendMouse(QEvent::Type type, const QPoint &point)
+void sendMouse(const QTreeWidget *tree, QEvent::Type type, const QPoint &point)
 {
-    QMouseEvent event(type, point, host.tree()->viewport()->mapToGlobal(point), Qt::LeftButton,
+    QMouseEvent event(type, point, tree->viewport()->mapToGlobal(point), Qt::LeftButton,
                       type == QEvent::MouseButtonRelease ? Qt::NoButton : Qt::LeftButton,
                       Qt::NoModifier);
-    QApplication::sendEvent(host.tree()->viewport(), &event);
+    QApplication::sendEvent(tree->viewport(), &event);
 }
+
+void click(const QTreeWidget *tree, const QPoint &point)
+{
+    sendMouse(tree, QEvent::MouseButtonPress, point);
+    sendMouse(tree, QEvent::MouseButtonRelease, point);
+}
+
+void doubleClick(const QTreeWidget *tree, const QPoint &point)
+{
+    click(tree, point);
+    sendMouse(tree, QEvent::MouseButtonDblClick, point);
+    sendMouse(tree, QEvent::MouseButtonRelease, point);
+}
+
+} // namespace
 
 double TreeBench::dropMaterialSeconds(const QPoint &point)
 {
@@ -89,18 +105,29 @@ double TreeBench::dropMaterialSeconds(const QPoint &point)
     return secondsOf([&] { QApplication::sendEvent(viewport, &drop); });
 }
 
+/// Against bare code that is given the same events, writes the cell, and fits the first column
+/// where the panel does.
 void TreeBench::singleRows()
 {
     const std::vector<TreeShape> sizes{ { 1, 1000 }, { 1, 10000 }, { 1, 100000 }, { 10000, 10 } };
-    std::vector<std::array<double, 3>> milliseconds;
+    const char *const names[] = { "toggle", "drop_material", "clear_button" };
+    std::vector<double> rows;
+    std::vector<double> grown[std::size(names)];
     for (const TreeShape &shape : sizes) {
         host.open(shape);
-        QTreeWidget *const tree = host.tree();
-        tree->header()->resizeSections(QHeaderView::ResizeToContents);
-        tree->scrollToTop();
+        bare.build(shape, host.nodeNames());
+        bare.resize(host.tree()->size());
+        bare.show();
+        for (QTreeWidget *tree :
+             { static_cast<QTreeWidget *>(host.tree()), static_cast<QTreeWidget *>(&bare) }) {
+            tree->header()->resizeSections(QHeaderView::ResizeToContents);
+            tree->scrollToTop();
+        }
         QApplication::processEvents();
-        const QPoint cell = cellCentre(2, 3);
-        const QPoint materialCell = cellCentre(2, mkColumn::OverrideMaterial);
+        QTreeWidget *const tree = host.tree();
+        const QPoint cell = cellCentre(tree, 2, 3);
+        const QPoint bareCell = cellCentre(&bare, 2, 3);
+        const QPoint materialCell = cellCentre(tree, 2, mkColumn::OverrideMaterial);
         const QPoint button(tree->columnViewportPosition(mkColumn::OverrideMaterial) + 10,
                             materialCell.y());
         const auto shown = [tree](int column) {
@@ -115,12 +142,7 @@ void TreeBench::singleRows()
         const Timed toggle = [&] {
             const QString other = shown(3) == QLatin1String("On") ? QStringLiteral("Off")
                                                                   : QStringLiteral("On");
-            const double seconds = secondsOf([&] {
-                sendMouse(QEvent::MouseButtonPress, cell);
-                sendMouse(QEvent::MouseButtonRelease, cell);
-                sendMouse(QEvent::MouseButtonDblClick, cell);
-                sendMouse(QEvent::MouseButtonRelease, cell);
-            });
+            const double seconds = secondsOf([&] { doubleClick(tree, cell); });
             check(3, other);
             return seconds;
         };
@@ -131,29 +153,47 @@ void TreeBench::singleRows()
         };
         const Timed clear = [&] {
             dropMaterialSeconds(materialCell);
-            const double seconds = secondsOf([&] {
-                sendMouse(QEvent::MouseButtonPress, button);
-                sendMouse(QEvent::MouseButtonRelease, button);
-            });
+            const double seconds = secondsOf([&] { click(tree, button); });
             check(mkColumn::OverrideMaterial, QStringLiteral("Empty"));
             return seconds;
         };
-        milliseconds.push_back(
-            { shortMilliseconds(toggle), shortMilliseconds(drop), shortMilliseconds(clear) });
-    }
-    const char *const names[] = { "toggle", "drop_material", "clear_button" };
-    for (std::size_t i = 0; i < std::size(names); ++i) {
-        std::vector<double> rows;
-        std::vector<double> grown;
-        for (std::size_t size = 0; size < sizes.size(); ++size) {
-            report.line(QLatin1String(names[i]) + QLatin1Char('/') + sizes[size].name(),
-                        milliseconds[size][i], QStringLiteral("ms"), 1.0);
-            if (sizes[size].layers == 1) {
-                rows.push_back(sizes[size].rows());
-                grown.push_back(milliseconds[size][i]);
+        const auto write = [this](int column) {
+            QTreeWidgetItem *const row = bare.topLevelItem(0)->child(2);
+            row->setText(column, row->text(column) == QLatin1String("On") ? QStringLiteral("Off")
+                                                                          : QStringLiteral("On"));
+        };
+        const Timed bareToggle = [&] {
+            return secondsOf([&] {
+                doubleClick(&bare, bareCell);
+                write(3);
+            });
+        };
+        const Timed bareFit = [&] {
+            return secondsOf([&] {
+                click(&bare, bareCell);
+                write(mkColumn::OverrideMaterial);
+                bare.resizeColumnToContents(0);
+            });
+        };
+        const double floors[] = { shortMilliseconds(bareToggle), shortMilliseconds(bareFit) };
+        const double subjects[] = { shortMilliseconds(toggle), shortMilliseconds(drop),
+                                    shortMilliseconds(clear) };
+        if (shape.layers == 1) {
+            rows.push_back(shape.rows());
+        }
+        for (std::size_t i = 0; i < std::size(names); ++i) {
+            report.line(QLatin1String(names[i]) + QLatin1Char('/') + shape.name(),
+                        subjects[i] / floors[i == 0 ? 0 : 1], QStringLiteral("x_bare"), 1.0,
+                        QStringLiteral("%1 ms").arg(subjects[i], 0, 'f', 3));
+            if (shape.layers == 1) {
+                grown[i].push_back(subjects[i]);
             }
         }
-        report.line(QStringLiteral("growth/") + QLatin1String(names[i]),
-                    growthExponent(rows, grown), "exponent", 0.15);
     }
+    for (std::size_t i = 0; i < std::size(names); ++i) {
+        report.line(QStringLiteral("growth/") + QLatin1String(names[i]),
+                    growthExponent(rows, grown[i]), "exponent", 0.15);
+    }
+    bare.hide();
+    bare.clear();
 }

@@ -70,11 +70,14 @@ SceneTree::SceneTree(SceneWatcher *sceneWatcher, QWidget *parent)
             &SceneTree::showHostSelection);
     // Rows that went away took their part of the selection along.
     connect(watcher, &SceneWatcher::childrenChanged, this, &SceneTree::showHostSelection);
-    for (QScrollBar *bar : { verticalScrollBar(), horizontalScrollBar() }) {
-        connect(bar, &QScrollBar::rangeChanged, this, &SceneTree::fitColumn);
-    }
     connect(verticalScrollBar(), &QScrollBar::valueChanged, this, &SceneTree::fitColumn);
     expandFirstLevels();
+}
+
+void SceneTree::updateGeometries()
+{
+    QTreeView::updateGeometries();
+    fitColumn();
 }
 
 void SceneTree::fitColumn()

@@ -35,6 +35,7 @@ protected:
     void selectionChanged(const QItemSelection &selected,
                           const QItemSelection &deselected) override;
     void startDrag(Qt::DropActions supportedActions) override;
+    void updateGeometries() override;
 
 private:
     void createActions();

@@ -79,6 +79,7 @@ public:
         : device(rtcNewDevice(nullptr))
         , mesh(rtcNewScene(device))
         , top(rtcNewScene(device))
+        , count(unsigned(snapshot.instances.size()))
     {
         const mkRayMesh &source = *snapshot.instances.front().mesh;
         RTCGeometry triangles = rtcNewGeometry(device, RTC_GEOMETRY_TYPE_TRIANGLE);
@@ -110,6 +111,17 @@ public:
     }
     BareScene(const BareScene &) = delete;
     BareScene &operator=(const BareScene &) = delete;
+
+    /// Gives all instances this mask.
+    void setMask(std::uint32_t mask) const
+    {
+        for (unsigned i = 0; i < count; ++i) {
+            RTCGeometry placed = rtcGetGeometry(top, i);
+            rtcSetGeometryMask(placed, mask);
+            rtcCommitGeometry(placed);
+        }
+        rtcCommitScene(top);
+    }
 
     /// Number of rays that meet something.
     int trace(const std::vector<mkRay> &rays) const
@@ -145,6 +157,7 @@ private:
     RTCDevice device;
     RTCScene mesh;
     RTCScene top;
+    unsigned count;
 };
 
 /// The rays of a film's first pass, in the order of its tiles.
@@ -211,24 +224,32 @@ void activation(Report &report)
     mkRayScene scene;
     scene.apply(reader.read(root, environment));
     const int builds = scene.builds();
+    const BareScene bare(scene.snapshot());
 
-    std::vector<double> seconds;
     std::vector<double> toPicture;
-    for (int run = 0; run < 15; ++run) {
-        const bool activate = run % 2 == 0;
+    bool activate = false;
+    const auto subject = [&] {
+        activate = !activate;
         for (const osg::NodePtr &place : root->getChildren()) {
             mkNodeUtils::getOrMakeRenderAttributes(place->getChildren().front())
                 ->setValues(activate ? values : osg::RenderAttributeValues());
         }
-        seconds.push_back(secondsOf([&] { scene.apply(reader.read(root, environment)); }));
+        const double seconds = secondsOf([&] { scene.apply(reader.read(root, environment)); });
         mkRayFilm film(frame / 4);
         const std::atomic<bool> cancelled{ false };
         toPicture.push_back(
             secondsOf([&] { film.addPass(mkRayIntegrator(scene), above(columns), 0, cancelled); }));
-    }
-    report.line(QStringLiteral("rays/activation_10000"), median(seconds) * 1000,
-                QStringLiteral("ms"), 20,
-                QStringLiteral("the first rough picture takes %1 ms more on one processor")
+        return seconds;
+    };
+    const Comparison result = compare(15, subject, [&] {
+        const std::uint32_t mask = activate ? mkRayKind::Camera : mkRayKind::All;
+        return secondsOf([&] { bare.setMask(mask); });
+    });
+    report.line(QStringLiteral("rays/activation_10000"), result.ratio, QStringLiteral("x_bare"), 2,
+                QStringLiteral(
+                    "%1; %2 ms; the first rough picture takes %3 ms more on one processor")
+                    .arg(result.spread)
+                    .arg(result.subject * 1000, 0, 'f', 1)
                     .arg(median(toPicture) * 1000, 0, 'f', 1));
     report.line(QStringLiteral("rays/activation_10000/builds"), scene.builds() - builds,
                 QStringLiteral("builds"), 0);
