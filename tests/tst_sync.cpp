@@ -161,7 +161,11 @@ void tst_Sync::newRowsFit()
 void tst_Sync::rebuildIsSilent()
 {
     QTreeWidget *const tree = host.tree();
-    host.select({ "A", "A/b", "B/c" });
+    // Two layers of one name.
+    host.store()->setLayerName(2, "A");
+    host.store()->setCollapseState(2, 1);
+    host.rebuild();
+    host.select({ "A", "A/b", "B/c", "A/e" });
     QSignalSpy expanded(tree, &QTreeWidget::itemExpanded);
     QSignalSpy changed(tree, &QTreeWidget::itemChanged);
     QSignalSpy current(tree, &QTreeWidget::currentItemChanged);
@@ -179,7 +183,7 @@ void tst_Sync::rebuildIsSilent()
     const ModalAnswers answers(ModalAnswers::agree);
     host.action("Apply Attributes to Selected ...")->trigger();
     QVERIFY(tree->updatesEnabled() && !tree->signalsBlocked());
-    QCOMPARE(host.selected(), "A* A/b B/c");
+    QCOMPARE(host.selected(), "A* A/b B/c A/e");
     QCOMPARE(expanded.size() + changed.size(), 0);
     // That the old rows go is told, what is restored is not.
     QCOMPARE(heard, 1);
