@@ -228,8 +228,11 @@ void tst_Module::transformationRepaints()
     } watcher;
     host->settle();
     host->tree()->viewport()->installEventFilter(&watcher);
+    host->settle();
+    watcher.painted = false;
     host->send("mkTransform::changedTransformation");
-    QTRY_VERIFY(watcher.painted);
+    host->settle();
+    QVERIFY(watcher.painted);
 }
 
 void tst_Module::messageIds()

@@ -21,6 +21,7 @@ private Q_SLOTS:
     void firstColumn();
     void newRowsFit();
     void rebuildIsSilent();
+    void restoredRows();
 
 private:
     HostFixture host;
@@ -188,6 +189,33 @@ void tst_Sync::rebuildIsSilent()
     // That the old rows go is told, what is restored is not.
     QCOMPARE(heard, 1);
     QCOMPARE(current.size(), 1);
+}
+
+/// As if they had been selected one by one, which a row taken out shows; of many, the same ones.
+void tst_Sync::restoredRows()
+{
+    host.addLayer("D");
+    host.addLayer("E");
+    host.rebuild();
+    host.select({ "B", "C", "E" });
+    host.key(Qt::Key_Up, Qt::ControlModifier);
+    host.click("B", 0, Qt::ControlModifier);
+    const HostCalls calls;
+    host.clickTool("Activate Layer");
+    QVERIFY(calls.commands().startsWith("activateLayer(1) activateLayer(3)"));
+
+    QStringList names;
+    for (int i = 0; i < 1100; ++i) {
+        host.addLayer(QString::number(i));
+        if (i % 540 > 0) {
+            names += QString::number(i);
+        }
+    }
+    host.rebuild();
+    host.select(names);
+    const QString selected = host.selected();
+    host.key(Qt::Key_Up, Qt::ControlModifier);
+    QCOMPARE(host.selected(), selected);
 }
 
 HOST_TEST_MAIN(tst_Sync)
