@@ -211,7 +211,13 @@ std::unique_ptr<mkRaySceneReader::Reading> mkRaySceneReader::start(
 
 std::shared_ptr<const mkRaySnapshot> mkRaySceneReader::finish(Reading &done)
 {
-    forgetUnused();
+    const auto forgetUnused = [](auto &kept) {
+        for (auto entry = kept.begin(); entry != kept.end();) {
+            entry = entry->second.used ? std::next(entry) : kept.erase(entry);
+        }
+    };
+    forgetUnused(meshes);
+    forgetUnused(textures);
     if (done.attributes) {
         return done.snapshot;
     }
@@ -365,17 +371,6 @@ std::shared_ptr<const mkRayTexture> mkRaySceneReader::texture(const osg::Texture
     return entry->second.part;
 }
 
-void mkRaySceneReader::forgetUnused()
-{
-    const auto forget = [](auto &kept) {
-        for (auto entry = kept.begin(); entry != kept.end();) {
-            entry = entry->second.used ? std::next(entry) : kept.erase(entry);
-        }
-    };
-    forget(meshes);
-    forget(textures);
-}
-
 void mkRaySceneReader::containerChanged(const osg::FieldContainerPtr &container,
                                         const osg::BitVector &, osg::ChangeOrigin)
 {
@@ -401,31 +396,4 @@ std::vector<mkRaySceneReader::View> mkRaySceneReader::views(const osg::NodePtr &
         }
     }
     return found;
-}
-
-Imath::Box3f mkRayBounds(const mkRaySnapshot &snapshot, const mkNodeSet &nodes)
-{
-    std::unordered_map<const mkRayMesh *, Imath::Box3f> boxes;
-    Imath::Box3f all;
-    for (const mkRayInstance &instance : snapshot.instances) {
-        const bool wanted = nodes.size() == 0 ? (instance.mask & mkRayKind::Camera) != 0
-                                              : nodes.contains(instance.node);
-        if (!wanted) {
-            continue;
-        }
-        const auto [entry, isNew] = boxes.try_emplace(instance.mesh.get());
-        if (isNew) {
-            for (const std::uint32_t corner : instance.mesh->indices) {
-                entry->second.extendBy(instance.mesh->positions[corner]);
-            }
-        }
-        const Imath::Box3f &box = entry->second;
-        for (unsigned corner = 0; corner < 8; ++corner) {
-            all.extendBy(V3f((corner & 1U) != 0 ? box.max.x : box.min.x,
-                             (corner & 2U) != 0 ? box.max.y : box.min.y,
-                             (corner & 4U) != 0 ? box.max.z : box.min.z)
-                         * instance.toWorld);
-        }
-    }
-    return all;
 }

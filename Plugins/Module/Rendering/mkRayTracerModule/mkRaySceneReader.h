@@ -4,7 +4,6 @@
 #include "OSGSystem/Geometry.h"
 #include "OSGSystem/Light.h"
 #include "mkOpenSGExt/RaytracingGeoAttachment.h"
-#include "mkOpenSGUtils/mkNodeSet.h"
 #include "mkRaySnapshot.h"
 
 #include <QString>
@@ -69,7 +68,6 @@ private:
     std::uint32_t materialIndex(Reading &current, const osg::MaterialPtr &material);
     std::shared_ptr<const mkRayMesh> mesh(const osg::Ptr<osg::Geometry> &geometry);
     std::shared_ptr<const mkRayTexture> texture(const osg::TexturePtr &source);
-    void forgetUnused();
 
     /// The handle keeps the id from being given to another container.
     template <typename Part>
@@ -88,7 +86,3 @@ private:
     std::unique_ptr<Reading> reading;
     std::function<void()> announce;
 };
-
-/// What the instances of these nodes take up, of all for an empty set; those that no camera ray
-/// meets only count where they are asked for. Empty where there is nothing.
-Imath::Box3f mkRayBounds(const mkRaySnapshot &snapshot, const mkNodeSet &nodes);

@@ -4,6 +4,7 @@
 #include <array>
 #include <cmath>
 #include <tuple>
+#include <unordered_map>
 
 namespace {
 
@@ -116,4 +117,31 @@ bool mkRaySnapshot::isPlacedLike(const mkRaySnapshot &other) const
                       other.instances.end(), [](const mkRayInstance &a, const mkRayInstance &b) {
                           return a.isPlacedLike(b);
                       });
+}
+
+Imath::Box3f mkRayBounds(const mkRaySnapshot &snapshot, const mkNodeSet &nodes)
+{
+    std::unordered_map<const mkRayMesh *, Imath::Box3f> boxes;
+    Imath::Box3f all;
+    for (const mkRayInstance &instance : snapshot.instances) {
+        const bool wanted = nodes.size() == 0 ? (instance.mask & mkRayKind::Camera) != 0
+                                              : nodes.contains(instance.node);
+        if (!wanted) {
+            continue;
+        }
+        const auto [entry, isNew] = boxes.try_emplace(instance.mesh.get());
+        if (isNew) {
+            for (const std::uint32_t corner : instance.mesh->indices) {
+                entry->second.extendBy(instance.mesh->positions[corner]);
+            }
+        }
+        const Imath::Box3f &box = entry->second;
+        for (unsigned corner = 0; corner < 8; ++corner) {
+            all.extendBy(Imath::V3f((corner & 1U) != 0 ? box.max.x : box.min.x,
+                                    (corner & 2U) != 0 ? box.max.y : box.min.y,
+                                    (corner & 4U) != 0 ? box.max.z : box.min.z)
+                         * instance.toWorld);
+        }
+    }
+    return all;
 }

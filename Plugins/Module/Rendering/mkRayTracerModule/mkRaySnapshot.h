@@ -1,5 +1,7 @@
 #pragma once
 
+#include "mkOpenSGUtils/mkNodeSet.h"
+
 #include <ImathBox.h>
 #include <ImathColor.h>
 #include <ImathMatrix.h>
@@ -166,3 +168,7 @@ struct mkRaySnapshot
     /// True when only masks, materials and lights can differ.
     bool isPlacedLike(const mkRaySnapshot &other) const;
 };
+
+/// What the instances of these nodes take up, of all for an empty set; those that no camera ray
+/// meets only count where they are asked for. Empty where there is nothing.
+Imath::Box3f mkRayBounds(const mkRaySnapshot &snapshot, const mkNodeSet &nodes);
