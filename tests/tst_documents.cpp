@@ -162,7 +162,7 @@ void tst_Documents::refusesFiles()
           "recursive" },
         { "unknown.txt1", "text", "The file is of an unknown format." },
         { "huge.off", "OFF\n1000000000 400000000 0\n0 0 0\n" + QByteArray(270, ' '),
-          "The file asks for more memory than its size can mean." },
+          "asks for more memory" },
         { "cut.ply", plyHeader, "the import library failed over it" },
         { "promising.glb", promising, damaged },
         { "damaged.mkscene", "\x84\x67mkscene", "The file is damaged, at byte 9." },

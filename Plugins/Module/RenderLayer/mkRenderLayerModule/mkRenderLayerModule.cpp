@@ -213,12 +213,9 @@ void mkRenderLayerModule::confirmDeleteSelected()
                                                               QMessageBox::AcceptRole);
     box->addButton(tr("Cancel"), QMessageBox::RejectRole);
     box->exec();
-    if (!box || !panel) {
-        return;
-    }
-    const bool agreed = box->clickedButton() == deleteButton;
+    const bool agreed = box && box->clickedButton() == deleteButton;
     delete box;
-    if (agreed) {
+    if (agreed && panel) {
         panel->_layer->deleteSelected();
     }
 }
