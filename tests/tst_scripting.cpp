@@ -329,7 +329,15 @@ void tst_Scripting::exceptions()
 
 void tst_Scripting::withoutPanel()
 {
-    delete host->panel();
+    {
+        const Interception closing([this](const char *call) {
+            if (!qstrcmp(call, "mkRenderLayer::activateNode")) {
+                delete host->panel();
+            }
+        });
+        host->python("activateRenderLayer('a')");
+    }
+    QVERIFY(!host->panel());
     const QString before = HostFixture::stored();
     host->expect({ { "createRenderLayer('Y')", "None" },
                    { "addNodesToRenderLayer([n], 'A')", "None" },

@@ -39,19 +39,24 @@ void mkRenderLayerModule::activateRenderLayer(const char *name)
     if (!panel) {
         return;
     }
-    bool found = false;
-    const mkNodeListWidget::RowsInUse inUse(tree);
-    for (QTreeWidgetItemIterator it(tree); !inUse.areGone() && *it; ++it) {
+    // An iterator would not outlive the tree, which the host may delete when a row is activated.
+    std::vector<QTreeWidgetItem *> rows;
+    for (QTreeWidgetItemIterator it(tree); *it; ++it) {
         if ((*it)->text(mkColumn::Layer) == QString::fromUtf8(name)) {
-            found = true;
-            tree->makeCurrent(*it);
-            (*it)->setSelected(true);
-            tree->activateSelected();
+            rows.push_back(*it);
         }
     }
-    if (!found) {
+    if (rows.empty()) {
         tree->clearSelection();
         mkLog::error("mkRenderLayerModule::activateRenderLayer: Couldn't find layer '%s'!", name);
+    }
+    const mkNodeListWidget::RowsInUse inUse(tree);
+    for (QTreeWidgetItem *row : rows) {
+        if (!inUse.areGone()) {
+            tree->makeCurrent(row);
+            row->setSelected(true);
+            tree->activateSelected();
+        }
     }
 }
 
