@@ -11,7 +11,6 @@ class tst_Attributes : public QObject
 
 private Q_SLOTS:
     void init();
-    void doubleClickToggles();
     void editsAreAnnounced();
     void clearIcon();
     void pressAndRelease();
@@ -28,19 +27,6 @@ void tst_Attributes::init()
     host.rebuild();
     // Commands would widen the column and so move the others while a test clicks.
     host.tree()->resizeColumnToContents(0);
-}
-
-/// The data of the row is its truth; layers have none.
-void tst_Attributes::doubleClickToggles()
-{
-    host.row("A/a")->setText(3, "Off");
-    host.flag(host.attributes(0, "a"), 9) = false;
-    host.doubleClick("A/a", 6);
-    QCOMPARE(host.values(host.attributes(0, "a")), "11111011110 red");
-    QVERIFY(!host.editor());
-    host.doubleClick("A", 6);
-    QCOMPARE(host.row("A")->text(6), "");
-    host.type("", Qt::Key_Escape);
 }
 
 void tst_Attributes::editsAreAnnounced()
@@ -135,5 +121,5 @@ void tst_Attributes::pressAndRelease()
     check("nowhere", "b flag", "B*");
 }
 
-HOST_TEST_MAIN(tst_Attributes)
+QTEST_MAIN(tst_Attributes)
 #include "tst_attributes.moc"

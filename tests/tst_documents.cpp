@@ -317,5 +317,5 @@ void tst_Documents::killsLeaveWholeFiles()
     }
 }
 
-HOST_TEST_MAIN(tst_Documents)
+QTEST_MAIN(tst_Documents)
 #include "tst_documents.moc"

@@ -117,5 +117,5 @@ void tst_Drop::materialIsAnnounced()
     QVERIFY(!announced.lines[0].endsWith('?'));
 }
 
-HOST_TEST_MAIN(tst_Drop)
+QTEST_MAIN(tst_Drop)
 #include "tst_drop.moc"

@@ -96,12 +96,12 @@ void tst_Frame::enabling()
         // Every request starts afresh, but the module's entries are not the tree's to touch.
         host.action("Activate Layer")->setEnabled(false);
         host.select(selection);
-        const QMenu *const menu = host.openMenu(path);
+        QMenu *const menu = host.openMenu(path);
         if (!path.isEmpty()) {
             QCOMPARE(menu->pos(),
                      host.tree()->viewport()->mapToGlobal(host.cell(path, 0).center()));
         }
-        host.closeMenu();
+        menu->hide();
         QString enabled;
         for (const QAction *action : menu->actions().mid(0, 15)) {
             enabled += action->isSeparator() ? "" : action->isEnabled() ? "1" : "0";
@@ -151,9 +151,9 @@ void tst_Frame::commands()
 
 void tst_Frame::menuTipsReachTheStatusBar()
 {
-    const auto said = [this] { return host.statusBar()->currentMessage(); };
+    const auto said = [this] { return host.panel()->statusBar()->currentMessage(); };
     host.select({ "A/a" });
-    host.statusBar()->showMessage("old");
+    host.panel()->statusBar()->showMessage("old");
     QMenu *const menu = host.openMenu("A/a");
     QCOMPARE(said(), QString());
     const auto hover = [menu](QAction *action) {
@@ -208,11 +208,11 @@ void tst_Frame::texts()
             "~VisibleInRefractions|~CastShadows|~ReceiveShadows|~DoubleSided|~VisibleForPhotons|"
             "~CastShadowsOnShadowMaterial|~UseOverrideMaterial|~OverrideMaterial");
     for (const char *path : { "A", "A/a" }) {
-        for (const QAction *action : host.openMenu(path)->actions().mid(0, 15)) {
-            said += action->isSeparator() ? "-" : action->text();
-            said.last() += action->statusTip();
+        QMenu *const menu = host.openMenu(path);
+        menu->hide();
+        for (const QAction *action : menu->actions().mid(0, 15)) {
+            said += action->isSeparator() ? "-" : action->text() + action->statusTip();
         }
-        host.closeMenu();
         compare(QString("~Create Layer|~Rename Layer\tCtrl+R|~Delete\tDelete|~Duplicate Layer\t"
                         "Ctrl+D|~Select All\tCtrl+A|~Move Up\tCtrl+Up|~Move Down\tCtrl+Down|-|"
                         "~Apply Attributes to Selected ...|-|~Add Selected Nodes|~Select Nodes\t"
@@ -285,5 +285,5 @@ void tst_Frame::texts()
     host.loadPlugin();
 }
 
-HOST_TEST_MAIN(tst_Frame)
+QTEST_MAIN(tst_Frame)
 #include "tst_frame.moc"

@@ -368,5 +368,5 @@ void tst_Hostile::commandWithinACommand()
         after, true);
 }
 
-HOST_TEST_MAIN(tst_Hostile)
+QTEST_MAIN(tst_Hostile)
 #include "tst_hostile.moc"

@@ -247,5 +247,5 @@ void tst_HostScripting::thousands()
     host.expect({ { "mkHost.getNodeAttributes(g1)['castShadows']", "False" } });
 }
 
-HOST_TEST_MAIN(tst_HostScripting)
+QTEST_MAIN(tst_HostScripting)
 #include "tst_hostscripting.moc"

@@ -164,5 +164,5 @@ void tst_Interrupted::failuresOfUnsubscribing()
     QCOMPARE(calls, 3);
 }
 
-HOST_TEST_MAIN(tst_Interrupted)
+QTEST_MAIN(tst_Interrupted)
 #include "tst_interrupted.moc"

@@ -269,5 +269,5 @@ void tst_PythonConsole::scripts()
     QCOMPARE(recent(), "bad.py good.py");
 }
 
-HOST_TEST_MAIN(tst_PythonConsole)
+QTEST_MAIN(tst_PythonConsole)
 #include "tst_pythonconsole.moc"

@@ -336,5 +336,5 @@ void tst_SceneFile::unsavedChanges()
     QVERIFY(mkScenegraph::hasUnsavedChanges());
 }
 
-HOST_TEST_MAIN(tst_SceneFile)
+QTEST_MAIN(tst_SceneFile)
 #include "tst_scenefile.moc"

@@ -335,5 +335,5 @@ void tst_scenepane::shadowMaterials()
     QTRY_VERIFY(box->isChecked());
 }
 
-HOST_TEST_MAIN(tst_scenepane)
+QTEST_MAIN(tst_scenepane)
 #include "tst_scenepane.moc"

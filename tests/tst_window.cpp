@@ -234,5 +234,5 @@ void tst_window::keepsLayout()
     QVERIFY(!window.findChild<QDockWidget *>("Scene")->isHidden());
 }
 
-HOST_TEST_MAIN(tst_window)
+QTEST_MAIN(tst_window)
 #include "tst_window.moc"

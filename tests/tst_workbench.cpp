@@ -306,5 +306,5 @@ void tst_workbench::program()
     qputenv("QT_QPA_PLATFORM", "offscreen");
 }
 
-HOST_TEST_MAIN(tst_workbench)
+QTEST_MAIN(tst_workbench)
 #include "tst_workbench.moc"

@@ -22,6 +22,10 @@
 
 namespace {
 
+/// Tests need no screen, unless somebody wants to watch them.
+const bool offscreen = qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")
+                       && qputenv("QT_QPA_PLATFORM", "offscreen");
+
 osg::NodePtr addChild(const osg::NodePtr &parent, const char *name, const osg::NodeCorePtr &core)
 {
     const osg::NodePtr node = osg::Node::create();
@@ -111,7 +115,7 @@ void HostFixture::reset()
     }
     mkScenegraph::setScene(document);
     tree()->setFocus();
-    statusBar()->clearMessage();
+    panel()->statusBar()->clearMessage();
 }
 
 QString HostFixture::pluginFile()
@@ -184,15 +188,6 @@ void HostFixture::selectInHost(const QStringList &nodes) const
     mkSelectionManager::selectNodes(selection);
 }
 
-void HostFixture::kill(const QString &name) const
-{
-    for (unsigned i = 0; i < store()->getAttachment()->getLayers().size(); ++i) {
-        store()->subNode(i, node(name));
-    }
-    mkScenegraph::removeNode(node(name));
-    mkController::setModified(0);
-}
-
 void HostFixture::settle()
 {
     QCoreApplication::processEvents();
@@ -254,11 +249,6 @@ QMenu *HostFixture::openMenu(const QTreeWidgetItem *item) const
                             tree()->viewport()->mapToGlobal(point));
     QApplication::sendEvent(tree()->viewport(), &event);
     return tree()->findChild<QMenu *>();
-}
-
-void HostFixture::closeMenu() const
-{
-    tree()->findChild<QMenu *>()->hide();
 }
 
 QRect HostFixture::cell(const QTreeWidgetItem *item, int column) const

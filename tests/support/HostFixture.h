@@ -38,7 +38,6 @@ public:
     QMainWindow *window() const { return mainWindow.get(); }
     QTreeWidget *tree() const;
     QMainWindow *panel() const;
-    QStatusBar *statusBar() const { return panel()->statusBar(); }
 
     /// Puts a layer with these nodes straight into the store. The tree does not know yet.
     void addLayer(const QString &name, const QStringList &nodes = {}, bool expanded = true);
@@ -49,9 +48,6 @@ public:
     static void send(const std::string &name, const osg::MaterialPtr &material = osg::NullFC,
                      std::uint64_t id = 0);
     void selectInHost(const QStringList &nodes) const;
-    /// Takes a node out of the scene and all layers, behind the panel's back; nothing keeps it
-    /// alive then. The document counts as saved.
-    void kill(const QString &name) const;
     /// What the event loop does next, and that it takes away what was deleted.
     static void settle();
 
@@ -62,6 +58,7 @@ public:
 
     /// A row by "layer" or "layer/node", as the tree shows it now; null when there is none.
     QTreeWidgetItem *row(const QString &path) const;
+    static QString pathOf(const QTreeWidgetItem *item);
     /// The whole tree as the user reads it: "A[a b] B[]".
     QString rows() const;
     /// The same from the store.
@@ -86,7 +83,6 @@ public:
     /// Opens the context menu over a row, or over empty space for an empty path.
     QMenu *openMenu(const QTreeWidgetItem *item) const;
     QMenu *openMenu(const QString &path) const { return openMenu(row(path)); }
-    void closeMenu() const;
     /// A cell's place in the viewport; rows are scrolled to.
     QRect cell(const QTreeWidgetItem *item, int column) const;
     QRect cell(const QString &path, int column) const { return cell(row(path), column); }
@@ -124,12 +120,3 @@ private:
     std::unique_ptr<QMainWindow> mainWindow;
     mkPluginLoader loader;
 };
-
-int runHostTest(int argc, char **argv, const std::function<std::unique_ptr<QObject>()> &create);
-
-/// QTEST_MAIN with the offscreen platform as default.
-#define HOST_TEST_MAIN(Test) \
-    int main(int argc, char **argv) \
-    { \
-        return runHostTest(argc, argv, [] { return std::make_unique<Test>(); }); \
-    }

@@ -10,7 +10,6 @@
 #include <QMessageBox>
 #include <QProgressDialog>
 #include <QPushButton>
-#include <QTest>
 
 namespace {
 
@@ -138,14 +137,4 @@ void ModalAnswers::agree(QWidget *modal)
     } else {
         modal->findChild<QDialogButtonBox *>()->button(QDialogButtonBox::Ok)->click();
     }
-}
-
-int runHostTest(int argc, char **argv, const std::function<std::unique_ptr<QObject>()> &create)
-{
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    }
-    const QApplication application(argc, argv);
-    const std::unique_ptr<QObject> test = create();
-    return QTest::qExec(test.get(), argc, argv);
 }

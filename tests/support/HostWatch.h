@@ -20,7 +20,6 @@ public:
 
     /// The calls so far whose line starts with one of `names`; without names, all.
     QStringList lines(const QStringList &names = {}) const;
-    int count(const QString &name) const { return lines({ name }).size(); }
     /// What commands did to the store, the host's selection and the document, without class names
     /// and quotes: "addLayer(Layer) rebuild setModified(1)". A question whether the store is empty
     /// stands for the rebuild that begins with it.
@@ -67,8 +66,7 @@ public:
         mkTrace::setInterceptor(interceptor);
     }
     ~Interception() { mkTrace::setInterceptor({}); }
-    Interception(const Interception &) = delete;
-    Interception &operator=(const Interception &) = delete;
+    Q_DISABLE_COPY(Interception)
 };
 
 /// Answers modal dialogs: `answer` is called with each modal widget that opens while this lives,

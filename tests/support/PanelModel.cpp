@@ -40,6 +40,14 @@ void showMaterial(QTreeWidgetItem *row, const Attributes &attributes)
     row->setIcon(12, attributes->getOverrideMaterial() ? QPixmap(1, 1) : QIcon());
 }
 
+/// Flags as HostFixture::cells() tells them.
+void setFlags(const Attributes &attributes, const QString &flags)
+{
+    for (int column = 1; attributes && column <= 11; ++column) {
+        HostFixture::flag(attributes, column) = flags[column - 1] == '1';
+    }
+}
+
 void show(QTreeWidgetItem *row, const Attributes &attributes)
 {
     for (int column = 1; column <= 11; ++column) {
@@ -57,7 +65,9 @@ PanelModel::PanelModel()
     tree.setAllColumnsShowFocus(true);
     tree.setSelectionMode(QAbstractItemView::ExtendedSelection);
     tree.setSelectionBehavior(QAbstractItemView::SelectRows);
-    // Taking the focus would choose a current row, scrolling open a closed layer.
+    // Off the screen, where it cannot take the focus: that would choose a current row, scrolling
+    // open a closed layer.
+    tree.setAttribute(Qt::WA_DontShowOnScreen);
     tree.setFocusPolicy(Qt::NoFocus);
     tree.setAutoScroll(false);
     tree.resize(1400, 500);
@@ -240,11 +250,7 @@ void PanelModel::applyAttributes(const QString &flags)
 {
     for (const Row row :
          rows([](Row row) { return row->isSelected() || layerOf(row)->isSelected(); })) {
-        if (const Attributes attributes = attributesOf(row)) {
-            for (int column = 1; column <= 11; ++column) {
-                HostFixture::flag(attributes, column) = flags[column - 1] == '1';
-            }
-        }
+        setFlags(attributesOf(row), flags);
     }
     changed(true);
 }
@@ -252,16 +258,7 @@ void PanelModel::applyAttributes(const QString &flags)
 void PanelModel::toggleCell(Row row, int column)
 {
     showFlag(row, column, !row->data(column, Qt::UserRole).toBool());
-    writeCells(row);
-}
-
-void PanelModel::writeCells(Row row)
-{
-    if (const Attributes attributes = attributesOf(row)) {
-        for (int column = 1; column <= 11; ++column) {
-            HostFixture::flag(attributes, column) = row->data(column, Qt::UserRole).toBool();
-        }
-    }
+    setFlags(attributesOf(row), HostFixture::cells(row));
 }
 
 void PanelModel::clickClearButton(Row row)
@@ -269,7 +266,7 @@ void PanelModel::clickClearButton(Row row)
     if (const Attributes attributes = attributesOf(row)) {
         attributes->setOverrideMaterial(osg::NullFC);
     }
-    writeCells(row);
+    setFlags(attributesOf(row), HostFixture::cells(row));
     if (const Attributes attributes = attributesAt(row)) {
         showMaterial(row, attributes);
     }
@@ -318,8 +315,8 @@ void PanelModel::activate()
 void PanelModel::rebuild(bool keepSelection)
 {
     ++rebuilds;
-    QStringList layers;
-    std::vector<std::pair<osg::NodePtr, QString>> nodes;
+    // Nodes with the names of their layers; layers have no node.
+    std::vector<std::pair<osg::NodePtr, QString>> remembered;
     const Rows kept = keepSelection ? selected(false) + selected(true)
                       : current()   ? Rows{ current() }
                                     : Rows();
@@ -330,9 +327,9 @@ void PanelModel::rebuild(bool keepSelection)
             lives |= node && layer(i)->contains(node);
         }
         if (lives) {
-            nodes.emplace_back(node, layerOf(row)->text(0));
+            remembered.emplace_back(node, layerOf(row)->text(0));
         } else if (keepSelection ? !row->parent() : !row->text(0).isEmpty()) {
-            layers += row->text(0);
+            remembered.emplace_back(osg::NodePtr(), row->text(0));
         }
     }
 
@@ -350,12 +347,10 @@ void PanelModel::rebuild(bool keepSelection)
         top->setExpanded(layer(i)->getState() != 0);
     }
     for (const Row row : rows([](Row) { return true; })) {
-        const auto found = std::find(nodes.begin(), nodes.end(),
+        const auto found = std::find(remembered.begin(), remembered.end(),
                                      std::pair(resolve(row), layerOf(row)->text(0)));
-        if (row->parent() ? found != nodes.end() : layers.removeOne(row->text(0))) {
-            if (row->parent()) {
-                nodes.erase(found);
-            }
+        if (found != remembered.end()) {
+            remembered.erase(found);
             tree.selectedItems().empty() ? select(row) : row->setSelected(true);
         }
     }

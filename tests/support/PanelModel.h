@@ -74,5 +74,4 @@ private:
     /// Of a row's node, or of whatever is at its place in the store; null where there are none.
     osg::RaytracingGeoAttachmentPtr attributesOf(Row row) const;
     osg::RaytracingGeoAttachmentPtr attributesAt(Row row) const;
-    void writeCells(Row row);
 };

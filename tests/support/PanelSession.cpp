@@ -70,14 +70,11 @@ void PanelSession::perform()
     if (!target && step.b % 3 == 0) {
         return openScene();
     }
-    std::size_t kind = step.kind;
-    for (int i = 0; i < 4; ++i) {
-        if (kind < deeds[i].size()) {
-            return target || i > 1 ? deeds[i][kind]() : void();
-        }
-        kind -= deeds[i].size();
+    // Rows are often meant.
+    const unsigned group = step.kind % 5 % 4;
+    if (target || group > 0) {
+        deeds[group][step.kind / 5 % deeds[group].size()]();
     }
-    command();
 }
 
 void PanelSession::check()

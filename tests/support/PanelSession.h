@@ -16,8 +16,6 @@ public:
         unsigned a;
         unsigned b;
     };
-    /// Steps are of kinds below this number.
-    static constexpr unsigned kinds = 39;
 
     explicit PanelSession(HostFixture &fixture);
     /// The story up to the first step after which panel and model differ; empty if none does.
@@ -42,8 +40,8 @@ private:
     void check();
     void compare(const QString &what, const QString &is, const QString &wanted);
     void tell(const QString &line) { story += line; }
+    void tellOfRow(const QString &deed) { tell(deed + ' ' + HostFixture::pathOf(target)); }
     QTreeWidgetItem *shown() const { return PanelModel::twin(target, *tree); }
-    static QString path(Row row);
     QString anyName(unsigned choice) const { return names[int(choice) % names.size()]; }
     static osg::MaterialPtr anyMaterial(unsigned choice);
     std::array<mkRenderLayer *, 2> stores() { return { HostFixture::store(), &model.store }; }
@@ -55,8 +53,7 @@ private:
     HostFixture &host;
     QTreeWidget *tree;
     PanelModel model;
-    /// Rows are often meant.
-    const Deeds deeds[4]{ deedsOnRows(), deedsOnRows(), deedsInPanel(), deedsBeside() };
+    const Deeds deeds[4]{ deedsOnRows(), deedsInPanel(), deedsBeside(), { [this] { command(); } } };
     QStringList story;
     Step step{};
     Row target = nullptr;

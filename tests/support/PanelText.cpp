@@ -10,12 +10,6 @@
 
 namespace {
 
-QString pathOf(const QTreeWidgetItem *item)
-{
-    const QString text = item->text(0);
-    return item->parent() ? item->parent()->text(0) + '/' + text : text;
-}
-
 /// Appends a layer, or puts a node into the last one's brackets.
 void append(QStringList &layers, const QString &name, bool isNode)
 {
@@ -28,6 +22,11 @@ void append(QStringList &layers, const QString &name, bool isNode)
 }
 
 } // namespace
+
+QString HostFixture::pathOf(const QTreeWidgetItem *item)
+{
+    return (item->parent() ? item->parent()->text(0) + '/' : "") + item->text(0);
+}
 
 QTreeWidgetItem *HostFixture::row(const QString &path) const
 {
