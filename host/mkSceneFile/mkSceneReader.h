@@ -40,7 +40,7 @@ private:
     void readType();
     void readContainer();
     void readRoot(mkSceneFile::Read &result) const;
-    void skipTo(std::size_t place);
+    void skipTo(std::size_t target);
     void reportSkipped() const;
 
     bool isReading() const override { return true; }
@@ -56,7 +56,7 @@ private:
     std::uint32_t number();
     std::string text();
     QByteArray bytes();
-    osg::FieldContainerPtr reference(const osg::FieldContainerType &type);
+    osg::FieldContainerPtr reference(const osg::FieldContainerType &wanted);
 
     void field(const char *name, std::uint32_t &value) override;
     void field(const char *name, bool &value) override;
@@ -65,12 +65,12 @@ private:
     void field(const char *name, std::vector<std::string> &values) override;
     void field(const char *name, QByteArray &value) override;
     void ids(const char *name, std::vector<std::uint32_t> &values,
-             const osg::FieldContainerType &type) override;
+             const osg::FieldContainerType &wanted) override;
     bool block(const char *name, QByteArray &value) override;
     void handle(const char *name, osg::FieldContainerPtr &value,
-                const osg::FieldContainerType &type) override;
+                const osg::FieldContainerType &wanted) override;
     void handles(const char *name, std::vector<osg::FieldContainerPtr> &values,
-                 const osg::FieldContainerType &type) override;
+                 const osg::FieldContainerType &wanted) override;
 
     const QByteArray &data;
     QCborStreamReader cbor;

@@ -32,6 +32,24 @@ std::string nameOf(const QTreeWidgetItem *layer)
     return layer->text(mkColumn::Layer).toUtf8().toStdString();
 }
 
+/// A row's move by one place, in the store's terms.
+struct Step
+{
+    bool isLayer;
+    unsigned layer;
+    osg::NodePtr node;
+};
+
+void take(const Step &step, bool up)
+{
+    mkRenderLayer *const store = mkStore();
+    if (step.isLayer) {
+        up ? store->moveUpLayer(step.layer) : store->moveDownLayer(step.layer);
+    } else {
+        up ? store->moveUpNode(step.layer, step.node) : store->moveDownNode(step.layer, step.node);
+    }
+}
+
 } // namespace
 
 // cppcheck-suppress passedByValue ; the slot's signature is given
@@ -183,12 +201,6 @@ void mkNodeListWidget::move(const char *function, Direction direction)
         groups = { layers };
     }
 
-    struct Step
-    {
-        bool isLayer;
-        unsigned layer;
-        osg::NodePtr node;
-    };
     std::vector<Step> steps;
     const bool up = direction == Direction::Up;
     for (Rows &group : groups) {
@@ -209,13 +221,7 @@ void mkNodeListWidget::move(const char *function, Direction direction)
     }
     run(function, total > 1 ? KeepSelection : 0, [&steps, up] {
         for (const Step &step : steps) {
-            mkRenderLayer *const store = mkStore();
-            if (step.isLayer) {
-                up ? store->moveUpLayer(step.layer) : store->moveDownLayer(step.layer);
-            } else {
-                up ? store->moveUpNode(step.layer, step.node)
-                   : store->moveDownNode(step.layer, step.node);
-            }
+            take(step, up);
         }
     });
 }

@@ -29,14 +29,14 @@ float brightness(const C3f &color)
     return 0.2126F * color.x + 0.7152F * color.y + 0.0722F * color.z;
 }
 
-V3f disk(V2f numbers)
+V3f disk(const V2f &numbers)
 {
     const float radius = std::sqrt(numbers.x);
     const float angle = 2 * pi * numbers.y;
     return { radius * std::cos(angle), radius * std::sin(angle), 0 };
 }
 
-V3f cosineSample(V2f numbers)
+V3f cosineSample(const V2f &numbers)
 {
     V3f direction = disk(numbers);
     direction.z = std::sqrt(std::max(0.0F, 1 - numbers.x));
@@ -70,7 +70,7 @@ float shadowingGiven(const V3f &out, const V3f &in, float width)
 }
 
 /// A microfacet's normal among those visible from `out`, after Heitz.
-V3f visibleNormal(const V3f &out, float width, V2f numbers)
+V3f visibleNormal(const V3f &out, float width, const V2f &numbers)
 {
     const V3f stretched = V3f(out.x * width, out.y * width, out.z).normalized();
     const float flat = squared(stretched.x) + squared(stretched.y);
@@ -108,7 +108,8 @@ Albedo integrated(float cosine, float width)
     const V3f out(std::sqrt(1 - squared(cosine)), 0, cosine);
     Albedo sum;
     for (int i = 0; i < steps * steps; ++i) {
-        const V2f numbers((float(i % steps) + 0.5F) / steps, (float(i / steps) + 0.5F) / steps);
+        const int row = i / steps;
+        const V2f numbers((float(i % steps) + 0.5F) / steps, (float(row) + 0.5F) / steps);
         const V3f micro = visibleNormal(out, width, numbers);
         const V3f in = micro * (2 * out.dot(micro)) - out;
         if (in.z > 0) {
@@ -252,7 +253,7 @@ float mkRayBsdf::density(Lobe lobe, const V3f &in) const
                : ggx((in + out).normalized(), width) * shadowing(out, width) / (4 * out.z);
 }
 
-bool mkRayBsdf::sample(Lobe lobe, V2f numbers, float choice, Sample &result) const
+bool mkRayBsdf::sample(Lobe lobe, const V2f &numbers, float choice, Sample &result) const
 {
     result = {};
     if (lobe == Lobe::Matt) {

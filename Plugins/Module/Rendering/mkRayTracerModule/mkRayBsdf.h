@@ -43,7 +43,7 @@ public:
     float density(Lobe lobe, const Imath::V3f &in) const;
 
     /// False when the light ends here.
-    bool sample(Lobe lobe, Imath::V2f numbers, float choice, Sample &result) const;
+    bool sample(Lobe lobe, const Imath::V2f &numbers, float choice, Sample &result) const;
 
 private:
     bool sampleGlass(const Imath::V3f &micro, float choice, Sample &result) const;

@@ -22,7 +22,7 @@ V2f placeOf(const V3f &direction)
     return { across, std::acos(std::clamp(direction.y, -1.0F, 1.0F)) / pi };
 }
 
-V3f directionOf(V2f place)
+V3f directionOf(const V2f &place)
 {
     const float angle = (place.x - 0.5F) * 2 * pi;
     const float down = place.y * pi;
@@ -142,7 +142,7 @@ C3f mkRayEnvironment::radiance(const V3f &direction) const
                  * down;
 }
 
-V3f mkRayEnvironment::sample(V2f numbers, float &density) const
+V3f mkRayEnvironment::sample(const V2f &numbers, float &density) const
 {
     const float all = rows.back();
     const auto [row, down] = invert(rows.data(), height, numbers.y * all);

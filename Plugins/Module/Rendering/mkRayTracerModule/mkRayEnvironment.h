@@ -26,7 +26,7 @@ public:
     Imath::C3f radiance(const Imath::V3f &direction) const;
     /// Chooses a direction by the light that comes from it; `density` is by solid angle, 0 when
     /// there is no light at all.
-    Imath::V3f sample(Imath::V2f numbers, float &density) const;
+    Imath::V3f sample(const Imath::V2f &numbers, float &density) const;
     float density(const Imath::V3f &direction) const;
 
 private:

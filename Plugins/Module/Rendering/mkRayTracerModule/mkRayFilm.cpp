@@ -19,7 +19,7 @@ constexpr std::array<float, 2> checks{ 0.1F, 0.16F };
 
 int toByte(float value)
 {
-    return int(std::clamp(value, 0.0F, 1.0F) * 255 + 0.5F);
+    return int(std::lround(std::clamp(value, 0.0F, 1.0F) * 255));
 }
 
 QRgb toScreen(float red, float green, float blue, float alpha)

@@ -94,7 +94,7 @@ mkRayIntegrator::mkRayIntegrator(const mkRayScene &tracedScene, int bounces)
     , mostBounces(bounces)
 {}
 
-mkRay mkRayIntegrator::eyeRay(const mkRayCamera &camera, float aspect, V2f place)
+mkRay mkRayIntegrator::eyeRay(const mkRayCamera &camera, float aspect, const V2f &place)
 {
     const V3f way = camera.forward + camera.right * ((2 * place.x - 1) * aspect * camera.tangent)
                     + camera.up * ((1 - 2 * place.y) * camera.tangent);

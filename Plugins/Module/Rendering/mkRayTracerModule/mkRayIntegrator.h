@@ -30,7 +30,7 @@ public:
     mkRaySample trace(const mkRay &eye, mkRaySampler sampler) const;
 
     /// The ray through a place of the picture, 0 to 1 each, from the upper left corner.
-    static mkRay eyeRay(const mkRayCamera &camera, float aspect, Imath::V2f place);
+    static mkRay eyeRay(const mkRayCamera &camera, float aspect, const Imath::V2f &place);
 
 private:
     struct Path;

@@ -132,6 +132,8 @@ RTCScene mkRayScene::built(const std::shared_ptr<const mkRayMesh> &mesh)
     if (vertices && corners) {
         std::memcpy(vertices, positions.data(), positions.size() * sizeof(V3f));
         std::memcpy(corners, indices.data(), indices.size() * sizeof(std::uint32_t));
+        // Rays are let through by instances only; Embree 4 has one bit set.
+        rtcSetGeometryMask(geometry, ~0U);
         rtcCommitGeometry(geometry);
         rtcAttachGeometry(scene, geometry);
     }

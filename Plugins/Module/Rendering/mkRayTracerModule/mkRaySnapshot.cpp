@@ -50,7 +50,7 @@ int wrapped(int place, int size, mkRayTexture::Wrap wrap)
 
 } // namespace
 
-Imath::C4f mkRayTexture::lookUp(Imath::V2f place) const
+Imath::C4f mkRayTexture::lookUp(const Imath::V2f &place) const
 {
     std::call_once(decoded, [this] {
         picture = QImage::fromData(bytes).convertToFormat(QImage::Format_ARGB32);

@@ -62,7 +62,7 @@ public:
     {}
 
     /// Filtered; the origin is the picture's upper left corner. Colours are linear, alpha as it is.
-    Imath::C4f lookUp(Imath::V2f place) const;
+    Imath::C4f lookUp(const Imath::V2f &place) const;
 
 private:
     QByteArray bytes;
