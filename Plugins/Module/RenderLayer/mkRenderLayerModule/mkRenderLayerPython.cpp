@@ -129,7 +129,8 @@ void defineFunctions()
 } // namespace
 
 /// As BOOST_PYTHON_MODULE makes it, but for the definition: Python looks at that whenever it
-/// collects garbage, also once the library is unloaded, so it lies elsewhere and is never freed.
+/// collects garbage, and at the module's name whenever it imports one, also once the library is
+/// unloaded, so both lie elsewhere and are never freed.
 extern "C" Q_DECL_EXPORT PyObject *PyInit_mkRenderLayerModule()
 {
     auto *const definition = new PyModuleDef{};
@@ -148,7 +149,7 @@ constexpr int afterInterpreter = 1;
 void registerPython(mkPythonRegisterFactory::Level level)
 {
     if (level == beforeInterpreter) {
-        PyImport_AppendInittab("mkRenderLayerModule", &PyInit_mkRenderLayerModule);
+        PyImport_AppendInittab(qstrdup("mkRenderLayerModule"), &PyInit_mkRenderLayerModule);
     } else if (level == afterInterpreter) {
         mkScript::run("import mkRenderLayerModule");
         mkScript::run("from mkRenderLayerModule import *");
