@@ -144,7 +144,11 @@ bool flushStreams(bool report = false)
             done = done && *name == '_';
             // Where the standard error is lost, there is nowhere to say so.
             if (report && qstrcmp(name, "stdout") == 0) {
+#if PY_VERSION_HEX >= 0x030D0000
+                PyErr_FormatUnraisable("Exception ignored on flushing sys.stdout");
+#else
                 PyErr_WriteUnraisable(stream);
+#endif
             }
             PyErr_Clear();
         }
@@ -219,6 +223,12 @@ int reportException()
     return 1;
 }
 
+void runExitFunctions()
+{
+    python::import("atexit").attr("_run_exitfuncs")();
+    running("flush_files")();
+}
+
 /// While one lives, interrupts and heartbeats reach Python. The outermost flushes Python's streams.
 class Statement
 {
@@ -276,7 +286,7 @@ void finish()
         } catch (const python::error_already_set &) {
             PyErr_WriteUnraisable(threading.ptr());
         }
-        python::import("atexit").attr("_run_exitfuncs")();
+        runExitFunctions();
         PyGC_Collect();
     });
 }
@@ -288,7 +298,7 @@ bool stop()
     }
     bool flushed = true;
     call([&flushed] {
-        python::import("atexit").attr("_run_exitfuncs")();
+        runExitFunctions();
         flushed = flushStreams(true);
     });
     setHeartbeat({});

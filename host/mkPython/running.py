@@ -1,6 +1,9 @@
 """Runs script files as the python program does."""
 
 import builtins
+import contextlib
+import gc
+import io
 import os
 import sys
 import types
@@ -25,10 +28,19 @@ def run_file(file, source, arguments):
     try:
         exec(compile(source, path, "exec", dont_inherit=True), vars(module))
     finally:
+        flush_files()
         sys.argv, sys.modules["__main__"], known = before
         if directory in sys.path:
             sys.path.remove(directory)
         forget_modules(directory, set(sys.modules) - known)
+
+
+def flush_files():
+    """Writes what files buffer: a collection of garbage may close them in an order that loses it."""
+    for thing in gc.get_objects():
+        if issubclass(type(thing), (io.TextIOWrapper, io.BufferedWriter, io.BufferedRandom)):
+            with contextlib.suppress(Exception):
+                thing.flush()
 
 
 def forget_modules(directory, imported):
