@@ -163,7 +163,8 @@ void tst_Documents::refusesFiles()
         { "unknown.txt1", "text", "The file is of an unknown format." },
         { "huge.off", "OFF\n1000000000 400000000 0\n0 0 0\n" + QByteArray(270, ' '),
           "asks for more memory" },
-        { "cut.ply", plyHeader, "the import library failed over it" },
+        // The library ends in an exception of its own, or has learnt to refuse it.
+        { "cut.ply", plyHeader, "the import library failed over it|Invalid .ply file" },
         { "promising.glb", promising, damaged },
         { "damaged.mkscene", "\x84\x67mkscene", "The file is damaged, at byte 9." },
     };
@@ -177,7 +178,7 @@ void tst_Documents::refusesFiles()
     };
     for (const auto &file : files) {
         const QString given = answer(write(file.name, file.content));
-        QVERIFY2(given.contains(file.reason), qPrintable(file.name + (": " + given)));
+        QVERIFY2(given.contains(QRegularExpression(file.reason)), qPrintable(file.name + (": " + given)));
     }
     QCOMPARE(answer(path("missing.gltf")), "There is no such file.");
     QCOMPARE(mkScenegraph::getRoot(), open);
@@ -185,8 +186,8 @@ void tst_Documents::refusesFiles()
 
 void tst_Documents::cancelEndsTheProcess()
 {
-    const QString cut = write("cut.ply", "ply\nformat ascii 1.0\nelement vertex 4\n");
-    QVERIFY_EXCEPTION_THROWN(readForeignScene(cut, [](int) { return false; }),
+    const QString large = write("large.obj", QByteArray("v 0 0 0\n").repeated(1'000'000));
+    QVERIFY_EXCEPTION_THROWN(readForeignScene(large, [](int) { return false; }),
                              mkSceneFile::Cancelled);
 }
 
