@@ -178,7 +178,8 @@ void tst_Documents::refusesFiles()
     };
     for (const auto &file : files) {
         const QString given = answer(write(file.name, file.content));
-        QVERIFY2(given.contains(QRegularExpression(file.reason)), qPrintable(file.name + (": " + given)));
+        QVERIFY2(given.contains(QRegularExpression(file.reason)),
+                 qPrintable(file.name + (": " + given)));
     }
     QCOMPARE(answer(path("missing.gltf")), "There is no such file.");
     QCOMPARE(mkScenegraph::getRoot(), open);

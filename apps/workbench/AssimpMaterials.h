@@ -13,7 +13,7 @@ struct aiScene;
 class AssimpMaterials
 {
 public:
-    AssimpMaterials(const aiScene &scene, const QString &file);
+    AssimpMaterials(const aiScene &read, const QString &sourceFile);
 
     /// The material of this index in the library's scene; null past the end.
     osg::MaterialPtr at(unsigned index) const;

@@ -17,7 +17,7 @@ struct aiScene;
 class AssimpScene
 {
 public:
-    AssimpScene(const aiScene &scene, const QString &file);
+    AssimpScene(const aiScene &read, const QString &sourceFile);
 
     osg::NodePtr convertNodes();
     std::vector<osg::MaterialPtr> getMaterials() const { return materials.namedOrUsed(); }

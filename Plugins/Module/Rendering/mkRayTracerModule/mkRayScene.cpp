@@ -5,7 +5,6 @@
 #include <QCoreApplication>
 
 #include <algorithm>
-#include <cstring>
 #include <stdexcept>
 
 using Imath::C3f;
@@ -130,8 +129,8 @@ RTCScene mkRayScene::built(const std::shared_ptr<const mkRayMesh> &mesh)
                                                   RTC_FORMAT_UINT3, 3 * sizeof(std::uint32_t),
                                                   indices.size() / 3);
     if (vertices && corners) {
-        std::memcpy(vertices, positions.data(), positions.size() * sizeof(V3f));
-        std::memcpy(corners, indices.data(), indices.size() * sizeof(std::uint32_t));
+        std::copy(positions.begin(), positions.end(), static_cast<V3f *>(vertices));
+        std::copy(indices.begin(), indices.end(), static_cast<std::uint32_t *>(corners));
         // Rays are let through by instances only; Embree 4 has one bit set.
         rtcSetGeometryMask(geometry, ~0U);
         rtcCommitGeometry(geometry);

@@ -169,8 +169,8 @@ std::shared_ptr<const mkRaySnapshot> mkRaySceneReader::advance(qint64 millisecon
     QElapsedTimer clock;
     clock.start();
     for (int count = 1; !reading->nodes.atEnd(); ++count) {
-        const auto [node, toWorld] = reading->nodes.next();
-        add(*reading, node, toWorld);
+        const auto placed = reading->nodes.next();
+        add(*reading, placed.first, placed.second);
         if (count % stride == 0 && clock.elapsed() >= milliseconds) {
             return nullptr;
         }

@@ -144,7 +144,7 @@ void mkRaySession::readOn()
         reader.begin(mkScenegraph::getRoot(), environment);
     }
     if (auto scene = reader.advance(sliceMilliseconds)) {
-        show(std::move(scene));
+        show(scene);
     } else {
         timer.start();
     }
@@ -157,7 +157,7 @@ void mkRaySession::refresh()
     show(snapshot());
 }
 
-void mkRaySession::show(std::shared_ptr<const mkRaySnapshot> scene)
+void mkRaySession::show(const std::shared_ptr<const mkRaySnapshot> &scene)
 {
     latest = isWatched ? scene : nullptr;
     if (!hasCamera) {

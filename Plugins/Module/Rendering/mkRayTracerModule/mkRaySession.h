@@ -66,7 +66,7 @@ Q_SIGNALS:
 private:
     void setEnvironment(Light kind, std::shared_ptr<const mkRayEnvironment> newEnvironment);
     void readOn();
-    void show(std::shared_ptr<const mkRaySnapshot> scene);
+    void show(const std::shared_ptr<const mkRaySnapshot> &scene);
 
     mkRaySceneReader reader;
     mkRayCameraControl cameraControl;

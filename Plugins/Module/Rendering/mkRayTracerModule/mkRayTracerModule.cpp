@@ -87,7 +87,7 @@ QStringList mkRayTracerModule::renderLayers(const QString &directory, QSize size
 {
     const bool openExr = format == QLatin1String("exr");
     if (!openExr && format != QLatin1String("png")) {
-        fail(tr("A format is \"png\" or \"exr\"."));
+        fail(tr(R"(A format is "png" or "exr".)"));
     }
     mkRayPictureJob::Settings settings;
     settings.camera = session.camera(camera);
