@@ -220,6 +220,8 @@ void tst_RayLayers::viewFollows()
     const osg::Ptr<osg::DrawableBase> core(right->getCore());
     core->getMaterial()->setEmission({ 0.1F, 0.1F, 0.1F });
     QTRY_VERIFY_WITH_TIMEOUT(shown(0.64, 0.5).greenF() < bright - 0.1, patience);
+    init();
+    QVERIFY(panel()->view()->progress().picture.isNull() && waitForPicture());
     mkScenegraph::newScene("nothing");
     QTRY_VERIFY_WITH_TIMEOUT(panel()->view()->progress().picture.isNull(), patience);
 }

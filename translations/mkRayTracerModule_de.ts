@@ -124,6 +124,10 @@
         <source>There is nothing to see in this scene.</source>
         <translation>In dieser Szene gibt es nichts zu sehen.</translation>
     </message>
+    <message>
+        <source>Preparing the picture…</source>
+        <translation>Das Bild wird vorbereitet…</translation>
+    </message>
 </context>
 <context>
     <name>mkRayViewPanel</name>

@@ -179,8 +179,10 @@ void mkRaySession::show(const std::shared_ptr<const mkRaySnapshot> &scene)
 void mkRaySession::reset()
 {
     hasCamera = false;
+    latest.reset();
     if (!isWatched) {
         reader.clear();
     }
     follow();
+    Q_EMIT sceneChanged();
 }

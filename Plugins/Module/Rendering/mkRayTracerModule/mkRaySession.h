@@ -17,8 +17,8 @@ public:
 
     /// The scene as it is now.
     std::shared_ptr<const mkRaySnapshot> snapshot();
-    /// The scene as it was read last; null while nobody watches. Large scenes are read by and by,
-    /// so it may be that of a moment ago.
+    /// The scene as it was read last; null while nobody watches, and until another scene was read.
+    /// Large scenes are read by and by, so it may be that of a moment ago.
     const std::shared_ptr<const mkRaySnapshot> &current() const { return latest; }
     /// Whether somebody shows the scene: it is read at every change then, and kept.
     void setWatched(bool watched);

@@ -52,7 +52,14 @@ float mkRayView::aspect() const
 void mkRayView::restart()
 {
     scene = session->current();
-    if (!isVisible() || !scene) {
+    if (!isVisible()) {
+        return;
+    }
+    if (!scene) {
+        // The scene that it was of is gone.
+        last = {};
+        tracer.start({});
+        show({});
         return;
     }
     mkRayTask task;
@@ -123,7 +130,7 @@ QString mkRayView::message() const
         return shown.failure;
     }
     return scene && scene->instances.empty() ? tr("There is nothing to see in this scene.")
-                                             : QString();
+                                             : tr("Preparing the picture…");
 }
 
 void mkRayView::paintEvent(QPaintEvent *)
