@@ -76,11 +76,12 @@ bool mkRayFilm::addPass(const mkRayIntegrator &integrator, const mkRayCamera &ca
     const float aspect = float(width) / float(std::max(height, 1));
     tbb::parallel_for(tbb::blocked_range2d<int>(0, height, tileSize, 0, width, tileSize),
                       [&](const tbb::blocked_range2d<int> &tile) {
-                          if (cancelled) {
-                              return;
-                          }
                           for (int y = tile.rows().begin(); y < tile.rows().end(); ++y) {
                               for (int x = tile.cols().begin(); x < tile.cols().end(); ++x) {
+                                  // One path may take long where much lies about each other.
+                                  if (cancelled) {
+                                      return;
+                                  }
                                   const std::size_t place = std::size_t(y) * stride()
                                                             + std::size_t(x);
                                   const mkRaySampler sampler(std::uint32_t(place), sample, seed);

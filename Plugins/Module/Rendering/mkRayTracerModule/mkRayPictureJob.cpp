@@ -123,9 +123,11 @@ QStringList mkRayPictureJob::run(const std::function<bool(float)> &proceed)
 
 mkRayFilm mkRayPictureJob::rendered(mkRayScene &scene, const Picture &picture)
 {
-    scene.apply(picture.scene);
-    const mkRayIntegrator integrator(scene);
     mkRayFilm film(settings.size);
+    if (!scene.apply(picture.scene, &state->cancelled)) {
+        return film;
+    }
+    const mkRayIntegrator integrator(scene);
     while (film.passes() < settings.samples
            && film.addPass(integrator, settings.camera, 0, state->cancelled)) {
         ++state->passes;

@@ -154,8 +154,13 @@ void mkRayRenderer::step(Work &work)
             work.scene = std::make_unique<mkRayScene>();
         }
         if (work.applied != work.task.scene) {
+            work.applied.reset();
+            if (!work.scene->apply(work.task.scene ? work.task.scene
+                                                   : std::make_shared<mkRaySnapshot>(),
+                                   &interrupted)) {
+                return;
+            }
             work.applied = work.task.scene;
-            work.scene->apply(work.applied ? work.applied : std::make_shared<mkRaySnapshot>());
         }
         mkRayFilm rough(work.film.size() / roughness);
         if (!rough.size().isEmpty()

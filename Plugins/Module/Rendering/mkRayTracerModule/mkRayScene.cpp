@@ -1,55 +1,27 @@
 #include "mkRayScene.h"
 
-#include "mkRaySampler.h"
-
 #include <QCoreApplication>
 
 #include <algorithm>
+#include <set>
 #include <stdexcept>
+#include <string_view>
+#include <tuple>
 
-using Imath::C3f;
-using Imath::C4f;
-using Imath::V2f;
 using Imath::V3f;
 
 namespace {
-
-/// Takes `corners` to the values of the hit's triangle at the hit.
-template <typename Value>
-Value interpolated(const mkRayMesh &mesh, const std::vector<Value> &corners, const mkRayHit &hit)
-{
-    const std::uint32_t *const corner = &mesh.indices[std::size_t(hit.triangle) * 3];
-    return corners[corner[0]] * (1 - hit.u - hit.v) + corners[corner[1]] * hit.u
-           + corners[corner[2]] * hit.v;
-}
 
 [[noreturn]] void fail(const QString &reason)
 {
     throw std::runtime_error(reason.toStdString());
 }
 
-std::uint32_t saltOf(std::uint32_t path, std::uint32_t instance, std::uint32_t triangle)
-{
-    return mkRayHash(mkRayHash(path, instance), triangle);
-}
-
-/// What is less opaque than this does not show in a picture.
-constexpr float leastSeen = 0.05F;
+/// Leaves apply().
+struct Cancelled
+{};
 
 } // namespace
-
-struct mkRayScene::Context
-{
-    /// First, since Embree hands it back.
-    mkEmbree::Context embree;
-    const mkRayScene *scene;
-    std::uint32_t salt;
-    /// For shadow rays to lamps, which panes tint.
-    C3f *passed;
-    /// The first surface that has let the ray through though it can be seen, and where it is.
-    std::uint32_t seen = mkRayHit::none;
-    float distance = std::numeric_limits<float>::infinity();
-};
 
 mkRayScene::mkRayScene()
     : device(rtcNewDevice(nullptr))
@@ -93,9 +65,16 @@ void mkRayScene::check() const
     }
 }
 
-void mkRayScene::apply(std::shared_ptr<const mkRaySnapshot> snapshot)
+bool mkRayScene::apply(std::shared_ptr<const mkRaySnapshot> snapshot,
+                       const std::atomic<bool> *cancelling)
 {
     const std::shared_ptr<const mkRaySnapshot> before = std::exchange(current, std::move(snapshot));
+    const auto makeEmpty = [this] {
+        cancelled = nullptr;
+        current = std::make_shared<mkRaySnapshot>();
+        place();
+    };
+    cancelled = cancelling;
     try {
         if (before->isPlacedLike(*current)) {
             refresh(before.get());
@@ -103,11 +82,34 @@ void mkRayScene::apply(std::shared_ptr<const mkRaySnapshot> snapshot)
             place();
         }
         check();
+        return true;
+    } catch (const Cancelled &) {
+        makeEmpty();
+        // That it was cancelled is an error to Embree.
+        rtcGetDeviceError(device);
+        return false;
     } catch (...) {
-        current = std::make_shared<mkRaySnapshot>();
-        place();
+        makeEmpty();
         throw;
     }
+}
+
+void mkRayScene::stopIfCancelled() const
+{
+    if (cancelled && *cancelled) {
+        throw Cancelled();
+    }
+}
+
+void mkRayScene::commit(RTCScene scene)
+{
+    const auto goesOn = [](void *self, double) {
+        const std::atomic<bool> *const flag = static_cast<const mkRayScene *>(self)->cancelled;
+        return !flag || !*flag;
+    };
+    rtcSetSceneProgressMonitorFunction(scene, goesOn, this);
+    rtcCommitScene(scene);
+    stopIfCancelled();
 }
 
 RTCScene mkRayScene::built(const std::shared_ptr<const mkRayMesh> &mesh)
@@ -137,8 +139,9 @@ RTCScene mkRayScene::built(const std::shared_ptr<const mkRayMesh> &mesh)
         rtcAttachGeometry(scene, geometry);
     }
     rtcReleaseGeometry(geometry);
-    rtcCommitScene(scene);
+    // What is in the map is released with it, also where this ends here.
     meshes.emplace(mesh.get(), Built{ mesh, scene, true });
+    commit(scene);
     check();
     return scene;
 }
@@ -154,8 +157,10 @@ void mkRayScene::place()
     rtcSetSceneFlags(top, mkEmbree::filterFlag);
     placed.reserve(current->instances.size());
     for (const mkRayInstance &instance : current->instances) {
+        stopIfCancelled();
+        RTCScene mesh = built(instance.mesh);
         RTCGeometry geometry = rtcNewGeometry(device, RTC_GEOMETRY_TYPE_INSTANCE);
-        rtcSetGeometryInstancedScene(geometry, built(instance.mesh));
+        rtcSetGeometryInstancedScene(geometry, mesh);
         rtcSetGeometryTransform(geometry, 0, RTC_FORMAT_FLOAT4X4_COLUMN_MAJOR,
                                 instance.toWorld.getValue());
         rtcSetGeometryMask(geometry, instance.mask);
@@ -177,20 +182,44 @@ void mkRayScene::place()
             entry = meshes.erase(entry);
         }
     }
+    findSharedPlaces();
     refresh(nullptr);
+}
+
+void mkRayScene::findSharedPlaces()
+{
+    std::unordered_map<std::size_t, std::uint32_t> firsts;
+    firsts.reserve(placed.size());
+    for (std::uint32_t i = 0; i < placed.size(); ++i) {
+        const mkRayInstance &instance = current->instances[i];
+        const std::string_view matrix(reinterpret_cast<const char *>(instance.toWorld.getValue()),
+                                      sizeof instance.toWorld);
+        const std::size_t hash = std::hash<std::string_view>()(matrix)
+                                 ^ std::hash<const mkRayMesh *>()(instance.mesh.get());
+        const auto [entry, isNew] = firsts.try_emplace(hash, i);
+        const std::uint32_t first = entry->second;
+        if (!isNew && current->instances[first].isPlacedLike(instance)) {
+            placed[first].place = first;
+            placed[i].place = first;
+        }
+    }
 }
 
 void mkRayScene::refresh(const mkRaySnapshot *before)
 {
     bool changed = before == nullptr;
+    /// What stands in shared places, and how it looks there.
+    std::set<std::tuple<std::uint32_t, std::uint32_t, std::uint32_t, bool, bool>> seen;
     alike = true;
     needsFilter = false;
     hasPanes = false;
     for (std::size_t i = 0; i < placed.size(); ++i) {
+        stopIfCancelled();
         const mkRayInstance &instance = current->instances[i];
+        Placed &own = placed[i];
         if (before && before->instances[i].mask != instance.mask) {
-            rtcSetGeometryMask(placed[i].geometry, instance.mask);
-            rtcCommitGeometry(placed[i].geometry);
+            rtcSetGeometryMask(own.geometry, instance.mask);
+            rtcCommitGeometry(own.geometry);
             changed = true;
         }
         const mkRayMaterial &look = current->materials[instance.material];
@@ -199,143 +228,18 @@ void mkRayScene::refresh(const mkRaySnapshot *before)
                        == ((instance.mask & mkRayKind::Photon) != 0);
         needsFilter = needsFilter || !instance.doubleSided || look.letsThrough();
         hasPanes = hasPanes || look.transmission > 0;
+        const bool isCopy = own.place != mkRayHit::none && !look.letsThrough()
+                            && look.transmission == 0
+                            && !seen.emplace(own.place, instance.mask, instance.material,
+                                             instance.receiveShadows, instance.doubleSided)
+                                    .second;
+        if (own.traced == isCopy) {
+            own.traced = !isCopy;
+            (isCopy ? rtcDisableGeometry : rtcEnableGeometry)(own.geometry);
+            changed = true;
+        }
     }
     if (changed) {
-        rtcCommitScene(top);
+        commit(top);
     }
-}
-
-void mkRayScene::filter(const RTCFilterFunctionNArguments *arguments)
-{
-    auto &context = *reinterpret_cast<Context *>(arguments->context);
-    const auto &ray = *reinterpret_cast<const RTCRay *>(arguments->ray);
-    const auto &met = *reinterpret_cast<const RTCHit *>(arguments->hit);
-    const mkRayScene &scene = *context.scene;
-    const std::uint32_t number = met.instID[0];
-    const mkRayInstance &instance = scene.current->instances[number];
-    // Within an instance Embree's rays are in the mesh's space.
-    const bool isBack = met.Ng_x * ray.dir_x + met.Ng_y * ray.dir_y + met.Ng_z * ray.dir_z > 0;
-    if (isBack && !instance.doubleSided) {
-        arguments->valid[0] = 0;
-        return;
-    }
-    const mkRayMaterial &look = scene.current->materials[instance.material];
-    if (!look.letsThrough() && !context.passed) {
-        return;
-    }
-    const mkRayHit hit{ number, met.primID, met.u, met.v, 0, {} };
-    const C4f color = scene.baseColor(hit);
-    const bool blends = look.alphaMode == mkRayMaterial::AlphaMode::Blend;
-    if (look.alphaMode == mkRayMaterial::AlphaMode::Mask ? color.a < look.alphaCutoff
-        : blends ? mkRayUnit(saltOf(context.salt, number, met.primID)) >= color.a
-                 : false) {
-        arguments->valid[0] = 0;
-        if (blends && color.a >= leastSeen && ray.tfar < context.distance) {
-            context.seen = number;
-            context.distance = ray.tfar;
-        }
-    } else if (context.passed && look.transmission > 0) {
-        const float part = look.transmission * (1 - look.metallic);
-        // A pane has two sides.
-        *context.passed *= C3f(std::sqrt(color.r), std::sqrt(color.g), std::sqrt(color.b)) * part;
-        arguments->valid[0] = 0;
-    }
-}
-
-RTCFilterFunctionN mkRayScene::filterFor(const Context &context) const
-{
-    return needsFilter || context.passed ? &filter : nullptr;
-}
-
-void mkRayScene::prepare(RTCRay &embreeRay, const mkRay &ray, std::uint32_t kinds)
-{
-    embreeRay.org_x = ray.origin.x;
-    embreeRay.org_y = ray.origin.y;
-    embreeRay.org_z = ray.origin.z;
-    embreeRay.tnear = 0;
-    embreeRay.dir_x = ray.direction.x;
-    embreeRay.dir_y = ray.direction.y;
-    embreeRay.dir_z = ray.direction.z;
-    embreeRay.time = 0;
-    embreeRay.tfar = ray.farthest;
-    embreeRay.mask = kinds;
-    embreeRay.id = 0;
-    embreeRay.flags = 0;
-}
-
-bool mkRayScene::intersect(const mkRay &ray, std::uint32_t kinds, std::uint32_t salt,
-                           mkRayHit &hit) const
-{
-    Context context{ {}, this, salt, nullptr };
-    RTCRayHit query;
-    prepare(query.ray, ray, kinds);
-    query.hit.geomID = RTC_INVALID_GEOMETRY_ID;
-    query.hit.instID[0] = RTC_INVALID_GEOMETRY_ID;
-    mkEmbree::intersect(top, context.embree, filterFor(context), query);
-    if (query.hit.geomID == RTC_INVALID_GEOMETRY_ID) {
-        hit.seen = context.seen;
-        return false;
-    }
-    const std::uint32_t instance = query.hit.instID[0];
-    hit = { instance,
-            query.hit.primID,
-            query.hit.u,
-            query.hit.v,
-            query.ray.tfar,
-            { query.hit.Ng_x, query.hit.Ng_y, query.hit.Ng_z },
-            context.distance < query.ray.tfar ? context.seen : instance };
-    return true;
-}
-
-bool mkRayScene::isBlocked(const mkRay &ray, std::uint32_t kinds, std::uint32_t salt) const
-{
-    Context context{ {}, this, salt, nullptr };
-    RTCRay query;
-    prepare(query, ray, kinds);
-    return isBlocked(context, query);
-}
-
-bool mkRayScene::isBlocked(Context &context, RTCRay &embreeRay) const
-{
-    mkEmbree::occlude(top, context.embree, filterFor(context), embreeRay);
-    return embreeRay.tfar < 0;
-}
-
-C3f mkRayScene::passed(const mkRay &ray, std::uint32_t salt) const
-{
-    C3f light(1, 1, 1);
-    Context context{ {}, this, salt, hasPanes ? &light : nullptr };
-    RTCRay query;
-    prepare(query, ray, mkRayKind::Shadow);
-    return isBlocked(context, query) ? C3f(0, 0, 0) : light;
-}
-
-V2f mkRayScene::texCoord(const mkRayHit &hit) const
-{
-    const mkRayMesh &mesh = *current->instances[hit.instance].mesh;
-    return mesh.texCoords.empty() ? V2f(0, 0) : interpolated(mesh, mesh.texCoords, hit);
-}
-
-V3f mkRayScene::flatNormal(const mkRayHit &hit) const
-{
-    return (hit.meshNormal * placed[hit.instance].normals).normalized();
-}
-
-V3f mkRayScene::smoothNormal(const mkRayHit &hit) const
-{
-    const mkRayMesh &mesh = *current->instances[hit.instance].mesh;
-    if (mesh.normals.empty()) {
-        return flatNormal(hit);
-    }
-    const V3f normal = (interpolated(mesh, mesh.normals, hit) * placed[hit.instance].normals)
-                           .normalized();
-    // A mesh may hold normals of no length, or not a number.
-    return normal.dot(normal) > 0.5F ? normal : flatNormal(hit);
-}
-
-C4f mkRayScene::baseColor(const mkRayHit &hit) const
-{
-    const mkRayMaterial &look = material(hit.instance);
-    const C4f color(look.baseColor.x, look.baseColor.y, look.baseColor.z, look.alpha);
-    return look.texture ? color * look.texture->lookUp(texCoord(hit)) : color;
 }

@@ -3,6 +3,7 @@
 #include "mkEmbree.h"
 #include "mkRaySnapshot.h"
 
+#include <atomic>
 #include <limits>
 #include <unordered_map>
 
@@ -36,7 +37,8 @@ struct mkRayHit
 /// threads casts rays then.
 ///
 /// Meshes are built once each and shared by their instances. A snapshot whose instances stand
-/// where those of the last one stood changes masks and materials only.
+/// where those of the last one stood changes masks and materials only. Of opaque instances that
+/// look the same in the same place only the first is traced: a ray would ask each of them.
 class mkRayScene
 {
 public:
@@ -46,9 +48,10 @@ public:
     mkRayScene(const mkRayScene &) = delete;
     mkRayScene &operator=(const mkRayScene &) = delete;
 
-    /// Throws std::runtime_error when Embree fails, as it does without memory; the scene is empty
-    /// then.
-    void apply(std::shared_ptr<const mkRaySnapshot> snapshot);
+    /// False when `cancelling` became true. Throws std::runtime_error when Embree fails, as it does
+    /// without memory. The scene is empty then, both times.
+    bool apply(std::shared_ptr<const mkRaySnapshot> snapshot,
+               const std::atomic<bool> *cancelling = nullptr);
     const mkRaySnapshot &snapshot() const { return *current; }
     /// How often geometry was built so far.
     int builds() const { return buildCount; }
@@ -85,12 +88,18 @@ private:
         RTCGeometry geometry;
         /// Takes normals to the scene's space.
         Imath::M33f normals;
+        /// The first instance in this place where there are several, else none.
+        std::uint32_t place = mkRayHit::none;
+        bool traced = true;
     };
 
     RTCScene built(const std::shared_ptr<const mkRayMesh> &mesh);
     void place();
+    void findSharedPlaces();
     void clear();
     void refresh(const mkRaySnapshot *before);
+    void commit(RTCScene scene);
+    void stopIfCancelled() const;
     void check() const;
     static void filter(const RTCFilterFunctionNArguments *arguments);
     RTCFilterFunctionN filterFor(const Context &context) const;
@@ -110,6 +119,8 @@ private:
     std::unordered_map<const mkRayMesh *, Built> meshes;
     std::vector<Placed> placed;
     int buildCount = 0;
+    /// What ends the apply() under way.
+    const std::atomic<bool> *cancelled = nullptr;
     bool alike = true;
     bool needsFilter = false;
     bool hasPanes = false;
