@@ -244,9 +244,7 @@ void tst_Frame::texts()
             if (auto *const box = qobject_cast<QMessageBox *>(modal)) {
                 said += box->text() + QString::number(box->icon());
                 for (const QAbstractButton *button : box->buttons()) {
-                    said += button->text()
-                            + QString::number(
-                                box->buttonRole(const_cast<QAbstractButton *>(button)));
+                    said += button->text();
                 }
                 said.last() += box->parent() == host.panel() ? "" : box->parent() ? "?" : " alone";
                 box->buttons().last()->click();
@@ -267,11 +265,11 @@ void tst_Frame::texts()
         host.select({ "B" });
         QMetaObject::invokeMethod(host.tree(), "applyAttributesToSelected");
     }
-    compare("^Render Layer|^Delete selection?2|^Delete0|^Cancel1|"
+    compare("^Render Layer|^Delete selection?2|^Delete|^Cancel|"
             "~Render Layer|~Name is not unique, please choose a different one.2|"
-            "QPlatformTheme:OK0 alone|"
+            "QPlatformTheme:OK alone|"
             "mkNodeItem:Render Layer|mkNodeItem:Adding the root node is not allowed!2|"
-            "QPlatformTheme:OK0 alone|mkAttributesGUI:Attributes|mkAttributesGUI:Visible|"
+            "QPlatformTheme:OK alone|mkAttributesGUI:Attributes|mkAttributesGUI:Visible|"
             "mkAttributesGUI:Visible in Alpha|mkAttributesGUI:Primary Visibility|"
             "mkAttributesGUI:Visible in Reflections|mkAttributesGUI:Visible in Refractions|"
             "mkAttributesGUI:Cast Shadows|mkAttributesGUI:Receive Shadows|"

@@ -49,7 +49,6 @@ private Q_SLOTS:
     void nodes();
     void exceptions();
     void withoutPanel();
-    void cleanupTestCase();
 
 private:
     /// What nodes have of their own.
@@ -351,15 +350,6 @@ void tst_Scripting::withoutPanel()
     // Python keeps the module and its name.
     host->unloadPlugin();
     QVERIFY(mkScript::run("import colorsys, gc; gc.collect()"));
-}
-
-void tst_Scripting::cleanupTestCase()
-{
-    const LogLines log;
-    mkScript::run("import atexit\natexit.register(mkHost.logInfo, 'bye')");
-    mkScript::stop();
-    QCOMPARE(log.lines.join('|'), "bye");
-    QVERIFY(!mkScript::isRunning() && !mkScript::run("mkHost.logInfo('again')"));
 }
 
 QTEST_MAIN(tst_Scripting)

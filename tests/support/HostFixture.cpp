@@ -7,7 +7,6 @@
 #include "mkKernel/mkSelectionManager.h"
 #include "mkKernelServices/mkdMaterial.h"
 #include "mkMicroKernel/mkPythonRegister.h"
-#include "mkOpenSGUtils/mkMaterials.h"
 #include "mkOpenSGUtils/mkNodeUtils.h"
 #include "mkQt4Ext/QMKDockWindowManager.h"
 
@@ -118,11 +117,6 @@ void HostFixture::reset()
     panel()->statusBar()->clearMessage();
 }
 
-QString HostFixture::pluginFile()
-{
-    return QStringLiteral(MK_PLUGIN_DIR "/mkRenderLayerModule.so");
-}
-
 osg::NodePtr HostFixture::node(const QString &name) const
 {
     osg::NodePtr found;
@@ -134,16 +128,6 @@ osg::NodePtr HostFixture::node(const QString &name) const
         return osg::Action::Continue;
     });
     return found;
-}
-
-osg::MaterialPtr HostFixture::material(const char *name)
-{
-    return mkMaterials::findMaterial(name).get();
-}
-
-QTreeWidget *HostFixture::tree() const
-{
-    return mainWindow->findChild<QTreeWidget *>(QStringLiteral("_layer"));
 }
 
 QMainWindow *HostFixture::panel() const
@@ -321,11 +305,6 @@ void HostFixture::drop(QPoint point, const QString &format, const QByteArray &by
     QApplication::sendEvent(tree()->viewport(), &enter);
     QDropEvent event(point, Qt::CopyAction, &data, Qt::LeftButton, {});
     QApplication::sendEvent(tree()->viewport(), &event);
-}
-
-QPoint HostFixture::emptySpace() const
-{
-    return { 20, tree()->viewport()->height() - 5 };
 }
 
 bool HostFixture::clickTool(const QString &text) const

@@ -4,6 +4,7 @@
 
 #include "mkKernel/mkScenegraph.h"
 #include "mkMicroKernel/mkPluginLoader.h"
+#include "mkOpenSGUtils/mkMaterials.h"
 #include "mkOpenSGUtils/mkRenderLayer.h"
 
 #include <QAction>
@@ -27,16 +28,19 @@ public:
     ~HostFixture();
     void reset();
 
-    static QString pluginFile();
+    static QString pluginFile() { return MK_PLUGIN_DIR "/mkRenderLayerModule.so"; }
     /// Deletes the panel and unloads the plug-in at once; loadPlugin() brings both back.
     void unloadPlugin();
     void loadPlugin();
 
     static mkRenderLayer *store() { return mkScenegraph::getRenderLayer(); }
     osg::NodePtr node(const QString &name) const;
-    static osg::MaterialPtr material(const char *name);
+    static osg::MaterialPtr material(const char *name)
+    {
+        return mkMaterials::findMaterial(name).get();
+    }
     QMainWindow *window() const { return mainWindow.get(); }
-    QTreeWidget *tree() const;
+    QTreeWidget *tree() const { return window()->findChild<QTreeWidget *>("_layer"); }
     QMainWindow *panel() const;
 
     /// Puts a layer with these nodes straight into the store. The tree does not know yet.
@@ -66,7 +70,10 @@ public:
     /// Paths of the selected rows, top to bottom; the current one is marked with "*".
     QString selected() const;
     /// The attributes that a layer holds for a node.
-    osg::RaytracingGeoAttachmentPtr attributes(unsigned layer, const QString &member) const;
+    osg::RaytracingGeoAttachmentPtr attributes(unsigned layer, const QString &member) const
+    {
+        return store()->getAttributes(layer, node(member));
+    }
     /// The flag that the tree shows in a column from 1 to 11.
     static bool &flag(const osg::RaytracingGeoAttachmentPtr &attributes, int column);
     /// The eleven flags and the override material: "11111111110 Empty"; "none" for null.
@@ -108,7 +115,7 @@ public:
     /// Drags a payload onto a point of the tree's viewport and drops it there.
     void drop(QPoint point, const QString &format, const QByteArray &bytes) const;
     /// A point in the tree below all rows.
-    QPoint emptySpace() const;
+    QPoint emptySpace() const { return { 20, tree()->viewport()->height() - 5 }; }
     /// Clicks a button of the panel's tool bar; false when there is none with this text.
     bool clickTool(const QString &text) const;
     void key(int key, Qt::KeyboardModifiers modifiers = {}) const;

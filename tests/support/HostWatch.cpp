@@ -2,8 +2,6 @@
 
 #include "HostFixture.h"
 
-#include "mkUtils/mkLog.h"
-
 #include <QApplication>
 #include <QDialogButtonBox>
 #include <QLoggingCategory>
@@ -11,45 +9,32 @@
 #include <QProgressDialog>
 #include <QPushButton>
 
-namespace {
-
-QStringList &hostCalls()
-{
-    static QStringList lines;
-    return lines;
-}
-
-QtMessageHandler previousHandler = nullptr;
-
-void recordHostCall(QtMsgType type, const QMessageLogContext &context, const QString &text)
-{
-    if (qstrcmp(context.category, "mk.host") == 0) {
-        hostCalls() += text;
-    } else if (previousHandler) {
-        previousHandler(type, context, text);
-    }
-}
-
-} // namespace
-
 HostCalls::HostCalls()
 {
     clear();
-    previousHandler = qInstallMessageHandler(recordHostCall);
+    otherHandler = qInstallMessageHandler(record);
     QLoggingCategory::setFilterRules(QStringLiteral("mk.host.debug=true"));
 }
 
 HostCalls::~HostCalls()
 {
     QLoggingCategory::setFilterRules(QString());
-    qInstallMessageHandler(previousHandler);
-    previousHandler = nullptr;
+    qInstallMessageHandler(std::exchange(otherHandler, nullptr));
+}
+
+void HostCalls::record(QtMsgType type, const QMessageLogContext &context, const QString &text)
+{
+    if (qstrcmp(context.category, "mk.host") == 0) {
+        all += text;
+    } else if (otherHandler) {
+        otherHandler(type, context, text);
+    }
 }
 
 QStringList HostCalls::lines(const QStringList &names) const
 {
     QStringList matching;
-    for (const QString &line : qAsConst(hostCalls())) {
+    for (const QString &line : qAsConst(all)) {
         const auto begins = [&line](const QString &name) { return line.startsWith(name); };
         if (names.isEmpty() || std::any_of(names.begin(), names.end(), begins)) {
             matching += line;
@@ -72,31 +57,6 @@ QString HostCalls::commands() const
         }
     }
     return commands.join(' ');
-}
-
-void HostCalls::clear()
-{
-    hostCalls().clear();
-}
-
-LogLines::LogLines()
-    : listener(mkLog::addListener([this](mkLog::Severity, const QString &line) { lines += line; }))
-{}
-
-LogLines::~LogLines()
-{
-    mkLog::removeListener(listener);
-}
-
-Announcements::Announcements(const osg::RaytracingGeoAttachmentPtr &attributes)
-    : watched(attributes)
-{
-    osg::WinThreadBase::setCurrentChangeList(&list);
-}
-
-Announcements::~Announcements()
-{
-    osg::WinThreadBase::setCurrentChangeList(nullptr);
 }
 
 void Announcements::containerChanged(const osg::FieldContainerPtr &container,

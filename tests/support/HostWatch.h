@@ -2,6 +2,7 @@
 
 #include "OSGSystem/ChangeList.h"
 #include "mkOpenSGExt/RaytracingGeoAttachment.h"
+#include "mkUtils/mkLog.h"
 #include "mkUtils/mkTrace.h"
 
 #include <QPointer>
@@ -24,19 +25,23 @@ public:
     /// and quotes: "addLayer(Layer) rebuild setModified(1)". A question whether the store is empty
     /// stands for the rebuild that begins with it.
     QString commands() const;
-    static void clear();
+    static void clear() { all.clear(); }
+
+private:
+    static void record(QtMsgType type, const QMessageLogContext &context, const QString &text);
+    static inline QStringList all;
+    static inline QtMessageHandler otherHandler = nullptr;
 };
 
 /// Records the host's log while it lives.
 class LogLines
 {
 public:
-    LogLines();
-    ~LogLines();
+    ~LogLines() { mkLog::removeListener(listener); }
     QStringList lines;
 
 private:
-    int listener;
+    int listener = mkLog::addListener([this](auto, const QString &line) { lines += line; });
 };
 
 /// Records how edits of these attributes are announced while it lives, which also collects changes.
@@ -45,8 +50,12 @@ private:
 class Announcements : public osg::ChangeObserver
 {
 public:
-    explicit Announcements(const osg::RaytracingGeoAttachmentPtr &attributes);
-    ~Announcements() override;
+    explicit Announcements(const osg::RaytracingGeoAttachmentPtr &attributes)
+        : watched(attributes)
+    {
+        osg::WinThreadBase::setCurrentChangeList(&list);
+    }
+    ~Announcements() override { osg::WinThreadBase::setCurrentChangeList(nullptr); }
     void containerChanged(const osg::FieldContainerPtr &container, const osg::BitVector &which,
                           osg::ChangeOrigin origin) override;
 

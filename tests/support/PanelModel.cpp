@@ -153,13 +153,13 @@ void PanelModel::select(Row row)
     }
 }
 
-void PanelModel::createLayer(const QString &name)
+void PanelModel::createLayer()
 {
     QStringList taken;
     for (int i = 0; i < tree.topLevelItemCount(); ++i) {
         taken += tree.topLevelItem(i)->text(0);
     }
-    store.addLayer(uniqueName(name.isEmpty() ? "Layer" : name, taken).toStdString());
+    store.addLayer(uniqueName("Layer", taken).toStdString());
     changed(false);
 }
 

@@ -49,7 +49,7 @@ public:
     void click(Row row, Qt::KeyboardModifiers modifiers = {});
     /// Makes the row current and the only selected one; of null nothing is selected.
     void select(Row row);
-    void createLayer(const QString &name);
+    void createLayer();
     void commitName(Row row, const QString &name);
     void duplicateLayers();
     /// By -1 or +1.

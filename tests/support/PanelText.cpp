@@ -3,7 +3,6 @@
 #include "HostFixture.h"
 #include "PanelModel.h"
 
-#include "mkOpenSGUtils/mkMaterials.h"
 #include "mkOpenSGUtils/mkNodeUtils.h"
 
 #include <QTreeWidgetItemIterator>
@@ -66,11 +65,6 @@ QString HostFixture::selected() const
         paths += pathOf(*it) + (*it == tree()->currentItem() ? "*" : "");
     }
     return paths.join(' ');
-}
-
-osg::RaytracingGeoAttachmentPtr HostFixture::attributes(unsigned layer, const QString &member) const
-{
-    return store()->getAttributes(layer, node(member));
 }
 
 bool &HostFixture::flag(const osg::RaytracingGeoAttachmentPtr &attributes, int column)
