@@ -37,7 +37,7 @@ void tst_Frame::init()
 {
     host.reset();
     host.addLayers();
-    host.selectInHost({ "e" });
+    host.selectInHost({ "e", "b" });
 }
 
 void tst_Frame::modes()

@@ -44,7 +44,7 @@ const std::vector<PanelCommand> &panelCommands()
         { "Move Down", { "B" }, "moveDownLayer(1) rebuild", "B*" },
         { "Add Selected Nodes",
           { "B/d", "C" },
-          "addNode(1, e) addNode(2, e) rebuild setModified(1) fit",
+          "addNode(1, e) addNode(1, b) addNode(2, e) addNode(2, b) rebuild setModified(1) fit",
           "B/d*" },
         { "Select Nodes",
           { "B", "B/c", "A/b", "C/e" },
