@@ -140,6 +140,7 @@ void tst_HostScripting::refusals()
         { "mkHost.removeRenderLayerState('s')", "LookupError: There is no state 's'." },
         { "mkHost.renameLayer('A', 'A')", "None" },
         { "mkHost.addLayerNodes('A', [a, b])", "0" },
+        { "mkHost.setLayerExpanded('A', not mkHost.isLayerExpanded('A'))", "None" },
     });
     QCOMPARE(host.rows(), before);
     QCOMPARE(host.values(host.attributes(0, "a")), "11111111110 Empty");

@@ -62,11 +62,16 @@ unsigned indexOf(const std::string &name)
     return unsigned(std::find(all.begin(), all.end(), layer) - all.begin());
 }
 
+void showLayers()
+{
+    mkMessage message("mkRenderLayerModuleUpdateLayers");
+    mkController::sendMessage(message);
+}
+
 void changed()
 {
     mkController::setModified(1);
-    mkMessage message("mkRenderLayerModuleUpdateLayers");
-    mkController::sendMessage(message);
+    showLayers();
 }
 
 void checkMember(const RenderLayerPtr &layer, const osg::NodePtr &node)
@@ -190,7 +195,7 @@ void setLayerExpanded(const std::string &layerName, bool expanded)
     const unsigned index = indexOf(layerName);
     if (isLayerExpanded(layerName) != expanded) {
         store().setCollapseState(index, expanded ? 1 : 0);
-        changed();
+        showLayers();
     }
 }
 
