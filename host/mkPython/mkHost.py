@@ -187,7 +187,8 @@ def getNodeAttributes(node):
     """Returns the current render attributes of a node as a dict, or None when it carries none.
 
     The keys are the keywords of setNodeVisibilityFlags(); "overrideMaterial" is a material's name,
-    "" for none. So setNodeVisibilityFlags(other, **getNodeAttributes(node)) copies them.
+    "" for none. So setNodeVisibilityFlags(other, **getNodeAttributes(node)) copies them, but for an
+    override material that is not used.
     """
     return _getNodeAttributes(node)
 
