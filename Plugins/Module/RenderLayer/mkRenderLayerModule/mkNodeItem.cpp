@@ -108,18 +108,11 @@ void mkNodeItem::updateOverrideMaterial(const osg::RaytracingGeoAttachmentPtr &a
 
 void mkNodeItem::writeAttributes() const
 {
-    const unsigned index = getLayerIndex();
-    const osg::NodePtr node = getNode();
     mkRenderAttributeFlags flags{};
     for (std::size_t i = 0; i < flags.size(); ++i) {
         flags[i] = data(mkRenderAttributes[i].column, Qt::UserRole).toBool();
     }
-    const osg::RaytracingGeoAttachmentPtr attributes = mkStore()->getAttributes(index, node);
-    if (attributes != osg::NullFC) {
-        mkSetRenderAttributes(attributes, flags);
-        endEdit(attributes, mkAllFields());
-        mkStore()->setAttributes(index, node, attributes);
-    }
+    mkStoreRenderAttributes(getLayerIndex(), getNode(), flags);
 }
 
 void mkNodeItem::commitLayerName() const

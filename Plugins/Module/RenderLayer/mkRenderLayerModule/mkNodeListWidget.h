@@ -2,7 +2,6 @@
 
 #include "OSGSystem/Node.h"
 #include "mkOpenSGExt/RaytracingGeoAttachment.h"
-#include "mkOpenSGExt/RenderLayers.h"
 
 #include <QPointer>
 #include <QStringList>

@@ -169,14 +169,8 @@ void mkNodeListWidget::applyAttributesToSelected()
         targets.emplace_back(row->getLayerIndex(), row->getNode());
     }
     run("mkNodeListWidget::applyAttributesToSelected", KeepSelection | MarkModified, [&] {
-        mkRenderLayer *const store = mkStore();
         for (const auto &[index, node] : targets) {
-            const osg::RaytracingGeoAttachmentPtr attributes = store->getAttributes(index, node);
-            if (attributes != osg::NullFC) {
-                mkSetRenderAttributes(attributes, flags);
-                endEdit(attributes, mkAllFields());
-                store->setAttributes(index, node, attributes);
-            }
+            mkStoreRenderAttributes(index, node, flags);
         }
     });
 }

@@ -1,6 +1,6 @@
 #include "mkRenderAttributes.h"
 
-#include <QtGlobal>
+#include "mkHostAccess.h"
 
 using Attributes = osg::RaytracingGeoAttachmentBase;
 
@@ -34,5 +34,16 @@ void mkSetRenderAttributes(const osg::RaytracingGeoAttachmentPtr &attributes,
 {
     for (std::size_t i = 0; i < flags.size(); ++i) {
         (attributes.operator->()->*mkRenderAttributes[i].set)(flags[i]);
+    }
+}
+
+void mkStoreRenderAttributes(unsigned layer, const osg::NodePtr &node,
+                             const mkRenderAttributeFlags &flags)
+{
+    const osg::RaytracingGeoAttachmentPtr attributes = mkStore()->getAttributes(layer, node);
+    if (attributes != osg::NullFC) {
+        mkSetRenderAttributes(attributes, flags);
+        endEdit(attributes, mkAllFields());
+        mkStore()->setAttributes(layer, node, attributes);
     }
 }

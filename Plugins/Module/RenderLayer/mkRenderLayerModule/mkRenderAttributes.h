@@ -1,5 +1,6 @@
 #pragma once
 
+#include "OSGSystem/Node.h"
 #include "mkOpenSGExt/RaytracingGeoAttachment.h"
 
 #include <array>
@@ -29,3 +30,7 @@ extern const std::array<mkRenderAttribute, mkRenderAttributeCount> mkRenderAttri
 /// Writes all flags, in the table's order; sends no notification. `attributes` is not null.
 void mkSetRenderAttributes(const osg::RaytracingGeoAttachmentPtr &attributes,
                            const mkRenderAttributeFlags &flags);
+/// Writes all flags into what the store's layer `layer` keeps for `node`, announces it and hands it
+/// back. Nothing when it keeps nothing.
+void mkStoreRenderAttributes(unsigned layer, const osg::NodePtr &node,
+                             const mkRenderAttributeFlags &flags);

@@ -8,7 +8,6 @@
 #include "mkOpenSGUtils/mkNodeUtils.h"
 #include "mkQt4Ext/QMKDockWindowManager.h"
 #include "mkQt4Ext/QMKToolBar.h"
-#include "mkRenderAttributes.h"
 #include "mkRenderLayerGUIW.h"
 #include "mkUtils/mkLog.h"
 
@@ -238,7 +237,7 @@ try {
 
 void mkRenderLayerModule::updateStatusBar(QAction *action)
 {
-    if (panel && action) {
+    if (panel) {
         panel->statusbar->showMessage(action->statusTip(), 0);
     }
 }
