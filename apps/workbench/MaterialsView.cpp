@@ -122,7 +122,7 @@ void MaterialsView::removeCurrent()
     SceneEdits::removeMaterial(material);
 }
 
-void MaterialsView::selectNodes()
+void MaterialsView::selectNodes() const
 {
     const osg::MaterialPtr material = currentMaterial();
     if (!material) {

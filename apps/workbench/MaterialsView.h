@@ -31,7 +31,7 @@ protected:
 
 private:
     void removeCurrent();
-    void selectNodes();
+    void selectNodes() const;
 
     MaterialsModel *materials;
     QSortFilterProxyModel *shown;

@@ -74,7 +74,7 @@ QIcon icon(const osg::NodePtr &node)
                      opaqueColor(material));
         }
     }
-    return QIcon(pixmap);
+    return { pixmap };
 }
 
 QString toolTip(const osg::NodePtr &node)
@@ -108,11 +108,11 @@ QString toolTip(const osg::NodePtr &node)
 QColor fadedText()
 {
     const QPalette palette = QGuiApplication::palette();
-    const QColor text = palette.color(QPalette::Text);
-    const QColor base = palette.color(QPalette::Base);
+    const QColor &text = palette.color(QPalette::Text);
+    const QColor &base = palette.color(QPalette::Base);
     const auto mixed = [](int a, int b) { return (a * 62 + b * 38) / 100; };
-    return QColor(mixed(text.red(), base.red()), mixed(text.green(), base.green()),
-                  mixed(text.blue(), base.blue()));
+    return { mixed(text.red(), base.red()), mixed(text.green(), base.green()),
+             mixed(text.blue(), base.blue()) };
 }
 
 } // namespace NodeLooks
