@@ -134,10 +134,14 @@ class Interpreter(unittest.TestCase):
         scenes = pathlib.Path(__file__).resolve().parent.parent / "scenes"
         with tempfile.TemporaryDirectory() as directory:
             file = pathlib.Path(directory, "studio.mkscene")
-            done = subprocess.run([*WORKBENCH, scenes / "passes.py", scenes / "studio.gltf", "--", file], env=ENVIRONMENT,
+            pictures = pathlib.Path(directory, "pictures")
+            done = subprocess.run([*WORKBENCH, scenes / "passes.py", "--render-layers", pictures, "--size", "32x18",
+                                   "--samples", "1", scenes / "studio.gltf", "--", file], env=ENVIRONMENT,
                                   text=True, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, timeout=50)
-            self.assertEqual((done.stdout, done.returncode),
-                             (f"{file}: Beauty (44), Glass (5), Shadows (44), Clay (44)\n", 0))
+            files = [pictures / f"{layer}.png" for layer in ("Beauty", "Glass", "Shadows", "Clay")]
+            self.assertEqual((done.stdout.splitlines(), done.returncode),
+                             ([f"{file}: Beauty (44), Glass (5), Shadows (44), Clay (44)", *map(str, files)], 0))
+            self.assertTrue(all(picture.read_bytes().startswith(b"\x89PNG") for picture in files))
 
 
 if __name__ == "__main__":

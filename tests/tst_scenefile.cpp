@@ -236,6 +236,21 @@ void tst_SceneFile::deepScenes()
         return osg::Action::Continue;
     });
     QCOMPARE(levels, depth + 1);
+    // What is held in other ways than as a child may not lie as deep.
+    for (const int held : { 20, 30 }) {
+        mkScenegraph::Document nested;
+        nested.root = osg::Node::create();
+        for (int i = 0; i < held; ++i) {
+            const auto layer = osg::RenderLayer::create("L");
+            layer->addNode(nested.root, osg::RaytracingGeoAttachment::create());
+            const auto layers = osg::RenderLayers::create();
+            layers->addEntry(layer);
+            nested.root = osg::Node::create();
+            nested.root->addAttachment(layers);
+        }
+        mkScenegraph::setScene(nested);
+        QCOMPARE(refusal(saved()).contains("damaged"), held == 30);
+    }
 }
 
 /// Layers are appended under names of their own, and each state keeps its layer, in the scene and
