@@ -17,7 +17,7 @@ bool hasWaylandPlugin()
     QStringList directories = qEnvironmentVariable("QT_QPA_PLATFORM_PLUGIN_PATH")
                                   .split(QDir::listSeparator(), Qt::SkipEmptyParts);
     directories += QLibraryInfo::location(QLibraryInfo::PluginsPath) + QLatin1String("/platforms");
-    for (const QString &directory : directories) {
+    for (const QString &directory : qAsConst(directories)) {
         if (!QDir(directory).entryList({ QStringLiteral("libqwayland*.so") }).isEmpty()) {
             return true;
         }

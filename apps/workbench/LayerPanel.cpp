@@ -48,7 +48,8 @@ LayerPanel::LayerPanel(QWidget *panel)
     tree->header()->setTextElideMode(Qt::ElideMiddle);
     explainColumns();
     tree->viewport()->installEventFilter(this);
-    for (QMenu *menu : tree->findChildren<QMenu *>()) {
+    const auto menus = tree->findChildren<QMenu *>();
+    for (QMenu *menu : menus) {
         if (menu->isTearOffEnabled() && menu->title().isEmpty()) {
             menu->setTitle(panel->windowTitle());
         }

@@ -140,7 +140,8 @@ void MainWindow::completeLayout()
     createHelpMenu();
     LayerPanel *columns = nullptr;
     WindowLayout::Docks arranged{ sceneDock, attributesDock, materialsDock, logDock, nullptr };
-    for (QDockWidget *dock : docks->getDockWidgets()) {
+    const auto all = docks->getDockWidgets();
+    for (QDockWidget *dock : all) {
         if (dock->widget() && dock->widget()->findChild<QTreeWidget *>(QStringLiteral("_layer"))) {
             arranged.panel = dock;
             columns = new LayerPanel(dock->widget());

@@ -46,7 +46,7 @@ private:
     void fitColumn();
     void applySelectionToHost();
     void showHostSelection();
-    void selectInHost(const std::vector<mkNodePtr> &nodes);
+    void selectInHost(const std::vector<mkNodePtr> &selected);
     void selectChildren();
     void selectByMaterial();
     void expandSelected();

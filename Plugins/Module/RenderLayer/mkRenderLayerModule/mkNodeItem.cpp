@@ -112,7 +112,7 @@ void mkNodeItem::writeAttributes() const
     for (std::size_t i = 0; i < flags.size(); ++i) {
         flags[i] = data(mkRenderAttributes[i].column, Qt::UserRole).toBool();
     }
-    mkStoreRenderAttributes(getLayerIndex(), getNode(), flags);
+    mkStoreRenderAttributes(mkStore(), getLayerIndex(), getNode(), flags);
 }
 
 void mkNodeItem::commitLayerName() const

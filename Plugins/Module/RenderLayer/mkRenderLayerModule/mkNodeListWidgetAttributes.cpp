@@ -169,8 +169,9 @@ void mkNodeListWidget::applyAttributesToSelected()
         targets.emplace_back(row->getLayerIndex(), row->getNode());
     }
     run("mkNodeListWidget::applyAttributesToSelected", KeepSelection | MarkModified, [&] {
+        mkRenderLayer *const store = mkStore();
         for (const auto &[index, node] : targets) {
-            mkStoreRenderAttributes(index, node, flags);
+            mkStoreRenderAttributes(store, index, node, flags);
         }
     });
 }

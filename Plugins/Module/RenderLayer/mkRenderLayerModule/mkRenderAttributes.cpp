@@ -37,13 +37,13 @@ void mkSetRenderAttributes(const osg::RaytracingGeoAttachmentPtr &attributes,
     }
 }
 
-void mkStoreRenderAttributes(unsigned layer, const osg::NodePtr &node,
+void mkStoreRenderAttributes(mkRenderLayer *store, unsigned layer, const osg::NodePtr &node,
                              const mkRenderAttributeFlags &flags)
 {
-    const osg::RaytracingGeoAttachmentPtr attributes = mkStore()->getAttributes(layer, node);
+    const osg::RaytracingGeoAttachmentPtr attributes = store->getAttributes(layer, node);
     if (attributes != osg::NullFC) {
         mkSetRenderAttributes(attributes, flags);
         endEdit(attributes, mkAllFields());
-        mkStore()->setAttributes(layer, node, attributes);
+        store->setAttributes(layer, node, attributes);
     }
 }

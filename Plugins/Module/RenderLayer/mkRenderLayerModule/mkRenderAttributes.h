@@ -5,6 +5,8 @@
 
 #include <array>
 
+class mkRenderLayer;
+
 /// One boolean render attribute: where the tree shows it and how it is read and written.
 struct mkRenderAttribute
 {
@@ -30,7 +32,7 @@ extern const std::array<mkRenderAttribute, mkRenderAttributeCount> mkRenderAttri
 /// Writes all flags, in the table's order; sends no notification. `attributes` is not null.
 void mkSetRenderAttributes(const osg::RaytracingGeoAttachmentPtr &attributes,
                            const mkRenderAttributeFlags &flags);
-/// Writes all flags into what the store's layer `layer` keeps for `node`, announces it and hands it
-/// back. Nothing when it keeps nothing.
-void mkStoreRenderAttributes(unsigned layer, const osg::NodePtr &node,
+/// Writes all flags into what the layer at `layer` of `store` keeps for `node`, announces it and
+/// hands it back. Nothing when it keeps nothing.
+void mkStoreRenderAttributes(mkRenderLayer *store, unsigned layer, const osg::NodePtr &node,
                              const mkRenderAttributeFlags &flags);
