@@ -14,7 +14,8 @@ namespace {
 QStringList foreignLanguages(const QLocale &locale)
 {
     QStringList codes;
-    for (QString code : locale.uiLanguages()) {
+    const QStringList all = locale.uiLanguages();
+    for (QString code : all) {
         if (code == QLatin1String("C")
             || code.section(QLatin1Char('-'), 0, 0) == QLatin1String("en")) {
             break;
@@ -45,7 +46,8 @@ bool Translations::install(const QLocale &locale, const QStringList &directories
     bool found = languages.isEmpty();
     for (const QString &directory : directories) {
         QStringList names;
-        for (const QString &file : QDir(directory).entryList({ QStringLiteral("*_*.qm") })) {
+        const QStringList files = QDir(directory).entryList({ QStringLiteral("*_*.qm") });
+        for (const QString &file : files) {
             names += file.section(QLatin1Char('_'), 0, 0);
         }
         names.removeDuplicates();

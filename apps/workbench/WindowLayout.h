@@ -21,7 +21,7 @@ public:
         QDockWidget *panel = nullptr;
     };
 
-    WindowLayout(QMainWindow *window, LayerPanel *columns, const Docks &docks);
+    WindowLayout(QMainWindow *mainWindow, LayerPanel *panelColumns, const Docks &all);
 
     /// Puts the docks in their places.
     void arrange();

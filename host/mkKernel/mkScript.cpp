@@ -28,12 +28,12 @@ namespace python = boost::python;
 constexpr long heartbeatNanoseconds = 50'000'000;
 
 bool stopped = false;
-std::thread::id guiThread;
+std::thread::id guiThread; // clazy:exclude=non-pod-global-static
 int exitStatus = 0;
 /// How many statements run, one within the other.
 std::atomic<int> depth{ 0 };
 std::atomic<bool> interrupted{ false };
-std::function<void()> heartbeat;
+std::function<void()> heartbeat; // clazy:exclude=non-pod-global-static
 bool withinBeat = false;
 
 /// Calls the interpreter's attention to interrupts and heartbeats: sends the GUI thread a signal

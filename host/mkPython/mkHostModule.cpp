@@ -111,12 +111,15 @@ BOOST_PYTHON_MODULE(mkHost)
 
 namespace {
 
-const mkPythonRegister registration([](mkPythonRegisterFactory::Level level) {
+void registerPython(mkPythonRegisterFactory::Level level)
+{
     if (level == mkPythonRegisterFactory::BeforeInterpreter) {
         PyImport_AppendInittab("mkHost", &PyInit_mkHost);
     } else if (level == mkPythonRegisterFactory::AfterInterpreter) {
         mkScript::run("import mkHost");
     }
-});
+}
+
+const mkPythonRegister registration(registerPython); // clazy:exclude=non-pod-global-static
 
 } // namespace
