@@ -126,7 +126,7 @@ class Copy:
     def passes(self, test):
         settings = {entry["name"]: entry["value"] for entry in test["properties"]}
         return subprocess.run(
-            ["env", *settings["ENVIRONMENT"], "timeout", "-k", "5", SECONDS_A_TEST, *test["command"]],
+            ["env", *settings["ENVIRONMENT"], "RC_PARAMS=noshrink=1", "timeout", "-k", "5", SECONDS_A_TEST, *test["command"]],
             cwd=settings["WORKING_DIRECTORY"], stdout=subprocess.DEVNULL,
             stderr=subprocess.DEVNULL, check=False).returncode == 0
 

@@ -47,8 +47,9 @@ osg::NodePtr field(int columns, std::uint32_t rings)
     const auto geometry = ball(rings);
     for (int i = 0; i < columns * columns; ++i) {
         const auto transform = osg::Transform::create();
+        const int row = i / columns;
         const float x = float(i % columns) * 2.2F;
-        const float z = float(i / columns) * -2.2F;
+        const float z = float(row) * -2.2F;
         transform->setMatrix({ 1, 0, 0, x, 0, 1, 0, 0, 0, 0, 1, z, 0, 0, 0, 1 });
         const osg::NodePtr place = osg::Node::create();
         place->setCore(transform);

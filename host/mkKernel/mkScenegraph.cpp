@@ -90,7 +90,7 @@ osg::NodePtr mkScenegraph::getRoot()
 mkNodePtr mkScenegraph::getRootNode()
 {
     mkTrace::call("mkScenegraph::getRootNode");
-    return mkNodePtr(the()->root);
+    return { the()->root };
 }
 
 std::vector<mkNodePtr> mkScenegraph::getSelectedRootNodes()

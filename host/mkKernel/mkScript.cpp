@@ -8,9 +8,7 @@
 #include <QScopedValueRollback>
 
 #include <atomic>
-#include <cerrno>
 #include <csignal>
-#include <cstring>
 #include <ctime>
 #include <exception>
 #include <thread>
@@ -84,7 +82,8 @@ void prepare()
     event.sigev_signo = signalNumber;
     event.sigev_notify_thread_id = gettid();
     if (timer_create(CLOCK_MONOTONIC, &event, &timer) != 0) {
-        mkLog::error("mkScript: Scripts cannot be interrupted: %s", std::strerror(errno));
+        mkLog::error("mkScript: Scripts cannot be interrupted: %s",
+                     qUtf8Printable(qt_error_string()));
     }
     static PyMethodDef handler{ "attend", &attend, METH_VARARGS, nullptr };
     const python::object signal = python::import("signal");
