@@ -98,7 +98,7 @@ std::string getAlphaMode(const mkPythonMaterial &self)
 
 void setAlphaMode(const mkPythonMaterial &self, const std::string &mode)
 {
-    const auto found = std::find(std::begin(alphaModes), std::end(alphaModes), mode);
+    const auto *const found = std::find(std::begin(alphaModes), std::end(alphaModes), mode);
     if (found == std::end(alphaModes)) {
         raise(PyExc_ValueError, R"(The alpha mode is "opaque", "mask" or "blend".)");
     }

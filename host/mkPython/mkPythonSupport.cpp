@@ -12,7 +12,7 @@ void mkPython::raise(PyObject *type, const std::string &text)
     throw python::error_already_set();
 }
 
-void mkPython::load(const char *name, python::dict names)
+void mkPython::load(const char *name, const python::dict &names)
 {
     const QString path = QLatin1String(":/mkPython/") + QLatin1String(name);
     QFile file(path);

@@ -12,7 +12,7 @@ namespace mkPython {
 
 /// Carries out a Python file among the host's resources in this namespace. Tracebacks do not show
 /// its frames.
-void load(const char *name, boost::python::dict names);
+void load(const char *name, const boost::python::dict &names);
 /// The same in a namespace of its own, which is returned.
 boost::python::dict load(const char *name);
 
