@@ -73,17 +73,16 @@ private:
     void use(bool leaveOpen);
     QString traces() const;
 
-    std::unique_ptr<HostFixture> host;
+    HostFixture host;
     QStringList constructionCalls;
     QString left;
 };
 
 void tst_Module::initTestCase()
 {
-    host = std::make_unique<HostFixture>();
-    host->addLayers();
+    host.addLayers();
     use(false);
-    host->unloadPlugin();
+    host.unloadPlugin();
     left = traces();
     QVERIFY(left.startsWith("0 modules, 0+0 docks, 7 keys"));
 }
@@ -91,33 +90,33 @@ void tst_Module::initTestCase()
 void tst_Module::init()
 {
     const HostCalls calls;
-    host->loadPlugin();
+    host.loadPlugin();
     constructionCalls = calls.lines({ "mkController::getMainWindow", "mkController::getDock",
                                       "mkShortcut::addKey(\"Render Layer\", \"Delete\"",
                                       "QMKDockWindowManager::add", "mkController::addCB",
                                       "mkIconManager::get" });
-    host->reset();
-    host->addLayers();
+    host.reset();
+    host.addLayers();
 }
 
 void tst_Module::cleanup()
 {
     const Range range = loadedPlugin();
     const HostCalls calls;
-    host->unloadPlugin();
+    host.unloadPlugin();
     bury(range);
     QStringList given;
     for (const char *name : { "materialRenamed", "mkRenderLayerModuleUpdateLayers",
                               "mkTransform::changedTransformation" }) {
         given += QString("mkController::subCB(\"%1\")").arg(name);
-        host->send(name, host->material("red"), mkMessage::SceneLoaded);
+        host.send(name, host.material("red"), mkMessage::SceneLoaded);
     }
     QCOMPARE(calls.lines({ "mkController::subCB" }), given);
     for (int type = QMetaType::User; QMetaType::isRegistered(type); ++type) {
         QMetaType::destroy(type, QMetaType::create(type));
     }
     mkController::updateRender(true);
-    host->settle();
+    host.settle();
     QCOMPARE(traces(), left);
 }
 
@@ -126,10 +125,10 @@ QString tst_Module::traces() const
 {
     return QString("%1 modules, %2+%3 docks, %4 keys, %5 objects, %6 widgets")
         .arg(mkController::getModules().size())
-        .arg(host->window()->findChild<QMKDockWindowManager *>()->getDockWidgets().size())
-        .arg(host->window()->findChildren<QDockWidget *>().size())
+        .arg(host.window()->findChild<QMKDockWindowManager *>()->getDockWidgets().size())
+        .arg(host.window()->findChildren<QDockWidget *>().size())
         .arg(mkShortcut::getKeys().size())
-        .arg(host->window()->findChildren<QObject *>().size()
+        .arg(host.window()->findChildren<QObject *>().size()
              + qApp->findChildren<QObject *>().size())
         .arg(QApplication::allWidgets().size());
 }
@@ -137,10 +136,10 @@ QString tst_Module::traces() const
 void tst_Module::entryPoints()
 {
     QProcess nm;
-    nm.start("nm", { "-D", "--defined-only", "--format=just-symbols", host->pluginFile() });
+    nm.start("nm", { "-D", "--defined-only", "--format=just-symbols", host.pluginFile() });
     QVERIFY(nm.waitForFinished() && nm.exitCode() == 0);
     QCOMPARE(nm.readAll(), "PyInit_mkRenderLayerModule\ngetPluginVersion\ninitPlugin\n");
-    QLibrary library(host->pluginFile());
+    QLibrary library(host.pluginFile());
     const auto getVersion = reinterpret_cast<const char *(*)()>(
         library.resolve("getPluginVersion"));
     const HostCalls calls;
@@ -170,43 +169,43 @@ void tst_Module::construction()
              "mkController::addCB(\"materialRenamed\")\n"
              "mkController::addCB(\"mkRenderLayerModuleUpdateLayers\")\n"
              "mkController::addCB(\"mkTransform::changedTransformation\")");
-    QMainWindow *const panel = host->panel();
+    QMainWindow *const panel = host.panel();
     QCOMPARE(module()->getWidget(), panel);
     QCOMPARE(module()->getFlags(), quint64(0x8010));
     QCOMPARE(module()->getName() + ' ' + module()->getGroup(), "Render Layer Rendering");
-    QCOMPARE(host->tree()->parentWidget(), panel->centralWidget());
-    QCOMPARE(host->tree()->minimumSize(), QSize(0, 120));
-    QCOMPARE(host->tree()->sizePolicy(),
+    QCOMPARE(host.tree()->parentWidget(), panel->centralWidget());
+    QCOMPARE(host.tree()->minimumSize(), QSize(0, 120));
+    QCOMPARE(host.tree()->sizePolicy(),
              QSizePolicy(QSizePolicy::Preferred, QSizePolicy::Expanding));
     const auto *const dock = qobject_cast<QMKDockWidget *>(panel->parentWidget());
     QVERIFY(dock && dock->isVisible() && !dock->windowIcon().isNull());
-    QCOMPARE(dock->windowTitle() + '|' + host->window()->menuBar()->actions().first()->text(),
+    QCOMPARE(dock->windowTitle() + '|' + host.window()->menuBar()->actions().first()->text(),
              "Render Layer|Rendering");
 }
 
 void tst_Module::namedMessages()
 {
     const auto send = [this](const char *name, const char *material, const QString &expected) {
-        host->rebuild();
-        host->select({ "A/b", "A" });
-        host->material("red")->setName("crimson");
+        host.rebuild();
+        host.select({ "A/b", "A" });
+        host.material("red")->setName("crimson");
         const HostCalls calls;
-        host->send(name, host->material(material));
+        host.send(name, host.material(material));
         const bool rebuilt = expected.endsWith("rebuild");
         QCOMPARE(name + (' ' + calls.commands()), name + (' ' + expected));
-        QCOMPARE(host->row("A/a")->text(12), rebuilt ? "crimson" : "red");
-        QCOMPARE(host->selected(), rebuilt ? "A/b*" : "A A/b*");
-        host->material("crimson")->setName("red");
+        QCOMPARE(host.row("A/a")->text(12), rebuilt ? "crimson" : "red");
+        QCOMPARE(host.selected(), rebuilt ? "A/b*" : "A A/b*");
+        host.material("crimson")->setName("red");
     };
     send("mkRenderLayerModuleUpdateLayers", "", "rebuild");
     send("materialRenamed", "crimson", "isMaterialInUse(crimson) rebuild");
     send("materialRenamed", "blue", "isMaterialInUse(blue)");
     send("materialRenamed", "", "");
     // Without a store it is not even a failure.
-    const osg::MaterialPtr red = host->material("red");
+    const osg::MaterialPtr red = host.material("red");
     mkScenegraph::setScene({});
     const LogLines log;
-    host->send("materialRenamed", red);
+    host.send("materialRenamed", red);
     QCOMPARE(log.lines, QStringList());
 }
 
@@ -214,9 +213,9 @@ void tst_Module::transformationRepaints()
 {
     const HostCalls calls;
     // To be painted, node rows ask for their icons.
-    QTRY_VERIFY((HostCalls::clear(), host->settle(), calls.lines().empty()));
-    host->send("mkTransform::changedTransformation");
-    host->settle();
+    QTRY_VERIFY((HostCalls::clear(), host.settle(), calls.lines().empty()));
+    host.send("mkTransform::changedTransformation");
+    host.settle();
     QVERIFY(!calls.lines({ "mkIconManager::get" }).empty());
 }
 
@@ -224,16 +223,16 @@ void tst_Module::messageIds()
 {
     for (const quint64 id : { 16U, 32768U, 0U, 17U, 32784U }) {
         const bool wanted = id == 16 || id == 32768;
-        host->select({ "B", "A" });
-        host->tree()->setColumnWidth(0, 700);
+        host.select({ "B", "A" });
+        host.tree()->setColumnWidth(0, 700);
         mkMessage message("any", id);
         const HostCalls calls;
         QVERIFY(!module()->receivedMessage(message));
         QCOMPARE(calls.commands(), wanted ? "rebuild" : "");
         QCOMPARE(calls.lines({ "osg::traverse" }).size(), wanted ? 1 : 0);
-        QCOMPARE(host->selected(), wanted ? "B*" : "A B*");
+        QCOMPARE(host.selected(), wanted ? "B*" : "A B*");
         // Unlike commands this makes the column narrower, too.
-        QCOMPARE(host->tree()->columnWidth(0) < 700, wanted);
+        QCOMPARE(host.tree()->columnWidth(0) < 700, wanted);
     }
     const LogLines log;
     mkMessage message("any", mkMessage::SceneLoaded);
@@ -246,31 +245,31 @@ void tst_Module::messageIds()
 
 void tst_Module::withoutPanel()
 {
-    const osg::MaterialPtr red = host->material("red");
-    delete host->panel();
+    const osg::MaterialPtr red = host.material("red");
+    delete host.panel();
     QVERIFY(!module()->getWidget());
     const HostCalls calls;
-    host->send("materialRenamed", red);
-    host->rebuild();
-    host->send("mkTransform::changedTransformation");
+    host.send("materialRenamed", red);
+    host.rebuild();
+    host.send("mkTransform::changedTransformation");
     QCOMPARE(calls.lines(), QStringList());
-    host->send("any", red, mkMessage::SceneLoaded);
+    host.send("any", red, mkMessage::SceneLoaded);
     QCOMPARE(calls.lines({ "osg::traverse" }).size(), 1);
 }
 
 /// A short session; what is in use when the library goes leaves nothing behind.
 void tst_Module::use(bool leaveOpen)
 {
-    host->action("Create Layer")->trigger();
-    host->drop(host->cell("A/b", 0).center(), host->materialFormat, host->materialPayload("red"));
-    host->select({ "A/b" });
+    host.action("Create Layer")->trigger();
+    host.drop(host.cell("A/b", 0).center(), host.materialFormat, host.materialPayload("red"));
+    host.select({ "A/b" });
     const ModalAnswers answers(ModalAnswers::agree);
-    host->action("Apply Attributes to Selected ...")->trigger();
-    QCOMPARE(host->values(host->attributes(0, "b")), "00000000000 red");
-    host->openMenu("A/b")->setVisible(leaveOpen);
-    host->select({ "A" });
-    host->action("Rename Layer")->trigger();
-    QVERIFY(leaveOpen ? host->editor() != nullptr : host->type("A", Qt::Key_Escape));
+    host.action("Apply Attributes to Selected ...")->trigger();
+    QCOMPARE(host.values(host.attributes(0, "b")), "00000000000 red");
+    host.openMenu("A/b")->setVisible(leaveOpen);
+    host.select({ "A" });
+    host.action("Rename Layer")->trigger();
+    QVERIFY(leaveOpen ? host.editor() != nullptr : host.type("A", Qt::Key_Escape));
 }
 
 void tst_Module::sessions()
@@ -285,11 +284,11 @@ void tst_Module::sessions()
 /// A start in which a host call throws leaves nothing behind, and can be tried again.
 void tst_Module::failedStart()
 {
-    host->unloadPlugin();
+    host.unloadPlugin();
     const QString nothing = traces();
     int failing = 0;
     for (bool failed = true; failed; ++failing) {
-        void *const library = dlopen(qPrintable(host->pluginFile()), RTLD_NOW);
+        void *const library = dlopen(qPrintable(host.pluginFile()), RTLD_NOW);
         const auto initPlugin = reinterpret_cast<void (*)()>(dlsym(library, "initPlugin"));
         try {
             int calls = 0;
@@ -308,9 +307,9 @@ void tst_Module::failedStart()
         if (failed && failing % 2 == 0) {
             initPlugin();
         }
-        if (host->panel()) {
+        if (host.panel()) {
             QVERIFY(traces().startsWith("1 modules, 1+1 docks, 7 keys"));
-            delete host->panel();
+            delete host.panel();
         }
         const Range range = loadedPlugin();
         dlclose(library);
@@ -318,7 +317,7 @@ void tst_Module::failedStart()
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     }
     QVERIFY(failing > 20);
-    host->loadPlugin();
+    host.loadPlugin();
 }
 
 QTEST_MAIN(tst_Module)

@@ -189,8 +189,7 @@ void PanelModel::duplicateLayers()
     const Rows layers = selected(false);
     for (const Row row : layers) {
         taken += uniqueName(row->text(0), taken);
-        osg::RenderLayerPtr copy;
-        store.copyLayer(indexOf(row), taken.last().toStdString(), &copy);
+        store.copyLayer(indexOf(row), taken.last().toStdString(), nullptr);
     }
     if (!layers.empty()) {
         changed(false);

@@ -85,13 +85,17 @@ void PanelSession::check()
         model.tree.setCurrentItem(PanelModel::twin(tree->currentItem(), model.tree), 0,
                                   QItemSelectionModel::NoUpdate);
     }
-    compare("panel", PanelModel::describe(*HostFixture::store(), *tree),
-            PanelModel::describe(model.store, model.tree));
-    const auto state = [](int drawn, bool changed, int asked) {
-        return QString("%1 rebuilds, modified %2, %3 dialogs").arg(drawn).arg(changed).arg(asked);
+    const auto state = [](const mkRenderLayer &store, QTreeWidget &rows, int drawn, bool changed,
+                          int asked) {
+        return PanelModel::describe(store, rows)
+               + QString("\n%1 rebuilds, modified %2, %3 dialogs")
+                     .arg(drawn)
+                     .arg(changed)
+                     .arg(asked);
     };
-    compare("state", state(rebuilds, mkController::isModified(), dialogs),
-            state(model.rebuilds, model.modified, model.warnings));
+    compare("panel",
+            state(*HostFixture::store(), *tree, rebuilds, mkController::isModified(), dialogs),
+            state(model.store, model.tree, model.rebuilds, model.modified, model.warnings));
     if (!tree->updatesEnabled() || tree->signalsBlocked()
         || host.panel()->findChild<QMessageBox *>()) {
         wrong += "the tree is left switched off, or a message box behind";

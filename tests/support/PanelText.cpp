@@ -9,15 +9,14 @@
 
 namespace {
 
-/// Appends a layer, or puts a node into the last one's brackets.
-void append(QStringList &layers, const QString &name, bool isNode)
+/// Appends a layer, or a node to the last one: "A[] B[c d]".
+void append(QString &text, const QString &name, bool isNode)
 {
-    if (!isNode) {
-        layers += name + "[]";
-        return;
+    if (isNode) {
+        text.insert(text.size() - 1, text.endsWith("[]") ? name : ' ' + name);
+    } else {
+        text += (text.isEmpty() ? "" : " ") + name + "[]";
     }
-    QString &layer = layers.last();
-    layer.insert(layer.size() - 1, layer.endsWith("[]") ? name : ' ' + name);
 }
 
 } // namespace
@@ -38,24 +37,24 @@ QTreeWidgetItem *HostFixture::row(const QString &path) const
 
 QString HostFixture::rows() const
 {
-    QStringList layers;
+    QString text;
     for (QTreeWidgetItemIterator it(tree()); *it; ++it) {
-        append(layers, (*it)->text(0), (*it)->parent());
+        append(text, (*it)->text(0), (*it)->parent());
     }
-    return layers.join(' ');
+    return text;
 }
 
 QString HostFixture::stored()
 {
-    QStringList layers;
+    QString text;
     const osg::RenderLayersPtr content = store()->getAttachment();
     for (std::size_t i = 0; i < content->getLayers().size(); ++i) {
-        append(layers, content->getLayer(i)->getName().c_str(), false);
+        append(text, content->getLayer(i)->getName().c_str(), false);
         for (const osg::NodePtr &member : content->getLayer(i)->getNodes()) {
-            append(layers, mkNodeUtils::getName(member), true);
+            append(text, mkNodeUtils::getName(member), true);
         }
     }
-    return layers.join(' ');
+    return text;
 }
 
 QString HostFixture::selected() const
