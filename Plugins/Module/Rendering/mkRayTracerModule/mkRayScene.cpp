@@ -3,10 +3,7 @@
 #include <QCoreApplication>
 
 #include <algorithm>
-#include <set>
 #include <stdexcept>
-#include <string_view>
-#include <tuple>
 
 using Imath::V3f;
 
@@ -182,44 +179,21 @@ void mkRayScene::place()
             entry = meshes.erase(entry);
         }
     }
-    findSharedPlaces();
     refresh(nullptr);
-}
-
-void mkRayScene::findSharedPlaces()
-{
-    std::unordered_map<std::size_t, std::uint32_t> firsts;
-    firsts.reserve(placed.size());
-    for (std::uint32_t i = 0; i < placed.size(); ++i) {
-        const mkRayInstance &instance = current->instances[i];
-        const std::string_view matrix(reinterpret_cast<const char *>(instance.toWorld.getValue()),
-                                      sizeof instance.toWorld);
-        const std::size_t hash = std::hash<std::string_view>()(matrix)
-                                 ^ std::hash<const mkRayMesh *>()(instance.mesh.get());
-        const auto [entry, isNew] = firsts.try_emplace(hash, i);
-        const std::uint32_t first = entry->second;
-        if (!isNew && current->instances[first].isPlacedLike(instance)) {
-            placed[first].place = first;
-            placed[i].place = first;
-        }
-    }
 }
 
 void mkRayScene::refresh(const mkRaySnapshot *before)
 {
     bool changed = before == nullptr;
-    /// What stands in shared places, and how it looks there.
-    std::set<std::tuple<std::uint32_t, std::uint32_t, std::uint32_t, bool, bool>> seen;
     alike = true;
     needsFilter = false;
     hasPanes = false;
     for (std::size_t i = 0; i < placed.size(); ++i) {
         stopIfCancelled();
         const mkRayInstance &instance = current->instances[i];
-        Placed &own = placed[i];
         if (before && before->instances[i].mask != instance.mask) {
-            rtcSetGeometryMask(own.geometry, instance.mask);
-            rtcCommitGeometry(own.geometry);
+            rtcSetGeometryMask(placed[i].geometry, instance.mask);
+            rtcCommitGeometry(placed[i].geometry);
             changed = true;
         }
         const mkRayMaterial &look = current->materials[instance.material];
@@ -228,16 +202,6 @@ void mkRayScene::refresh(const mkRaySnapshot *before)
                        == ((instance.mask & mkRayKind::Photon) != 0);
         needsFilter = needsFilter || !instance.doubleSided || look.letsThrough();
         hasPanes = hasPanes || look.transmission > 0;
-        const bool isCopy = own.place != mkRayHit::none && !look.letsThrough()
-                            && look.transmission == 0
-                            && !seen.emplace(own.place, instance.mask, instance.material,
-                                             instance.receiveShadows, instance.doubleSided)
-                                    .second;
-        if (own.traced == isCopy) {
-            own.traced = !isCopy;
-            (isCopy ? rtcDisableGeometry : rtcEnableGeometry)(own.geometry);
-            changed = true;
-        }
     }
     if (changed) {
         commit(top);

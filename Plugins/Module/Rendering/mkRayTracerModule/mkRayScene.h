@@ -88,14 +88,10 @@ private:
         RTCGeometry geometry;
         /// Takes normals to the scene's space.
         Imath::M33f normals;
-        /// The first instance in this place where there are several, else none.
-        std::uint32_t place = mkRayHit::none;
-        bool traced = true;
     };
 
     RTCScene built(const std::shared_ptr<const mkRayMesh> &mesh);
     void place();
-    void findSharedPlaces();
     void clear();
     void refresh(const mkRaySnapshot *before);
     void commit(RTCScene scene);
