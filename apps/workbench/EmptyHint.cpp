@@ -33,11 +33,14 @@ bool EmptyHint::eventFilter(QObject *watched, QEvent *event)
 
 void EmptyHint::refresh()
 {
+    const QString text = currentText();
+    setVisible(!text.isEmpty());
+    if (text.isEmpty()) {
+        return;
+    }
     QPalette faded = parentWidget()->palette();
     faded.setColor(QPalette::WindowText, NodeLooks::fadedText());
     setPalette(faded);
-    const QString text = currentText();
     setText(text);
-    setVisible(!text.isEmpty());
     setGeometry(parentWidget()->rect());
 }

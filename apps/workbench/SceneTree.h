@@ -36,6 +36,11 @@ protected:
                           const QItemSelection &deselected) override;
     void startDrag(Qt::DropActions supportedActions) override;
     void updateGeometries() override;
+    /// The base looks for each range among all rows; those in sight will do.
+    QRegion visualRegionForSelection(const QItemSelection &) const override
+    {
+        return viewport()->rect();
+    }
 
 private:
     void createActions();

@@ -214,6 +214,13 @@ void mkNodeListWidget::currentChanged(const QModelIndex &current, const QModelIn
     QTreeWidget::currentChanged(current, previous);
 }
 
+QRegion mkNodeListWidget::visualRegionForSelection(const QItemSelection &selection) const
+{
+    // To find out where many rows end, the base asks each for its height; those in sight will do.
+    const bool isOneRow = selection.size() == 1 && selection.first().height() == 1;
+    return isOneRow ? QTreeWidget::visualRegionForSelection(selection) : viewport()->rect();
+}
+
 mkNodeItem *mkNodeListWidget::layerItem(int row) const
 {
     return static_cast<mkNodeItem *>(topLevelItem(row));

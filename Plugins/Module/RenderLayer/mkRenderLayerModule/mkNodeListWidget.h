@@ -104,6 +104,7 @@ protected:
     void dragMoveEvent(QDragMoveEvent *event) override;
     void dropEvent(QDropEvent *event) override;
     void currentChanged(const QModelIndex &current, const QModelIndex &previous) override;
+    QRegion visualRegionForSelection(const QItemSelection &selection) const override;
 
 private Q_SLOTS:
     void renameLayer();
