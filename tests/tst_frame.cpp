@@ -87,6 +87,17 @@ void tst_Frame::slotTable()
              "moveUpNode() moveDownNode() addSelectedNodes() cleanup() "
              "applyAttributesToSelected() expanded(QTreeWidgetItem*) collapsed(QTreeWidgetItem*) "
              "clickedSelectAll() clearOverrideMaterial()");
+    // Nothing comes of those that are about a row, without one.
+    const HostCalls calls;
+    QTreeWidgetItem *const none = nullptr;
+    for (const char *slot : { "expanded", "collapsed" }) {
+        QVERIFY(QMetaObject::invokeMethod(host.tree(), slot, Q_ARG(QTreeWidgetItem *, none)));
+    }
+    for (const char *slot : { "changedItem", "doubleClicked" }) {
+        QVERIFY(QMetaObject::invokeMethod(host.tree(), slot, Q_ARG(QTreeWidgetItem *, none),
+                                          Q_ARG(int, 1)));
+    }
+    QCOMPARE(calls.commands(), QString());
 }
 
 void tst_Frame::enabling()

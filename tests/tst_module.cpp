@@ -252,9 +252,16 @@ void tst_Module::withoutPanel()
     host.send("materialRenamed", red);
     host.rebuild();
     host.send("mkTransform::changedTransformation");
+    for (const char *slot : { "clearStatusBar", "activate", "confirmDeleteSelected" }) {
+        QVERIFY(QMetaObject::invokeMethod(module(), slot));
+    }
+    QAction *const hovered = nullptr;
+    QVERIFY(QMetaObject::invokeMethod(module(), "updateStatusBar", Q_ARG(QAction *, hovered)));
     QCOMPARE(calls.lines(), QStringList());
     host.send("any", red, mkMessage::SceneLoaded);
     QCOMPARE(calls.lines({ "osg::traverse" }).size(), 1);
+    QVERIFY(QMetaObject::invokeMethod(module(), "reset"));
+    QCOMPARE(calls.commands(), "resetRenderLayerAttributes(scene)");
 }
 
 /// A short session; what is in use when the library goes leaves nothing behind.

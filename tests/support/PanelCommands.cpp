@@ -52,6 +52,10 @@ const std::vector<PanelCommand> &panelCommands()
           "A/b B* B/c C/e" },
         { "Cleanup", {}, "cleanup(scene) rebuild", "" },
         { "Clear Override Material", { "A/a", "A" }, "rebuild setModified(1) fit", "A/a*" },
+        // What needs nodes, layers or rows does nothing without.
+        { "Clear Override Material", { "A" }, "", "A*" },
+        { "Add Selected Nodes", {}, "", "" },
+        { "Select Nodes", {}, "", "" },
         { "Apply Attributes to Selected ...",
           { "A/a" },
           "setAttributes(0, a, RaytracingGeoAttachment) rebuild setModified(1)",
