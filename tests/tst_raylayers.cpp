@@ -182,7 +182,7 @@ void tst_RayLayers::layerPictures()
         input.setFrameBuffer(buffer);
         input.readPixels(0, 19);
         for (int ball = 0; ball < 2; ++ball) {
-            const auto pixel = std::size_t(places[ball].y() * 40 + places[ball].x());
+            const auto pixel = std::size_t(places[ball].y()) * 40 + std::size_t(places[ball].x());
             QCOMPARE(grey[pixel], expected[layer][ball].grey);
             QCOMPARE(alpha[pixel], expected[layer][ball].alpha);
         }

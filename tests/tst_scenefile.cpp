@@ -114,7 +114,7 @@ void tst_SceneFile::roundTrips()
 {
     const bool held = rc::check("a scene is what it was", [this] {
         const auto seed = *rc::gen::arbitrary<unsigned>();
-        RandomScene(seed, *rc::gen::inRange(0, 30));
+        const RandomScene scene(seed, *rc::gen::inRange(0, 30));
         HostFixture::rebuild();
         const QStringList before = document(host);
         const QByteArray bytes = saved();
@@ -128,7 +128,7 @@ void tst_SceneFile::roundTrips()
 
 void tst_SceneFile::damagedFiles()
 {
-    RandomScene(4711, 20);
+    const RandomScene scene(4711, 20);
     const QByteArray whole = saved();
     const QString before = document(host).join('\n');
     const std::size_t containers = osg::FieldContainerFactory::the()->size();

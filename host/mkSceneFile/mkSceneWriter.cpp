@@ -256,7 +256,7 @@ void mkSceneWriter::writeContainer(std::size_t index)
     osg::FieldContainer &container = *order[index];
     const std::uint32_t type = typeNumbers[container.getType().getId()] - 1;
     cbor.startArray(2 + fieldNames[type].size());
-    cbor.append(quint64(index + 1));
+    cbor.append(quint64(index) + 1);
     cbor.append(quint64(type));
     ValueWriter writer(cbor, numbers, std::uint32_t(index + 1));
     container.visitFields(writer);

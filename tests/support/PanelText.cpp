@@ -119,8 +119,7 @@ QString PanelModel::describe(const mkRenderLayer &store, QTreeWidget &tree)
     for (std::size_t i = 0; i < store.getAttachment()->getLayers().size(); ++i) {
         const osg::RenderLayerPtr layer = store.getAttachment()->getLayer(i);
         text += QString("  %1 %2\n").arg(layer->getName().c_str()).arg(layer->getState());
-        for (std::size_t j = 0; j < layer->getNodes().size(); ++j) {
-            const osg::NodePtr node = layer->getNodes()[j];
+        for (const osg::NodePtr &node : layer->getNodes()) {
             text += QString("    %1 #%2 ").arg(node->getName().c_str()).arg(node->getId())
                     + HostFixture::values(store.getAttributes(unsigned(i), node)) + '\n';
         }
