@@ -237,7 +237,7 @@ try {
 
 void mkRenderLayerModule::updateStatusBar(QAction *action)
 {
-    if (panel) {
+    if (panel && action) {
         panel->statusbar->showMessage(action->statusTip(), 0);
     }
 }

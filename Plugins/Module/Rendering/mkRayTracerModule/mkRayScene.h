@@ -37,8 +37,7 @@ struct mkRayHit
 /// threads casts rays then.
 ///
 /// Meshes are built once each and shared by their instances. A snapshot whose instances stand
-/// where those of the last one stood changes masks and materials only. Of opaque instances that
-/// look the same in the same place only the first is traced: a ray would ask each of them.
+/// where those of the last one stood changes masks and materials only.
 class mkRayScene
 {
 public:
