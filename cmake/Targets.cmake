@@ -28,6 +28,7 @@ target_compile_options(
             -Werror)
 
 if(MK_SANITIZE)
+  target_compile_definitions(mkWarnings INTERFACE MK_SANITIZE)
   # Boost.Python casts a pointer to a holder that it has destroyed just before, which is harmless
   # until the sanitizer's "vptr" clears the table that the cast reads.
   target_compile_options(

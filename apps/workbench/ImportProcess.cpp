@@ -19,7 +19,11 @@
 namespace {
 
 /// What any file may take, and what it may take for each of its bytes.
-constexpr rlim_t baseMemory = 1U << 30U;
+#ifdef MK_SANITIZE
+constexpr rlim_t baseMemory = rlim_t(1) << 50U; // AddressSanitizer reserves terabytes of addresses.
+#else
+constexpr rlim_t baseMemory = rlim_t(1) << 30U;
+#endif
 constexpr rlim_t memoryPerByte = 100;
 constexpr rlim_t baseSeconds = 10;
 constexpr rlim_t bytesPerSecond = 1U << 18U;
@@ -114,9 +118,7 @@ mkScenegraph::Document readForeignScene(const QString &file, const mkSceneFile::
 int convertScene(const QString &file, const QString &target)
 {
     const auto size = rlim_t(QFileInfo(file).size());
-#ifndef __SANITIZE_ADDRESS__ // which reserves terabytes of addresses
     limit(RLIMIT_AS, baseMemory + size * memoryPerByte);
-#endif
     limit(RLIMIT_CPU, baseSeconds + size / bytesPerSecond);
     limit(RLIMIT_CORE, 0);
     QString failure;

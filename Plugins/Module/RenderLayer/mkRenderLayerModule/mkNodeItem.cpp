@@ -112,7 +112,9 @@ void mkNodeItem::writeAttributes() const
     for (std::size_t i = 0; i < flags.size(); ++i) {
         flags[i] = data(mkRenderAttributes[i].column, Qt::UserRole).toBool();
     }
-    mkStoreRenderAttributes(mkStore(), getLayerIndex(), getNode(), flags);
+    const unsigned index = getLayerIndex();
+    const osg::NodePtr node = getNode();
+    mkStoreRenderAttributes(mkStore(), index, node, flags);
 }
 
 void mkNodeItem::commitLayerName() const
