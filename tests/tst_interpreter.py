@@ -12,12 +12,15 @@ import subprocess
 import sys
 import tempfile
 import unittest
+from concurrent.futures import ThreadPoolExecutor
 
 PYTHON = [os.environ["MK_PYTHON"]]
 WORKBENCH = [os.environ["MK_WORKBENCH"], "--batch", "--script"]
 ENVIRONMENT = dict(os.environ, QT_QPA_PLATFORM="offscreen", LC_ALL="C.UTF-8", PYTHONDONTWRITEBYTECODE="1", QT_LOGGING_RULES="*.warning=false")
 # It would hide what is done about buffers.
 ENVIRONMENT.pop("PYTHONUNBUFFERED", None)
+# Who starts us in the background ignores it, and so would they.
+signal.signal(signal.SIGINT, signal.default_int_handler)
 
 # Name, source, and what the script's arguments and standard output are, where they matter.
 CASES = [
@@ -85,8 +88,7 @@ def run(program, source, arguments, output, directory):
     separator = ["--"] if program is WORKBENCH and arguments else []
     with open(output, "wb") if output else tempfile.TemporaryFile() as out, tempfile.TemporaryFile() as errors:
         status = subprocess.run([*program, "script.py", *separator, *arguments], cwd=directory, env=ENVIRONMENT,
-                                stdin=subprocess.DEVNULL, stdout=out, stderr=errors, timeout=50,
-                                preexec_fn=lambda: signal.signal(signal.SIGINT, signal.default_int_handler)).returncode
+                                stdin=subprocess.DEVNULL, stdout=out, stderr=errors, timeout=50).returncode
         texts = []
         for stream in (errors,) if output else (out, errors):
             stream.seek(0)
@@ -97,19 +99,21 @@ def run(program, source, arguments, output, directory):
 
 def outcomes(case):
     name, source, arguments, output = (*case, [], None)[:4] if len(case) < 4 else case
+    found = []
     for program in (PYTHON, WORKBENCH):
         with tempfile.TemporaryDirectory() as directory:
-            yield run(program, source, arguments, output, pathlib.Path(directory))
+            found.append(run(program, source, arguments, output, pathlib.Path(directory)))
+    return found
 
 
 class Interpreter(unittest.TestCase):
     maxDiff = None
 
     def test_is_like_python(self):
-        for case in CASES:
-            with self.subTest(case[0]):
-                wanted, found = outcomes(case)
-                self.assertEqual(found, wanted)
+        with ThreadPoolExecutor(3) as pool:
+            for case, (wanted, found) in zip(CASES, pool.map(outcomes, CASES)):
+                with self.subTest(case[0]):
+                    self.assertEqual(found, wanted)
 
     def test_what_python_has_not(self):
         def workbench(script, *arguments):

@@ -25,7 +25,7 @@ constexpr rlim_t baseMemory = rlim_t(1) << 50U; // AddressSanitizer reserves ter
 constexpr rlim_t baseMemory = rlim_t(1) << 30U;
 #endif
 constexpr rlim_t memoryPerByte = 100;
-constexpr rlim_t baseSeconds = 10;
+constexpr rlim_t baseSeconds = 5;
 constexpr rlim_t bytesPerSecond = 1U << 18U;
 /// Format readers recurse once or more for each level of a scene.
 constexpr rlim_t stackSize = 512U << 20U;

@@ -66,7 +66,7 @@ HostFixture::HostFixture(bool python)
         mkPythonRegisterFactory::run(mkPythonRegisterFactory::AfterInterpreter);
     }
     loader.initAll();
-    mainWindow->resize(1600, 800);
+    mainWindow->resize(1600, 600);
     mainWindow->show();
     if (!QTest::qWaitForWindowExposed(mainWindow.get())) {
         qFatal("the window does not show");

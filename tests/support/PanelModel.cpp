@@ -70,6 +70,7 @@ PanelModel::PanelModel()
     tree.setAttribute(Qt::WA_DontShowOnScreen);
     tree.setFocusPolicy(Qt::NoFocus);
     tree.setAutoScroll(false);
+    tree.setUpdatesEnabled(false);
     tree.resize(1400, 500);
     tree.show();
 }
