@@ -134,6 +134,19 @@ void tst_Documents::importsWhatCanBeUsed()
     write("missing.mtl", "newmtl m\nmap_Kd no.png\nKd 1 0 0\n");
     QVERIFY(readForeignScene(missing, {}).root);
     QVERIFY(log.lines.join('\n').contains("The texture no.png cannot be read"));
+    // Numbers in a file beside it, more than so small a file could ask for.
+    const qint64 size = 1'100'000'000;
+    QFile numbers(write("numbers.bin", ""));
+    QVERIFY(numbers.resize(size));
+    const QString naming = write("naming.gltf", R"({"asset":{"version":"2.0"},"scene":0,
+"scenes":[{"nodes":[0]}],"nodes":[{"mesh":0}],
+"meshes":[{"primitives":[{"attributes":{"POSITION":0}}]}],
+"accessors":[{"bufferView":0,"componentType":5126,"count":3,"type":"VEC3"}],
+"bufferViews":[{"buffer":0,"byteLength":36}],
+"buffers":[{"uri":"numbers.bin","byteLength":)" + QByteArray::number(size)
+                                                    + "}]}");
+    QVERIFY(readForeignScene(naming, {}).root);
+    QVERIFY(numbers.remove());
 }
 
 /// What would abort, loop or fill the memory ends with a reason, and the open scene stays.

@@ -25,7 +25,7 @@ constexpr rlim_t baseMemory = rlim_t(1) << 50U; // AddressSanitizer reserves ter
 constexpr rlim_t baseMemory = rlim_t(1) << 30U;
 #endif
 constexpr rlim_t memoryPerByte = 100;
-constexpr rlim_t baseSeconds = 5;
+constexpr rlim_t baseSeconds = 3;
 constexpr rlim_t bytesPerSecond = 1U << 18U;
 /// Format readers recurse once or more for each level of a scene.
 constexpr rlim_t stackSize = 512U << 20U;
@@ -44,6 +44,17 @@ void limit(__rlimit_resource resource, rlim_t soft)
     getrlimit(resource, &value);
     value.rlim_cur = std::min(soft, value.rlim_max);
     setrlimit(resource, &value);
+}
+
+/// The size of a file, and a share of what lies beside it: a scene of text may name files of
+/// numbers, which take less for each byte.
+rlim_t sizeToRead(const QFileInfo &file)
+{
+    qint64 beside = 0;
+    for (const QFileInfo &other : file.dir().entryInfoList(QDir::Files)) {
+        beside += other.size();
+    }
+    return rlim_t(file.size() + beside / 10);
 }
 
 /// The stack must have its size before the program starts.
@@ -117,7 +128,7 @@ mkScenegraph::Document readForeignScene(const QString &file, const mkSceneFile::
 
 int convertScene(const QString &file, const QString &target)
 {
-    const auto size = rlim_t(QFileInfo(file).size());
+    const rlim_t size = sizeToRead(QFileInfo(file));
     limit(RLIMIT_AS, baseMemory + size * memoryPerByte);
     limit(RLIMIT_CPU, baseSeconds + size / bytesPerSecond);
     limit(RLIMIT_CORE, 0);
