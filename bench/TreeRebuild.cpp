@@ -10,8 +10,9 @@
 
 namespace {
 
+/// The one with the most small pieces first, before those of the others lie all over the heap.
 constexpr std::array<TreeShape, 5> shapes{
-    { { 10, 1000 }, { 100, 1000 }, { 1, 100000 }, { 1000, 100 }, { 10000, 10 } }
+    { { 10000, 10 }, { 10, 1000 }, { 100, 1000 }, { 1, 100000 }, { 1000, 100 } }
 };
 
 /// Seconds until the rows are laid out. A rebuild that makes a row current does that at once, the

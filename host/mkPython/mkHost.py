@@ -5,6 +5,7 @@ import difflib as _difflib
 import fnmatch as _fnmatch
 import operator as _operator
 import os as _os
+import re as _re
 
 
 def getRoot():
@@ -28,8 +29,9 @@ def findNodeByPath(path):
     return _findNodeByPath(path)
 
 
-def _fits(text, pattern):
-    return text == pattern or _fnmatch.fnmatchcase(text, pattern)
+def _fitting(pattern):
+    match = _re.compile(_fnmatch.translate(pattern)).match
+    return lambda text: text == pattern or match(text)
 
 
 def findNodes(name=None, path=None, kind=None, material=None, below=None):
@@ -50,14 +52,17 @@ def findNodes(name=None, path=None, kind=None, material=None, below=None):
     else:
         nodes = below.walk()
     if name is not None:
-        nodes = [node for node in nodes if _fits(node.name, name)]
+        fits = _fitting(name)
+        nodes = [node for node in nodes if fits(node.name)]
     if kind is not None:
-        nodes = [node for node in nodes if _fits(node.kind, kind)]
+        fits = _fitting(kind)
+        nodes = [node for node in nodes if fits(node.kind)]
     if material is not None:
-        pattern = _materialName(material)
-        nodes = [node for node in nodes if node.material is not None and _fits(node.material.name, pattern)]
+        fits = _fitting(_materialName(material))
+        nodes = [node for node in nodes if node.material is not None and fits(node.material.name)]
     if path is not None:
-        nodes = [node for node in nodes if _fits(node.path, path)]
+        fits = _fitting(path)
+        nodes = [node for node in nodes if fits(node.path)]
     return list(nodes)
 
 
