@@ -45,8 +45,8 @@ CASES = [
      "import socket\na, b = socket.socketpair()\nb.close()\n"
      "try:\n    a.send(b'x')\nexcept BrokenPipeError as e:\n    print(e)"),
     ("file too large",
-     "import resource, tempfile\nresource.setrlimit(resource.RLIMIT_FSIZE, (1000, 1000))\n"
-     "try:\n    with tempfile.TemporaryFile() as f:\n        f.write(bytes(5000))\n"
+     "import resource, tempfile\nresource.setrlimit(resource.RLIMIT_FSIZE, (10 ** 6, 10 ** 6))\n"
+     "try:\n    with tempfile.TemporaryFile() as f:\n        f.write(bytes(2 * 10 ** 6))\n"
      "except OSError as e:\n    print(e)"),
     ("a child dies of a closed pipe", "import subprocess\nprint(subprocess.run('yes | head -1', shell=True).returncode)"),
     ("full device", "print('lost')", [], "/dev/full"),
