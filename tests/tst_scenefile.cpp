@@ -257,8 +257,8 @@ void tst_SceneFile::deepScenes()
 /// in what is merged.
 void tst_SceneFile::merging()
 {
-    const auto state = [this](const char *node) {
-        const auto attributes = mkNodeUtils::getRenderAttributes(host.node(node));
+    const auto state = [](const NodePtr &node) {
+        const auto attributes = mkNodeUtils::getRenderAttributes(node);
         const osg::RenderLayerPtr layer(
             osg::FieldContainerFactory::the()->getContainer(attributes->getStateLayerId("s")));
         return layer ? QString::fromStdString(layer->getName()) : "none";
@@ -272,16 +272,19 @@ void tst_SceneFile::merging()
     saved();
     host.reset();
     // Ids here are likely to be those that the file gives to others.
-    host.addLayer("B", { "c" });
+    host.addLayer("B", { "c", "d" });
     QCOMPARE(mkNodeUtils::storeRenderLayerState(HostFixture::store()->getAttachment()->getLayer(0),
                                                 "s"),
-             1);
+             2);
+    const NodePtr removed = host.node("d");
+    mkScenegraph::removeNode(removed);
     for (int i = 1; i < 200; ++i) {
         mkScenegraph::mergeFile(path("saved.mkscene"));
-        QCOMPARE(state("c"), "B");
-        QCOMPARE(state("theirs"), "B1");
+        QCOMPARE(state(host.node("c")), "B");
+        QCOMPARE(state(removed), "B");
+        QCOMPARE(state(host.node("theirs")), "B1");
     }
-    QVERIFY(host.rows().startsWith("B[c] A[a] B1[b theirs] A1[a] B2[b theirs]"));
+    QVERIFY(host.rows().startsWith("B[c d] A[a] B1[b theirs] A1[a] B2[b theirs]"));
     QVERIFY(HostFixture::material("red2"));
 }
 

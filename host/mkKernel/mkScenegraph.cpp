@@ -54,6 +54,25 @@ void forEachAttributes(const osg::NodePtr &root,
     });
 }
 
+/// The same for the members of layers that have left the scene, which modules cannot reach.
+void forEachAttributesOutside(const mkRenderLayer &store, const osg::NodePtr &root,
+                              const std::function<void(osg::RaytracingGeoAttachment &)> &visit)
+{
+    mkNodeSet present;
+    osg::traverse(root, [&present](const osg::NodePtr &node) {
+        present.insert(node->getId());
+        return osg::Action::Continue;
+    });
+    for (const osg::FieldContainerPtr &entry : store.getAttachment()->getLayers()) {
+        const osg::RenderLayerPtr layer(entry);
+        for (const osg::NodePtr &node : layer ? layer->getNodes() : std::vector<osg::NodePtr>()) {
+            if (!present.contains(node->getId())) {
+                forEachAttributes(node, visit);
+            }
+        }
+    }
+}
+
 bool isOwnFormat(const QString &file)
 {
     const QFileInfo info(file);
@@ -249,7 +268,9 @@ QString mkScenegraph::getFile()
 
 void mkScenegraph::mergeScene(Document document)
 {
-    forEachAttributes(the()->root, [](auto &attributes) { attributes.settleStateIds(); });
+    const auto settle = [](auto &attributes) { attributes.settleStateIds(); };
+    forEachAttributes(the()->root, settle);
+    forEachAttributesOutside(*the()->store, the()->root, settle);
     mkMaterials::addMaterials(document.materials);
     const std::uint32_t layersGroup = osg::RenderLayers::_type.getGroupId();
     const osg::RenderLayersPtr layers(document.root->findAttachment(layersGroup));
@@ -270,30 +291,11 @@ void mkScenegraph::finishReading(Document document, const char *name, mkMessage:
     mkMessage message(name, id);
     mkController::sendMessage(message);
     if (hasIds && the()->store) {
-        remapOutsideScene();
+        forEachAttributesOutside(*the()->store, the()->root, [](auto &attributes) {
+            attributes.updateRenderLayerStateIds(osg::NFIOBase::getFieldContainerMap());
+        });
     }
     osg::NFIOBase::setFieldContainerMap({});
-}
-
-/// Modules follow the scene; members of layers that have left it are out of their reach.
-void mkScenegraph::remapOutsideScene()
-{
-    const osg::NFIOBase::FieldContainerMap &ids = osg::NFIOBase::getFieldContainerMap();
-    mkNodeSet present;
-    osg::traverse(the()->root, [&present](const osg::NodePtr &node) {
-        present.insert(node->getId());
-        return osg::Action::Continue;
-    });
-    for (const osg::FieldContainerPtr &entry : the()->store->getAttachment()->getLayers()) {
-        const osg::RenderLayerPtr layer(entry);
-        for (const osg::NodePtr &node : layer ? layer->getNodes() : std::vector<osg::NodePtr>()) {
-            if (!present.contains(node->getId())) {
-                forEachAttributes(node, [&ids](auto &attributes) {
-                    attributes.updateRenderLayerStateIds(ids);
-                });
-            }
-        }
-    }
 }
 
 bool mkScenegraph::removeNode(const osg::NodePtr &node)

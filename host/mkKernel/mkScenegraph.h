@@ -102,7 +102,6 @@ Q_SIGNALS:
 private:
     mkScenegraph();
     static void finishReading(Document document, const char *name, mkMessage::Id id);
-    static void remapOutsideScene();
     void rememberSaved();
     void updateUnsaved();
 

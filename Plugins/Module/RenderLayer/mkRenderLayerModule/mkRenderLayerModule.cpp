@@ -208,8 +208,7 @@ void mkRenderLayerModule::confirmDeleteSelected()
     const QPointer<QMessageBox> box = new QMessageBox(QMessageBox::Warning, tr("Render Layer"),
                                                       tr("Delete selection?"),
                                                       QMessageBox::NoButton, panel);
-    const QPointer<QPushButton> deleteButton = box->addButton(tr("Delete"),
-                                                              QMessageBox::AcceptRole);
+    const QPushButton *const deleteButton = box->addButton(tr("Delete"), QMessageBox::AcceptRole);
     box->addButton(tr("Cancel"), QMessageBox::RejectRole);
     box->exec();
     const bool agreed = box && box->clickedButton() == deleteButton;
