@@ -51,7 +51,8 @@ void limit(__rlimit_resource resource, rlim_t soft)
 rlim_t sizeToRead(const QFileInfo &file)
 {
     qint64 beside = 0;
-    for (const QFileInfo &other : file.dir().entryInfoList(QDir::Files)) {
+    const QFileInfoList others = file.dir().entryInfoList(QDir::Files);
+    for (const QFileInfo &other : others) {
         beside += other.size();
     }
     return rlim_t(file.size() + beside / 10);
