@@ -134,7 +134,7 @@ void tst_Documents::importsWhatCanBeUsed()
     write("missing.mtl", "newmtl m\nmap_Kd no.png\nKd 1 0 0\n");
     QVERIFY(readForeignScene(missing, {}).root);
     QVERIFY(log.lines.join('\n').contains("The texture no.png cannot be read"));
-    // Numbers in a file beside it, more than so small a file could ask for.
+    // A scene may name a file beside it with more numbers than its own size would allow.
     const qint64 size = 1'100'000'000;
     QFile numbers(write("numbers.bin", ""));
     QVERIFY(numbers.resize(size));

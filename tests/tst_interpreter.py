@@ -19,7 +19,7 @@ WORKBENCH = [os.environ["MK_WORKBENCH"], "--batch", "--script"]
 ENVIRONMENT = dict(os.environ, QT_QPA_PLATFORM="offscreen", LC_ALL="C.UTF-8", PYTHONDONTWRITEBYTECODE="1", QT_LOGGING_RULES="*.warning=false")
 # It would hide what is done about buffers.
 ENVIRONMENT.pop("PYTHONUNBUFFERED", None)
-# Who starts us in the background ignores it, and so would they.
+# A shell has what it starts in the background ignore Ctrl+C, and so would the scripts.
 signal.signal(signal.SIGINT, signal.default_int_handler)
 
 # Name, source, and what the script's arguments and standard output are, where they matter.
